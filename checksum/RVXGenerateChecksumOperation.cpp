@@ -1,0 +1,90 @@
+#include "checksum/RVXGenerateChecksumOperation.h"
+
+#include <array>
+#include <chrono>
+
+#include "checksum/RVXChecksumReadRecovery.h"
+#include "include/Print.h"
+#include "platform/RVXDigest.h"
+#include "platform/RVXFileSystem.h"
+#include "platform/RVXOperationQueue.h"
+#include "platform/RVXPathText.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr auto kProgressInterval = std::chrono::milliseconds(500);
+
+}  // namespace
+
+std::unique_ptr<RVXGenerateChecksumOperation> RVXGenerateChecksumOperation::init() {
+  return std::unique_ptr<RVXGenerateChecksumOperation>(new RVXGenerateChecksumOperation);
+}
+
+std::unique_ptr<RVXGenerateChecksumOperation> RVXGenerateChecksumOperation::initWithPath(
+    const std::string& path, HashAlgorithm algorithm, bool verbose) {
+  auto operation = init();
+  operation->setPath(path);
+  operation->mAlgorithm = algorithm;
+  operation->setVerbose(verbose);
+  return operation;
+}
+
+std::optional<std::string> RVXGenerateChecksumOperation::checksum() {
+  const auto attributes = attributesOfItem(path());
+  if (attributes && attributes->type == RVXFileType::symbolicLink) return linkChecksum();
+
+  auto reader = RVXRecoveringReader::openForReading(path());
+  if (!reader) {
+    mError = RVXError::verifySourceNotOpened();
+    return std::nullopt;
+  }
+  if (attributes) setFileSize(attributes->size);
+  reader->bypassCacheAndReadAhead();
+  return fileChecksum(*reader);
+}
+
+std::optional<std::string> RVXGenerateChecksumOperation::linkChecksum() const {
+  const auto target = linkTarget(path());
+  if (!target || !hasKnownAlgorithm()) return std::nullopt;
+  return mAlgorithm == HashAlgorithm::MD5 ? md5(*target) : SHA1Sum(*target);
+}
+
+std::string RVXGenerateChecksumOperation::fileChecksum(RVXRecoveringReader& reader) {
+  RVXChecksumReadRecovery recovery(path());
+  std::optional<RVXDigest> digest;
+  if (hasKnownAlgorithm()) digest.emplace(mAlgorithm);
+
+  // While the one is digested the other is filled.
+  std::array<RVXBlock, 2> chunks{RVXBlock::withCapacity(kChunkSize), RVXBlock::withCapacity(kChunkSize)};
+  RVXOperationQueue digestQueue;
+  auto lastProgress = Clock::now();
+  uint64_t bytesRead = 0;
+  for (size_t i = 0;; i = 1 - i) {
+    if (mVerbose && Clock::now() - lastProgress > kProgressInterval) {
+      printProgress(bytesRead);
+      lastProgress = Clock::now();
+    }
+    RVXBlock& chunk = chunks[i];
+    reader.read(chunk, recovery);
+    digestQueue.waitUntilAllOperationsAreFinished();
+    digestQueue.addOperation([&digest, &chunk] {
+      if (digest) digest->update(chunk.bytes());
+    });
+    bytesRead += chunk.length();
+    if (chunk.length() != kChunkSize) break;
+  }
+  digestQueue.waitUntilAllOperationsAreFinished();
+  if (mVerbose) printProgress(bytesRead);
+  return digest ? digest->final() : "";
+}
+
+void RVXGenerateChecksumOperation::printProgress(uint64_t bytesRead) const {
+  const uint64_t verified = static_cast<uint64_t>(mSizeOfAllFilesProcessed) + bytesRead;
+  print("INFO: verified %llu of %llu bytes of path %s\n", static_cast<unsigned long long>(verified),
+        static_cast<unsigned long long>(mAllFilesSize), pathWithoutLastComponent(path()).c_str());
+}
+
+bool RVXGenerateChecksumOperation::hasKnownAlgorithm() const {
+  return mAlgorithm == HashAlgorithm::SHA1 || mAlgorithm == HashAlgorithm::MD5;
+}

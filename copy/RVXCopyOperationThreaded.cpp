@@ -1,0 +1,272 @@
+#include "copy/RVXCopyOperationThreaded.h"
+
+#include <chrono>
+#include <thread>
+#include <utility>
+
+#include "copy/RVXCopyReadRecovery.h"
+#include "copy/RVXWriteFailure.h"
+#include "include/EndProcess.h"
+#include "include/Print.h"
+#include "platform/RVXDigest.h"
+#include "platform/RVXFileSystem.h"
+#include "platform/RVXOperationQueue.h"
+#include "platform/RVXPathText.h"
+
+namespace {
+
+constexpr auto kPollInterval = std::chrono::milliseconds(1);
+constexpr int kPollsPerStatus = 500;
+constexpr const char* kDiscardingFolder = "/dev/null/";
+
+void pollAgainLater() {
+  std::this_thread::sleep_for(kPollInterval);
+}
+
+unsigned numberOf(size_t i) {
+  return static_cast<unsigned>(i + 1);
+}
+
+// True when `path` leads, by whatever name or link, to the file `identity`.
+bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& identity) {
+  const auto attributes = attributesOfTarget(path);
+  return attributes && attributes->identity == identity;
+}
+
+// True when the very item at `path` is the item at `otherPath`.
+bool isSameItem(const std::string& path, const std::string& otherPath) {
+  const auto attributes = attributesOfItem(path);
+  const auto otherAttributes = attributesOfItem(otherPath);
+  return attributes && otherAttributes && attributes->identity == otherAttributes->identity;
+}
+
+}  // namespace
+
+std::unique_ptr<RVXCopyOperationThreaded> RVXCopyOperationThreaded::initWithSourcePath(
+    std::string sourcePath, std::vector<std::string> destinationPaths,
+    std::vector<std::string> destinationFilenames, bool forceOverwrite, bool skipVerification) {
+  std::unique_ptr<RVXCopyOperationThreaded> operation(new RVXCopyOperationThreaded);
+  operation->mSourcePath = std::move(sourcePath);
+  operation->mDestPaths = std::move(destinationPaths);
+  operation->mDestFilenames = std::move(destinationFilenames);
+  operation->mForceOverwrite = forceOverwrite;
+  operation->mSkipVerification = skipVerification;
+  return operation;
+}
+
+void RVXCopyOperationThreaded::main() {
+  const auto attributes = attributesOfItem(mSourcePath);
+  if (attributes && attributes->type == RVXFileType::symbolicLink) {
+    copyLink();
+    return;
+  }
+  if (attributes) mFileSize = attributes->size;
+  if (openSource() && openDestinations()) copyFile();
+  mBufferManager.reset();
+  mWriters.clear();
+}
+
+std::optional<std::string> RVXCopyOperationThreaded::hash() const {
+  if (mAlgorithm == HashAlgorithm::SHA1) return mSHA1Digest;
+  if (mAlgorithm == HashAlgorithm::MD5) return mMD5Digest;
+  return std::nullopt;
+}
+
+void RVXCopyOperationThreaded::copyLink() {
+  const std::string target = linkTarget(mSourcePath).value_or("");
+  for (size_t i = 0; i < mDestPaths.size(); ++i) {
+    if (isDiscarded(i)) continue;
+    const std::string path = destinationFile(i);
+    if (isSameItem(path, mSourcePath)) return fail(RVXError::copyLinkNotCreated(path));
+  }
+  for (size_t i = 0; i < mDestPaths.size(); ++i) {
+    if (isDiscarded(i)) continue;
+    const std::string path = destinationFile(i);
+    endProcessIfExists(path, i);
+    if (createSymbolicLink(target, path)) return fail(RVXError::copyLinkNotCreated(path));
+  }
+  if (!mSkipVerification) {
+    mSHA1Digest = SHA1Sum(target);
+    mMD5Digest = md5(target);
+  }
+  printDigests(mSHA1Digest, mMD5Digest);
+}
+
+bool RVXCopyOperationThreaded::openSource() {
+  mSourceFH = RVXRecoveringReader::openForReading(mSourcePath);
+  if (!mSourceFH) fail(RVXError::copySourceNotOpened());
+  return mSourceFH.has_value();
+}
+
+bool RVXCopyOperationThreaded::openDestinations() {
+  // All of them first: nothing is created or truncated in a run that would overwrite its own source.
+  for (size_t i = 0; i < mDestPaths.size(); ++i) {
+    if (!isDiscarded(i) && leadsTo(destinationFile(i), mSourceFH->identity())) {
+      fail(RVXError::copyDestinationNotOpened(numberOf(i)));
+      return false;
+    }
+  }
+  for (size_t i = 0; i < mDestPaths.size(); ++i) {
+    if (!openDestination(i)) return false;
+  }
+  return true;
+}
+
+bool RVXCopyOperationThreaded::openDestination(size_t i) {
+  const std::string path = destinationFile(i);
+  if (!isDiscarded(i)) endProcessIfExists(path, i);
+  RVXStorageWriter file = RVXStorageWriter::openForWriting(path);
+  // In this order: the cache request is made before anybody knows whether the file could be opened.
+  file.bypassCache();
+  if (!file.isOpen()) {
+    fail(RVXError::copyDestinationNotOpened(numberOf(i)));
+    return false;
+  }
+  mWriters.push_back({std::move(file), mDestPaths[i]});
+  return true;
+}
+
+void RVXCopyOperationThreaded::copyFile() {
+  mBufferManager =
+      RVXCopyBufferManager::initWithNumberOfWriterThreads(static_cast<int64_t>(mDestPaths.size()));
+  mSourceFH->bypassCacheAndReadAhead();
+  startThreads();
+  waitForAllBytes();
+  while (!allThreadsFinished()) pollAgainLater();
+  closeFiles();
+}
+
+void RVXCopyOperationThreaded::startThreads() {
+  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); });
+  mDigestThread =
+      std::make_unique<RVXThread>([this] { mSkipVerification ? fakeDigestThread() : digestThread(); });
+  for (Writer& writer : mWriters) {
+    mWriterThreads.emplace_back([this, &writer] { writeThread(writer); });
+  }
+}
+
+void RVXCopyOperationThreaded::waitForAllBytes() {
+  // Only exact equality ends it: a source that changed its size was not the file that was to be copied.
+  for (int i = 0; mBufferManager->bytesWritten() != static_cast<uint64_t>(mFileSize); ++i) {
+    if (mForceExit) return;
+    if (i % kPollsPerStatus == 0) printStatus();
+    pollAgainLater();
+  }
+}
+
+void RVXCopyOperationThreaded::closeFiles() {
+  mSourceFH->close();
+  for (Writer& writer : mWriters) {
+    if (const auto failure = writer.fileHandle.close()) endProcessOnWriteFailure(*failure, writer.destPath);
+  }
+}
+
+void RVXCopyOperationThreaded::readThread() {
+  RVXCopyReadRecovery recovery(mSourcePath);
+  while (true) {
+    while (!mBufferManager->willAcceptReadBuffer() && !mForceExit) pollAgainLater();
+    if (forcedExit("readThread")) return;
+    RVXBlock block = RVXBlock::withCapacity(kBlockSize);
+    mSourceFH->read(block, recovery);
+    const bool isLast = block.length() != kBlockSize;
+    mBufferManager->addReadBuffer(std::move(block));
+    if (isLast) {
+      mBufferManager->setFinishedReading();
+      return;
+    }
+  }
+}
+
+void RVXCopyOperationThreaded::digestThread() {
+  RVXDigest md5Digest(HashAlgorithm::MD5);
+  RVXDigest sha1Digest(HashAlgorithm::SHA1);
+  RVXOperationQueue queue;
+  while (true) {
+    const RVXBlock* const buffer = mBufferManager->nextBufferForDigest();
+    if (forcedExit("digestThread")) return;
+    if (buffer == nullptr) break;
+    queue.addOperation([&] { md5Digest.update(buffer->bytes()); });
+    queue.addOperation([&] { sha1Digest.update(buffer->bytes()); });
+    queue.waitUntilAllOperationsAreFinished();
+    mBufferManager->finishedDigest();
+  }
+  const std::string md5Text = md5Digest.final();
+  const std::string sha1Text = sha1Digest.final();
+  if (mAlgorithm == HashAlgorithm::MD5) mMD5Digest = md5Text;
+  if (mAlgorithm == HashAlgorithm::SHA1) mSHA1Digest = sha1Text;
+  printDigests(sha1Text, md5Text);
+}
+
+void RVXCopyOperationThreaded::fakeDigestThread() {
+  // Without verification nobody needs a digest, but a buffer is only released when one was made of it.
+  while (true) {
+    const RVXBlock* const buffer = mBufferManager->nextBufferForDigest();
+    if (forcedExit("digestThread") || buffer == nullptr) return;
+    mBufferManager->finishedDigest();
+  }
+}
+
+void RVXCopyOperationThreaded::writeThread(Writer& info) {
+  const int64_t index = takeThreadIndex();
+  while (true) {
+    const RVXBlock* const buffer = mBufferManager->nextBufferForWritingInThread(index);
+    if (forcedExit("writeThread")) return;
+    if (buffer == nullptr) break;
+    if (const auto failure = info.fileHandle.write(buffer->bytes())) {
+      endProcessOnWriteFailure(*failure, info.destPath);
+    }
+    mBufferManager->finishedWritingInThread(index);
+  }
+  // Here and not where the files are closed, so that the destinations do it side by side.
+  if (const auto failure = info.fileHandle.makeDurable()) endProcessOnWriteFailure(*failure, info.destPath);
+}
+
+void RVXCopyOperationThreaded::printStatus() const {
+  if (!mVerbose) return;
+  const auto copied = mSizeOfAllFilesProcessed + static_cast<int64_t>(mBufferManager->bytesWritten());
+  print("INFO: copied %lld of %lld bytes\n", static_cast<long long>(copied),
+        static_cast<long long>(mAllFilesSize));
+}
+
+void RVXCopyOperationThreaded::printDigests(const std::optional<std::string>& sha1,
+                                            const std::optional<std::string>& md5) const {
+  if (mVerbose) print("hash SHA1:%s\nhash MD5:%s\n", textOrNull(sha1), textOrNull(md5));
+}
+
+bool RVXCopyOperationThreaded::allThreadsFinished() const {
+  if (!mDigestThread->isFinished() || !mReaderThread->isFinished()) return false;
+  for (const RVXThread& writer : mWriterThreads) {
+    if (!writer.isFinished()) return false;
+  }
+  return true;
+}
+
+bool RVXCopyOperationThreaded::forcedExit(const char* threadName) const {
+  if (!mForceExit) return false;
+  print("INFO: forced exit of %s\n", threadName);
+  return true;
+}
+
+void RVXCopyOperationThreaded::fail(RVXError error) {
+  mError = std::move(error);
+  mIsFailed = true;
+}
+
+void RVXCopyOperationThreaded::endProcessIfExists(const std::string& path, size_t i) const {
+  if (mForceOverwrite || !fileExists(path)) return;
+  print("ERROR: File destination #%u (%s) already exists.\n", numberOf(i), path.c_str());
+  endProcess(ExitStatus::destinationFileExists);
+}
+
+bool RVXCopyOperationThreaded::isDiscarded(size_t i) const {
+  return mDestPaths[i] == kDiscardingFolder;
+}
+
+std::string RVXCopyOperationThreaded::destinationFile(size_t i) const {
+  return isDiscarded(i) ? "/dev/null" : pathByAppendingComponent(mDestPaths[i], mDestFilenames[i]);
+}
+
+int64_t RVXCopyOperationThreaded::takeThreadIndex() {
+  const RVXMutexLock lock(mThreadIndexLock);
+  return mThreadIndex++;
+}

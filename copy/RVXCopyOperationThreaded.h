@@ -1,0 +1,135 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "copy/RVXCopyBufferManager.h"
+#include "include/HashAlgorithm.h"
+#include "include/RVXError.h"
+#include "platform/RVXMutex.h"
+#include "platform/RVXRecoveringReader.h"
+#include "platform/RVXStorageWriter.h"
+#include "platform/RVXThread.h"
+
+// Copies one file to all its destinations in a single pass: a reader reads the source in blocks of 2 MiB, a
+// digest thread computes MD5 and SHA-1 of the stream, and one writer a destination writes every block; they
+// meet in an RVXCopyBufferManager. A source that is a symbolic link is copied as a link, and its digests are
+// those of its target text.
+//
+// The caller constructs it, sets the properties, runs main() once on its own thread and then asks for the
+// result. What main() returns as failure:
+//   200 "can't open source file"                  the source can't be opened
+//   201 "can't open destination file (#%i)"       a destination can't be opened, or is the source itself
+//   201 "can't open destination file (%@)"        a link can't be created at that path, or is the source
+// What ends the process, from whichever thread finds it:
+//   107 a destination exists and may not be overwritten
+//   211, 212 a copy can't be written, synced or closed (212: no space left)
+//   220 a block of the source can't be read, tried twice
+// A source whose size differs from what it had before the copy makes main() wait for ever.
+class RVXCopyOperationThreaded {
+ public:
+  static constexpr size_t kBlockSize = size_t{2} * 1024 * 1024;
+
+  // Entry i of both lists, which are equally long, describes destination i: its folder and the name to use
+  // there. The folder "/dev/null/" discards what it gets.
+  static std::unique_ptr<RVXCopyOperationThreaded> initWithSourcePath(
+      std::string sourcePath, std::vector<std::string> destinationPaths,
+      std::vector<std::string> destinationFilenames, bool forceOverwrite, bool skipVerification);
+
+  // Whether status lines and the digests are printed.
+  [[nodiscard]] bool verbose() const { return mVerbose; }
+  void setVerbose(bool verbose) { mVerbose = verbose; }
+
+  // Which digest hash() gives. Both are computed whichever it is.
+  [[nodiscard]] HashAlgorithm algorithm() const { return mAlgorithm; }
+  void setAlgorithm(HashAlgorithm algorithm) { mAlgorithm = algorithm; }
+
+  // The sizes, in bytes, may be asked for while threads run. The two of the whole job are for the status line
+  // only; the caller advances them from file to file.
+  [[nodiscard]] int64_t fileSize() const { return mFileSize; }  // before the copy; 0 for a link
+  [[nodiscard]] int64_t allFilesSize() const { return mAllFilesSize; }
+  void setAllFilesSize(int64_t size) { mAllFilesSize = size; }
+  [[nodiscard]] int64_t sizeOfAllFilesProcessed() const { return mSizeOfAllFilesProcessed; }
+  void setSizeOfAllFilesProcessed(int64_t size) { mSizeOfAllFilesProcessed = size; }
+
+  // Performs the copy; all its threads have ended, and every copy is with the storage, when it returns
+  // without a failure. The names in the destination folders are the caller's to sync.
+  void main();
+
+  [[nodiscard]] bool isFailed() const { return mIsFailed; }
+  [[nodiscard]] const std::optional<RVXError>& error() const { return mError; }
+
+  // The digest string of the chosen algorithm; none for a code that is neither, and none when verification
+  // was skipped.
+  [[nodiscard]] std::optional<std::string> hash() const;
+
+ private:
+  friend struct RVXCopyOperationThreadedProbe;  // lets the tests force an exit and look at the threads
+
+  // One destination's file, opened, and its folder.
+  struct Writer {
+    RVXStorageWriter fileHandle;
+    std::string destPath;
+  };
+
+  RVXCopyOperationThreaded() = default;
+
+  void copyLink();
+  void copyFile();
+  bool openSource();
+  bool openDestinations();
+  bool openDestination(size_t i);
+  void startThreads();
+  void waitForAllBytes();
+  void closeFiles();
+
+  void readThread();
+  void digestThread();
+  void fakeDigestThread();
+  void writeThread(Writer& info);
+
+  void printStatus() const;
+  void printDigests(const std::optional<std::string>& sha1, const std::optional<std::string>& md5) const;
+  [[nodiscard]] bool allThreadsFinished() const;
+  bool forcedExit(const char* threadName) const;
+  void fail(RVXError error);
+  void endProcessIfExists(const std::string& path, size_t i) const;
+  [[nodiscard]] bool isDiscarded(size_t i) const;
+  [[nodiscard]] std::string destinationFile(size_t i) const;
+  int64_t takeThreadIndex() RVX_EXCLUDES(mThreadIndexLock);
+
+  bool mVerbose = false;
+  HashAlgorithm mAlgorithm = HashAlgorithm::SHA1;
+  std::string mSourcePath;
+  std::optional<RVXRecoveringReader> mSourceFH;
+  std::vector<std::string> mDestPaths;
+  std::vector<std::string> mDestFilenames;
+  bool mForceOverwrite = false;
+  bool mSkipVerification = false;
+  bool mIsFailed = false;
+  std::optional<RVXError> mError;
+  std::optional<std::string> mSHA1Digest;
+  std::optional<std::string> mMD5Digest;
+  std::atomic<int64_t> mFileSize{0};
+  std::atomic<int64_t> mAllFilesSize{0};
+  std::atomic<int64_t> mSizeOfAllFilesProcessed{0};
+  std::unique_ptr<RVXCopyBufferManager> mBufferManager;  // exists only during main()
+  std::deque<Writer> mWriters;                           // in destination order; only during main()
+
+  // Nothing sets it; every thread and the progress loop test it all the same, so that setting it would stop
+  // them all. It carries no data with it, hence relaxed wherever it is read.
+  std::atomic<bool> mForceExit{false};
+
+  RVXMutex mThreadIndexLock;
+  int64_t mThreadIndex RVX_GUARDED_BY(mThreadIndexLock) = 0;
+
+  // Last, so that the threads have ended before what they use goes.
+  std::unique_ptr<RVXThread> mDigestThread;
+  std::unique_ptr<RVXThread> mReaderThread;
+  std::deque<RVXThread> mWriterThreads;
+};

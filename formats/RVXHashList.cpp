@@ -1,0 +1,114 @@
+#include "formats/RVXHashList.h"
+
+#include <array>
+#include <ctime>
+
+#include "formats/CPSystemInformation.h"
+#include "formats/RVXHashListLine.h"
+#include "include/Print.h"
+#include "platform/RVXHost.h"
+#include "platform/RVXTextFile.h"
+#include "platform/RVXUnicodeText.h"
+
+namespace {
+
+std::string entryValue(const std::string& label, const std::string& digest) {
+  return label + ":" + digest;
+}
+
+// The line of an entry; empty for a value that is not exactly a label, a colon and a digest.
+std::string entryLine(const std::string& fileName, const std::string& value) {
+  const size_t colon = value.find(':');
+  if (colon == std::string::npos || value.find(':', colon + 1) != std::string::npos) return "";
+  return value.substr(0, colon) + "(" + fileName + ")= " + value.substr(colon + 1) + "\n";
+}
+
+std::string currentTimeText() {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+  ::gmtime_r(&now, &utc);
+  std::array<char, 64> text;
+  const size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S +0000", &utc);
+  return {text.data(), length};
+}
+
+}  // namespace
+
+RVXHashList RVXHashList::init() {
+  return {};
+}
+
+std::optional<RVXHashList> RVXHashList::initWithPath(const std::string& path) {
+  const auto text = readTextFile(path);
+  if (!text || !isValidUTF8(*text)) {
+    print("ERROR: couldn't read hash file %s.\n", path.c_str());
+    return std::nullopt;
+  }
+  RVXHashList list;
+  list.mHashes = entriesOfText(*text);
+  if (!list.mHashes) return std::nullopt;
+  return list;
+}
+
+void RVXHashList::addHash(const std::string& hash, const std::string& hashType, const std::string& fileName) {
+  if (!mHashesMutable) mHashesMutable = mHashes.value_or(Entries{});
+  (*mHashesMutable)[fileName] = entryValue(hashType, hash);
+}
+
+std::optional<std::string> RVXHashList::hashStringForFile(const std::string& fileName) const {
+  for (const auto* entries : {&mHashes, &mHashesMutable}) {
+    if (!*entries) continue;
+    const auto entry = (*entries)->find(fileName);
+    if (entry != (*entries)->end()) return entry->second;
+  }
+  return std::nullopt;
+}
+
+bool RVXHashList::writeToFile(const std::optional<std::string>& path, bool atomically) {
+  if (!path) {
+    print("ERROR: can't write hashfile to empty path");
+    return false;
+  }
+  if (!mOriginalFiles) mOriginalFiles = "?";
+  std::string text = header();
+  if (mHashesMutable) {
+    for (const auto& [fileName, value] : *mHashesMutable) text += entryLine(fileName, value);
+  }
+  if (writeTextFile(*path, text, atomically)) {
+    print("ERROR: couldn't write hash file to %s\n", path->c_str());
+    return false;
+  }
+  return true;
+}
+
+std::vector<std::string> RVXHashList::filePaths() const {
+  std::vector<std::string> paths;
+  if (mHashes) {
+    for (const auto& [fileName, value] : *mHashes) paths.push_back(fileName);
+  }
+  return paths;
+}
+
+std::optional<RVXHashList::Entries> RVXHashList::entriesOfText(std::string_view text) {
+  Entries entries;
+  for (unsigned long number = 1;; ++number) {
+    const size_t lineEnd = text.find('\n');
+    const std::string_view line = text.substr(0, lineEnd);
+    if (!line.empty() && !line.starts_with('#')) {
+      const auto entry = RVXHashListLine::parse(line);
+      if (!entry) {
+        print("ERROR: couldn't parse hash file in line #%lu: %s\n", number, std::string(line).c_str());
+        return std::nullopt;
+      }
+      entries[entry->name] = entryValue(entry->label, entry->digest);
+    }
+    if (lineEnd == std::string_view::npos) return entries;
+    text.remove_prefix(lineEnd + 1);
+  }
+}
+
+std::string RVXHashList::header() const {
+  return "# hash created by rvxvscopy by " + environmentVariable("USER").value_or("?") + " on " +
+         CPSystemInformation::computerName() + " " + currentTimeText() +
+         "\n# original file(s): " + mOriginalFiles.value_or("?") + " \n";
+}

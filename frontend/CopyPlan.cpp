@@ -1,0 +1,88 @@
+#include "frontend/CopyPlan.h"
+
+#include "include/EndProcess.h"
+#include "include/Print.h"
+#include "platform/RVXFileSystem.h"
+#include "platform/RVXPathText.h"
+
+namespace {
+
+// With fewer frames than this there is nothing to gain from measuring only three of them.
+constexpr uint64_t kFewestEstimatedFrames = 4;
+
+std::string relativeFolderOf(const CopyJobOptions& options) {
+  std::string folder = sourceFolder(options);
+  std::string relativeFolder;
+  for (int level = 0; level < options.preserveDepth && !folder.empty(); ++level) {
+    relativeFolder = pathByAppendingComponent(lastPathComponent(folder), relativeFolder);
+    folder = pathWithoutLastComponent(folder);
+  }
+  return relativeFolder;
+}
+
+void createDestinationFolder(const std::string& folder, size_t k) {
+  if (!createFolderWithIntermediates(folder)) return;
+  print("ERROR: Can't create destination folder #%u (%s).\n", static_cast<unsigned>(k), folder.c_str());
+  endProcess(ExitStatus::destinationFolderNotCreated);
+}
+
+uint64_t frameSize(const RVXFileSequence& sequence, uint64_t index) {
+  const auto path = sequence.filenameForIndex(index);
+  return path ? filesizeCFI(*path) : 0;
+}
+
+uint64_t sizeOfAllFrames(const RVXFileSequence& sequence) {
+  const uint64_t count = sequence.duration();
+  if (count >= kFewestEstimatedFrames) {
+    const uint64_t size = frameSize(sequence, 0);
+    if (size == frameSize(sequence, count / 2) && size == frameSize(sequence, count - 1)) return size * count;
+  }
+  uint64_t sum = 0;
+  for (uint64_t i = 0; i < count; ++i) sum += frameSize(sequence, i);
+  return sum;
+}
+
+}  // namespace
+
+CopyPlan planCopy(const CopyJobOptions& options, const std::optional<RVXFileSequence>& sequence) {
+  CopyPlan plan;
+  plan.sequence = sequence;
+  planDestinations(options, plan);
+  planSources(options, plan);
+  return plan;
+}
+
+void planDestinations(const CopyJobOptions& options, CopyPlan& plan) {
+  plan.relativeFolder = relativeFolderOf(options);
+  size_t k = 0;
+  for (const std::string& argument : options.destinationArguments) {
+    const bool isFolderArgument = argument.ends_with('/');
+    const std::string folder = isFolderArgument ? argument : pathWithoutLastComponent(argument);
+    const std::string targetFolder = pathByAppendingComponent(folder, plan.relativeFolder);
+    createDestinationFolder(targetFolder, ++k);
+    plan.destinationPaths.push_back(targetFolder);
+    plan.destinationFilenames.push_back(
+        lastPathComponent(isFolderArgument ? options.sourceArgument : argument));
+  }
+}
+
+void planSources(const CopyJobOptions& options, CopyPlan& plan) {
+  plan.fileCount = plan.sequence ? plan.sequence->duration() : 1;
+  plan.allFilesSize = plan.sequence ? sizeOfAllFrames(*plan.sequence) : filesizeCFI(options.sourceArgument);
+}
+
+std::optional<std::string> sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index) {
+  return plan.sequence ? plan.sequence->filenameForIndex(index) : options.sourceArgument;
+}
+
+std::string sourceFolder(const CopyJobOptions& options) {
+  return pathWithoutLastComponent(options.sourceArgument);
+}
+
+std::string destinationFilename(const CopyPlan& plan, size_t k, const std::string& sourceFile) {
+  return plan.sequence ? lastPathComponent(sourceFile) : plan.destinationFilenames[k];
+}
+
+std::string hashListKey(const std::string& sourceFile) {
+  return "../" + lastPathComponent(sourceFile);
+}

@@ -1,0 +1,23 @@
+#include "frontend/ProcessSetUp.h"
+
+#include <csignal>
+#include <cstdio>
+#include <new>
+
+#include "frontend/SignalHandler.h"
+#include "include/EndProcess.h"
+#include "platform/RVXDigest.h"
+#include "platform/RVXHost.h"
+
+void setUpProcess() {
+  openMissingStandardDescriptors();
+  installSignalHandler();
+  std::signal(SIGXFSZ, SIG_IGN);
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
+  std::set_new_handler([] { endProcessWithout("memory", "allocation refused"); });
+}
+
+void requireDigests() {
+  const RVXDigest md5Digest(HashAlgorithm::MD5);
+  const RVXDigest sha1Digest(HashAlgorithm::SHA1);
+}

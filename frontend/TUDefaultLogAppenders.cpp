@@ -1,0 +1,7 @@
+#include "frontend/TUDefaultLogAppenders.h"
+
+#include "platform/RVXHost.h"
+
+std::vector<TUASLCSVAppender> TUDefaultLogAppenders::defaultLogAppenders() {
+  return {TUASLCSVAppender::initWithLogLevel(1, processName())};
+}

@@ -1,0 +1,112 @@
+#include "frontend/VerifyPhase.h"
+
+#include <memory>
+#include <vector>
+
+#include "checksum/RVXVerifyOperation.h"
+#include "include/EndProcess.h"
+#include "include/Print.h"
+#include "platform/RVXFileSystem.h"
+#include "platform/RVXOperationQueue.h"
+#include "platform/RVXPathText.h"
+
+namespace {
+
+using VerifyOperations = std::vector<std::unique_ptr<RVXVerifyOperation>>;
+
+std::string destinationFile(const CopyPlan& plan, size_t k, const std::string& file) {
+  return pathByAppendingComponent(plan.destinationPaths[k], destinationFilename(plan, k, file));
+}
+
+void announceVerification(const CopyJobOptions& options, const CopyPlan& plan) {
+  if (!options.verbose) return;
+  for (const std::string& folder : plan.destinationPaths) print("INFO: verifying %s\n", folder.c_str());
+  print("INFO: verifying %s\n", sourceFolder(options).c_str());
+}
+
+std::string stringByDeletingPrefix(const std::string& text, const std::string& prefix) {
+  return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
+}
+
+std::string expectedDigest(const CopyJobOptions& options, const RVXHashList& hashList,
+                           const std::string& file) {
+  const std::string entry = hashList.hashStringForFile(hashListKey(file)).value_or("");
+  return stringByDeletingPrefix(entry, hashAlgorithmLabel(options.algorithm) + ":");
+}
+
+// One operation for each copy, in the order of the destinations, and last one for the source.
+VerifyOperations verifyOperations(const CopyJobOptions& options, const CopyPlan& plan,
+                                  const std::string& file, const std::string& digest,
+                                  uint64_t bytesVerified) {
+  std::vector<std::string> paths;
+  for (size_t k = 0; k < plan.destinationPaths.size(); ++k) paths.push_back(destinationFile(plan, k, file));
+  paths.push_back(file);
+
+  VerifyOperations operations;
+  for (const std::string& path : paths) {
+    operations.push_back(RVXVerifyOperation::initWithPath(path, digest, options.algorithm, options.verbose));
+    const auto checksum = operations.back()->generateChecksumOperation();
+    checksum->setAllFilesSize(static_cast<int64_t>(plan.allFilesSize));
+    checksum->setSizeOfAllFilesProcessed(static_cast<int64_t>(bytesVerified));
+  }
+  return operations;
+}
+
+void runSideBySide(const VerifyOperations& operations) {
+  RVXOperationQueue queue;
+  for (const auto& operation : operations) {
+    queue.addOperation([&operation] { operation->main(); });
+  }
+  queue.waitUntilAllOperationsAreFinished();
+}
+
+void reportResults(const CopyJobOptions& options, const CopyPlan& plan, const std::string& file, uint64_t i,
+                   const VerifyOperations& operations) {
+  unsigned place = 0;  // in this file's list; what drivers read behind the "#"
+  for (const auto& operation : operations) {
+    ++place;
+    const std::string path = operation->generateChecksumOperation()->path();
+    const char* const label = path == file ? "source" : "destination";
+    if (operation->isFailed()) {
+      print("ERROR: verify of %s file #%d (%s) failed, wrong hash.\n", label, static_cast<int>(place),
+            path.c_str());
+      endProcess(ExitStatus::wrongHash);
+    }
+    if (!options.verbose) continue;
+    if (plan.sequence) {
+      print("verify of %s file %d of %lu of sequence #%u (%s) ok.\n", label, static_cast<int>(i + 1),
+            static_cast<unsigned long>(plan.fileCount), place, path.c_str());
+    } else {
+      print("verify of %s file #%d (%s) ok.\n", label, static_cast<int>(place), path.c_str());
+    }
+  }
+}
+
+}  // namespace
+
+void runVerifyPhase(const CopyJobOptions& options, const CopyPlan& plan, const RVXHashList& hashList) {
+  announceVerification(options, plan);
+  uint64_t bytesVerified = 0;
+  for (uint64_t i = 0; i < plan.fileCount; ++i) {
+    const std::string file = *sourceFile(options, plan, i);
+    const VerifyOperations operations =
+        verifyOperations(options, plan, file, expectedDigest(options, hashList, file), bytesVerified);
+    runSideBySide(operations);
+    reportResults(options, plan, file, i, operations);
+    bytesVerified += static_cast<uint64_t>(operations.back()->generateChecksumOperation()->fileSize());
+  }
+}
+
+void reportUnverifiedCopies(const CopyJobOptions& options, const CopyPlan& plan) {
+  for (uint64_t i = 0; i < plan.fileCount; ++i) {
+    const std::string file = *sourceFile(options, plan, i);
+    for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
+      const std::string path = destinationFile(plan, k, file);
+      if (!fileExists(path)) {
+        print("Copy failed for destination file (%s)\n", path.c_str());
+        endProcess(ExitStatus::destinationFileMissing);
+      }
+      print("Copy completed successfully for destination file (%s)\n", path.c_str());
+    }
+  }
+}

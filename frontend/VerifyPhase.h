@@ -1,0 +1,14 @@
+#pragma once
+
+#include "formats/RVXHashList.h"
+#include "frontend/CopyJobOptions.h"
+#include "frontend/CopyPlan.h"
+
+// For every source file in turn, re-reads the source and all its copies side by side and compares each with
+// the digest that the copy phase entered in the hash list. The first mismatch ends the process with
+// ExitStatus::wrongHash; files that can't be opened count as mismatches. Runs on the main thread.
+void runVerifyPhase(const CopyJobOptions& options, const CopyPlan& plan, const RVXHashList& hashList);
+
+// In its place when verification is skipped: tells for every copy that it is there, or ends the process with
+// ExitStatus::destinationFileMissing.
+void reportUnverifiedCopies(const CopyJobOptions& options, const CopyPlan& plan);

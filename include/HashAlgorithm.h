@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// The digest choice, handed to every operation as a 32-bit code. Codes other than the two named ones are
+// legal values: operations say what they do with them.
+enum class HashAlgorithm : int32_t { SHA1 = 0, MD5 = 1 };
+
+// The label that hash lists use: "MD5" for MD5, "SHA1" for every other code.
+inline std::string hashAlgorithmLabel(HashAlgorithm algorithm) {
+  return algorithm == HashAlgorithm::MD5 ? "MD5" : "SHA1";
+}
+
+// The label in lower case ("md5", "sha1"); it names the hash list's folder and file extension.
+inline std::string lowerCaseHashAlgorithmLabel(HashAlgorithm algorithm) {
+  return algorithm == HashAlgorithm::MD5 ? "md5" : "sha1";
+}

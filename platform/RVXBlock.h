@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+// A piece of a file in memory that is aligned for direct I/O. Move-only. Its memory is recycled: a block made
+// after another of the same capacity was destroyed has that one's memory, already mapped. Blocks may be made
+// and destroyed on any thread; a block itself is used by one thread at a time, or read by many.
+class RVXBlock {
+ public:
+  // A block of no capacity.
+  RVXBlock() = default;
+  // The contents are undefined. Ends the process when there is no memory.
+  static RVXBlock withCapacity(size_t capacity);
+
+  RVXBlock(RVXBlock&& other) noexcept;
+  RVXBlock& operator=(RVXBlock&& other) noexcept;
+  ~RVXBlock();
+
+  // The bytes that hold data.
+  [[nodiscard]] size_t length() const { return mLength; }
+  [[nodiscard]] std::span<const std::byte> bytes() const { return {mMemory, mLength}; }
+
+  // All the memory, for filling; setLength() then says how much holds data.
+  [[nodiscard]] std::span<std::byte> storage() { return {mMemory, mCapacity}; }
+  void setLength(size_t length) { mLength = length; }
+
+ private:
+  std::byte* mMemory = nullptr;
+  size_t mCapacity = 0;
+  size_t mLength = 0;
+};

@@ -1,0 +1,62 @@
+#include "platform/RVXDigest.h"
+
+#include <openssl/err.h>
+#include <openssl/evp.h>
+
+#include <array>
+
+#include "include/DigestString.h"
+#include "include/EndProcess.h"
+
+namespace {
+
+// Looked up in the library once: the look-up is far dearer than a digest of a small file. Null when refused.
+const EVP_MD* method(HashAlgorithm algorithm) {
+  static const EVP_MD* const md5Method = EVP_MD_fetch(nullptr, "MD5", nullptr);
+  static const EVP_MD* const sha1Method = EVP_MD_fetch(nullptr, "SHA1", nullptr);
+  return algorithm == HashAlgorithm::MD5 ? md5Method : sha1Method;
+}
+
+std::string stringDigest(HashAlgorithm algorithm, std::string_view text) {
+  RVXDigest digest(algorithm);
+  digest.update(std::as_bytes(std::span(text)));
+  return digest.final();
+}
+
+}  // namespace
+
+void RVXDigest::FreeContext::operator()(EVP_MD_CTX* context) const {
+  EVP_MD_CTX_free(context);
+}
+
+RVXDigest::RVXDigest(HashAlgorithm algorithm) : mAlgorithm(algorithm), mContext(EVP_MD_CTX_new()) {
+  if (method(algorithm) == nullptr || !mContext ||
+      EVP_DigestInit_ex2(mContext.get(), method(algorithm), nullptr) != 1) {
+    endProcessRefused();
+  }
+}
+
+void RVXDigest::update(std::span<const std::byte> bytes) {
+  if (EVP_DigestUpdate(mContext.get(), bytes.data(), bytes.size()) != 1) endProcessRefused();
+}
+
+std::string RVXDigest::final() {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
+  unsigned length = 0;
+  if (EVP_DigestFinal_ex(mContext.get(), digest.data(), &length) != 1) endProcessRefused();
+  return digestString(std::as_bytes(std::span(digest).first(length)));
+}
+
+void RVXDigest::endProcessRefused() const {
+  const char* const reason = ERR_reason_error_string(ERR_peek_last_error());
+  endProcessWithout(mAlgorithm == HashAlgorithm::MD5 ? "MD5 digest" : "SHA-1 digest",
+                    reason != nullptr ? reason : "refused by the digest library");
+}
+
+std::string SHA1Sum(std::string_view text) {
+  return stringDigest(HashAlgorithm::SHA1, text);
+}
+
+std::string md5(std::string_view text) {
+  return stringDigest(HashAlgorithm::MD5, text);
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "include/HashAlgorithm.h"
+
+struct evp_md_ctx_st;  // the library's digest context
+
+// An incremental MD5 (RFC 1321) or SHA-1 (FIPS 180-1) digest. Used by one thread at a time.
+// Where the library refuses the digest or fails at it, the process ends: a wrong digest is never given.
+class RVXDigest {
+ public:
+  // MD5 for HashAlgorithm::MD5, SHA-1 for any other code.
+  explicit RVXDigest(HashAlgorithm algorithm);
+
+  void update(std::span<const std::byte> bytes);
+
+  // The digest string of all that was fed to update(). To be called once, at the end.
+  std::string final();
+
+ private:
+  struct FreeContext {
+    void operator()(evp_md_ctx_st* context) const;
+  };
+  [[noreturn]] void endProcessRefused() const;
+
+  HashAlgorithm mAlgorithm;
+  std::unique_ptr<evp_md_ctx_st, FreeContext> mContext;
+};
+
+// The string digests: the digest string of a text's bytes. Links are digested by them, by their target text.
+std::string SHA1Sum(std::string_view text);
+std::string md5(std::string_view text);

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/RVXIOFailure.h"
+
+// Files and folders by their path. An empty path of a folder means the current folder.
+
+enum class RVXFileType { regular, folder, symbolicLink, other };
+
+// What makes two paths name one and the same file.
+struct RVXFileIdentity {
+  dev_t device = 0;
+  ino_t inode = 0;
+  bool operator==(const RVXFileIdentity&) const = default;
+};
+
+struct RVXFileAttributes {
+  RVXFileType type = RVXFileType::other;
+  int64_t size = 0;  // bytes
+  RVXFileIdentity identity;
+};
+
+// The attributes of the item itself, a final link not followed; none when they can't be read.
+std::optional<RVXFileAttributes> attributesOfItem(const std::string& path);
+
+// The attributes of what the path leads to, links followed; none when they can't be read.
+std::optional<RVXFileAttributes> attributesOfTarget(const std::string& path);
+
+// Both follow links: a link to nothing does not exist.
+bool fileExists(const std::string& path);
+bool isFolder(const std::string& path);
+
+// The size in bytes of the item itself; 0 for one that is missing or can't be examined.
+uint64_t filesizeCFI(const std::string& path);
+
+// Creates the folder with all missing intermediate ones and hands each new name to the storage. A folder
+// that is there already is a success.
+std::optional<RVXIOFailure> createFolderWithIntermediates(const std::string& path);
+
+// Hands the names in a folder to the storage (fsync of the folder). A file system that has no such sync is
+// no failure.
+std::optional<RVXIOFailure> syncFolder(const std::string& path);
+
+// The names of the folder's entries, sorted; "." and ".." are left out. Empty when it can't be listed.
+std::vector<std::string> folderEntries(const std::string& path);
+
+// The target text as stored in the link; none when it can't be read.
+std::optional<std::string> linkTarget(const std::string& path);
+
+// Fails when anything, even a link to nothing, stands at `path`.
+std::optional<RVXIOFailure> createSymbolicLink(const std::string& target, const std::string& path);

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <list>
+
+#include "platform/RVXCondition.h"
+#include "platform/RVXThread.h"
+
+// Runs operations on worker threads. Used by one thread, which adds and waits.
+//
+// Its user sets no limit on how many run at once. The queue itself starts at most kMostWorkers threads, each
+// only when an operation finds all others busy; further operations wait their turn, in order.
+class RVXOperationQueue {
+ public:
+  // Three checksum readers hold 24 MiB of chunks, which with the rest of the process stays below 32 MiB
+  // however many files are verified at once.
+  static constexpr size_t kMostWorkers = 3;
+
+  RVXOperationQueue() = default;
+  // Waits until all operations have finished.
+  ~RVXOperationQueue();
+  RVXOperationQueue(const RVXOperationQueue&) = delete;
+  RVXOperationQueue& operator=(const RVXOperationQueue&) = delete;
+
+  // Adds an operation, which may start at once. It must not throw, and what it refers to must live until it
+  // has finished. What it does is visible to the adder after the next wait.
+  void addOperation(std::function<void()> operation) RVX_EXCLUDES(mCondition);
+
+  void waitUntilAllOperationsAreFinished() RVX_EXCLUDES(mCondition);
+
+ private:
+  void work() RVX_EXCLUDES(mCondition);
+
+  RVXCondition mCondition{"RVXOperationQueueCondition"};
+  std::deque<std::function<void()>> mWaiting RVX_GUARDED_BY(mCondition);
+  size_t mUnfinished RVX_GUARDED_BY(mCondition) = 0;  // waiting or running
+  bool mIsClosing RVX_GUARDED_BY(mCondition) = false;
+  std::list<RVXThread> mWorkers;  // last: ended before what they use goes
+};

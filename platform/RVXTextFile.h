@@ -1,0 +1,17 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/RVXIOFailure.h"
+
+// Whole small text files.
+
+// The file's bytes; none when it can't be read.
+std::optional<std::string> readTextFile(const std::string& path);
+
+// Writes the text and hands it, with its name, to the storage. Atomically: a reader, also one after a power
+// cut, sees either what was there before or the whole new text; when it fails, nothing is left behind.
+// Otherwise an existing file is truncated and written in place.
+std::optional<RVXIOFailure> writeTextFile(const std::string& path, std::string_view text, bool atomically);
