@@ -45,9 +45,9 @@ bool writeHashListFrom(const std::optional<std::string>& value) {
 }
 
 // Hands out the arguments one after the other.
-class Arguments {
+class ArgumentsInOrder {
  public:
-  explicit Arguments(const std::vector<std::string>& arguments) : mArguments(arguments) {}
+  explicit ArgumentsInOrder(const std::vector<std::string>& arguments) : mArguments(arguments) {}
 
   std::optional<std::string> next() {
     if (mNext == mArguments.size()) return std::nullopt;
@@ -68,11 +68,11 @@ void requireTwoArguments(const std::vector<std::string>& arguments) {
   endProcess(ExitStatus::tooFewArguments);
 }
 
-CopyJobOptions parseArguments(const std::vector<std::string>& argumentList) {
+CopyJobOptions parseArguments(const std::vector<std::string>& arguments) {
   CopyJobOptions options;
   bool hasSource = false;
-  Arguments arguments(argumentList);
-  while (const auto argument = arguments.next()) {
+  ArgumentsInOrder inOrder(arguments);
+  while (const auto argument = inOrder.next()) {
     // Prefixes on purpose: drivers write -verbose. That a path -video.mov is -v as well is the accepted
     // price.
     if (argument->starts_with("-v")) {
@@ -82,11 +82,11 @@ CopyJobOptions parseArguments(const std::vector<std::string>& argumentList) {
     } else if (argument->starts_with("-f")) {
       options.forceOverwrite = true;
     } else if (argument->starts_with("-p")) {
-      options.preserveDepth = preserveDepthFrom(arguments.next());
+      options.preserveDepth = preserveDepthFrom(inOrder.next());
     } else if (argument->starts_with("-t")) {
-      options.algorithm = algorithmFrom(arguments.next());
+      options.algorithm = algorithmFrom(inOrder.next());
     } else if (argument->starts_with("-o")) {
-      options.writeHashList = writeHashListFrom(arguments.next());
+      options.writeHashList = writeHashListFrom(inOrder.next());
     } else if (argument->starts_with("-n")) {
       options.skipVerification = true;
     } else if (!hasSource) {

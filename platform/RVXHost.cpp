@@ -74,7 +74,7 @@ std::vector<std::string> mountFolders() {
   const std::unique_ptr<FILE, int (*)(FILE*)> table(::setmntent("/proc/self/mounts", "re"), ::endmntent);
   if (!table) return folders;
   mntent mount{};
-  std::array<char, 3 * PATH_MAX> text{};
+  std::array<char, size_t{3} * PATH_MAX> text{};
   while (::getmntent_r(table.get(), &mount, text.data(), static_cast<int>(text.size())) != nullptr) {
     if (isRealFileSystem(mount)) folders.emplace_back(mount.mnt_dir);
   }
@@ -91,7 +91,7 @@ std::optional<std::string> userVisibleComputerName() {
 }
 
 std::optional<std::string> environmentVariable(const std::string& name) {
-  const char* value = std::getenv(name.c_str());
+  const char* value = std::getenv(name.c_str());  // NOLINT(concurrency-mt-unsafe): nothing here sets one
   return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
 }
 
@@ -100,6 +100,7 @@ std::string processName() {
 }
 
 std::optional<std::string> homeFolder(const std::string& user) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): hash lists are read on one thread
   const passwd* entry = user.empty() ? ::getpwuid(::getuid()) : ::getpwnam(user.c_str());
   return entry != nullptr ? std::optional<std::string>(entry->pw_dir) : std::nullopt;
 }

@@ -1,0 +1,26 @@
+# What scripts/run and scripts/test share. To be sourced.
+
+repository=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# Installs the named Debian packages that are missing; asks the package sources only when one is.
+install_missing() {
+  local package missing=()
+  for package in "$@"; do
+    dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed ||
+      missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return
+  local as_root=()
+  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  echo "Installing ${missing[*]} ..."
+  "${as_root[@]}" apt-get update -qq
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+    "${missing[@]}" >/dev/null
+}
+
+# Configures and builds a preset, with its options for cmake.
+build_preset() {
+  local preset=$1
+  shift
+  (cd "$repository" && cmake --preset "$preset" "$@" >/dev/null && cmake --build --preset "$preset" -- --quiet)
+}

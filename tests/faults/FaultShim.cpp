@@ -1,0 +1,314 @@
+// A library for LD_PRELOAD that makes chosen calls of a program fail, or run a script, as RVX_FAULTS says:
+//
+//   RVX_FAULTS="CALL PATH NTH COUNT EFFECT;..."
+//
+//   CALL    openr (opened for reading), openw (for writing), read, write (all write calls), fdatasync, fsync,
+//           close, range (sync_file_range), rename, mkdir, symlink, readlink, stat, lstat, fstat, unlink,
+//           fcntl, thread (pthread_create; its path is "thread"), or * for any of them
+//   PATH    a text that the path of the file must contain, or *
+//   NTH     the matching call, from 1, at which it begins
+//   COUNT   how many calls it lasts, or * for ever
+//   EFFECT  the name of an errno; short (half of the transfer); lie (a write that claims success and does
+//           nothing); run=COMMAND (runs it with sh before the call, which then succeeds; no ";" or blank in
+//           it: name a script)
+//
+// With RVX_FAULTS_LOG, each matching call appends a line "CALL PATH" to that file, "!" in front where a rule
+// fired, so that a test can see that its fault did happen and count the calls.
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+struct Rule {
+  std::string call, path, effect;
+  long nth = 1, count = 1;
+  long seen = 0;
+};
+
+struct Fault {
+  int error = 0;  // 0: none
+  bool isShort = false;
+  bool isLie = false;
+};
+
+constexpr long kForEver = -1;
+
+const std::vector<std::pair<const char*, int>> kErrors = {
+    {"EIO", EIO},       {"ENOSPC", ENOSPC},         {"EINTR", EINTR},   {"EACCES", EACCES},
+    {"EDQUOT", EDQUOT}, {"EINVAL", EINVAL},         {"EROFS", EROFS},   {"ENOSYS", ENOSYS},
+    {"EPERM", EPERM},   {"EOPNOTSUPP", EOPNOTSUPP}, {"ENOENT", ENOENT}, {"EMFILE", EMFILE},
+    {"EAGAIN", EAGAIN}, {"EBADF", EBADF},           {"EFBIG", EFBIG},   {"ENOMEM", ENOMEM}};
+
+int errorNamed(const std::string& name) {
+  for (const auto& [text, number] : kErrors) {
+    if (name == text) return number;
+  }
+  return 0;
+}
+
+template <typename Function>
+Function next(const char* name) {
+  return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+std::string pathOfDescriptor(int descriptor) {
+  std::array<char, 4096> target;
+  const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+  const long length = ::syscall(SYS_readlink, link.c_str(), target.data(), target.size());
+  return length < 0 ? "" : std::string(target.data(), static_cast<size_t>(length));
+}
+
+class Shim {
+ public:
+  static Shim& instance() {
+    static auto* const shim = new Shim;
+    return *shim;
+  }
+
+  Fault faultFor(const char* call, const std::string& path) {
+    const std::lock_guard<std::mutex> lock(mLock);
+    Fault fault;
+    bool matches = false;
+    bool fired = false;
+    std::string script;
+    for (Rule& rule : mRules) {
+      if ((rule.call != "*" && rule.call != call) ||
+          (rule.path != "*" && path.find(rule.path) == std::string::npos)) {
+        continue;
+      }
+      matches = true;
+      ++rule.seen;
+      if (rule.seen < rule.nth || (rule.count != kForEver && rule.seen >= rule.nth + rule.count)) continue;
+      fired = true;
+      if (rule.effect == "short") {
+        fault.isShort = true;
+      } else if (rule.effect == "lie") {
+        fault.isLie = true;
+      } else if (rule.effect.starts_with("run=")) {
+        script = rule.effect.substr(4);
+      } else {
+        fault.error = errorNamed(rule.effect);
+      }
+    }
+    if (matches) log(call, path, fired);
+    if (!script.empty()) run(script);
+    return fault;
+  }
+
+ private:
+  Shim() {
+    const char* text = std::getenv("RVX_FAULTS");
+    std::istringstream rules(text != nullptr ? text : "");
+    for (std::string line; std::getline(rules, line, ';');) {
+      std::istringstream words(line);
+      Rule rule;
+      std::string count;
+      if (!(words >> rule.call >> rule.path >> rule.nth >> count >> rule.effect)) continue;
+      rule.count = count == "*" ? kForEver : std::stol(count);
+      mRules.push_back(rule);
+    }
+    const char* logFile = std::getenv("RVX_FAULTS_LOG");
+    if (logFile != nullptr) {
+      mLog = static_cast<int>(
+          ::syscall(SYS_openat, AT_FDCWD, logFile, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
+    }
+  }
+
+  void log(const char* call, const std::string& path, bool fired) const {
+    if (mLog < 0) return;
+    const std::string line = std::string(fired ? "!" : "") + call + " " + path + "\n";
+    ::syscall(SYS_write, mLog, line.data(), line.size());
+  }
+
+  static void run(const std::string& script) {
+    std::array<char*, 3> arguments{const_cast<char*>("sh"), const_cast<char*>(script.c_str()), nullptr};
+    std::array<char*, 2> environment{const_cast<char*>("PATH=/usr/sbin:/usr/bin:/sbin:/bin"), nullptr};
+    pid_t child = 0;
+    if (::posix_spawn(&child, "/bin/sh", nullptr, nullptr, arguments.data(), environment.data()) == 0) {
+      int status = 0;
+      while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+      }
+    }
+  }
+
+  std::mutex mLock;
+  std::vector<Rule> mRules;
+  int mLog = -1;
+};
+
+Fault faultFor(const char* call, const std::string& path) {
+  return Shim::instance().faultFor(call, path);
+}
+Fault faultFor(const char* call, int descriptor) {
+  return faultFor(call, pathOfDescriptor(descriptor));
+}
+
+// Fails a call whose result is 0 or -1.
+template <typename Call>
+int guarded(const Fault& fault, Call call) {
+  if (fault.error != 0) {
+    errno = fault.error;
+    return -1;
+  }
+  return fault.isLie ? 0 : call();
+}
+
+// Fails, halves or fakes a transfer of `size` bytes.
+template <typename Call>
+ssize_t guardedTransfer(const Fault& fault, size_t size, Call call) {
+  if (fault.error != 0) {
+    errno = fault.error;
+    return -1;
+  }
+  if (fault.isLie) return static_cast<ssize_t>(size);
+  return call(fault.isShort && size > 1 ? size / 2 : size);
+}
+
+int guardedOpen(const char* path, int flags, mode_t mode) {
+  const bool isForReading = (flags & O_ACCMODE) == O_RDONLY;
+  return guarded(faultFor(isForReading ? "openr" : "openw", path),
+                 [&] { return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode)); });
+}
+
+mode_t modeArgument(int flags, va_list arguments) {
+  return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+int open(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = modeArgument(flags, arguments);
+  va_end(arguments);
+  return guardedOpen(path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = modeArgument(flags, arguments);
+  va_end(arguments);
+  return guardedOpen(path, flags, mode);
+}
+
+ssize_t read(int descriptor, void* bytes, size_t size) {
+  return guardedTransfer(faultFor("read", descriptor), size,
+                         [&](size_t most) { return ::syscall(SYS_read, descriptor, bytes, most); });
+}
+
+ssize_t write(int descriptor, const void* bytes, size_t size) {
+  return guardedTransfer(faultFor("write", descriptor), size,
+                         [&](size_t most) { return ::syscall(SYS_write, descriptor, bytes, most); });
+}
+
+ssize_t pwritev2(int descriptor, const struct iovec* pieces, int count, off_t offset, int flags) {
+  static const auto real = next<ssize_t (*)(int, const struct iovec*, int, off_t, int)>("pwritev2");
+  return guardedTransfer(faultFor("write", descriptor), pieces->iov_len, [&](size_t most) {
+    const struct iovec piece { pieces->iov_base, most };
+    return real(descriptor, &piece, count, offset, flags);
+  });
+}
+
+int fdatasync(int descriptor) {
+  return guarded(faultFor("fdatasync", descriptor),
+                 [&] { return static_cast<int>(::syscall(SYS_fdatasync, descriptor)); });
+}
+
+int fsync(int descriptor) {
+  return guarded(faultFor("fsync", descriptor),
+                 [&] { return static_cast<int>(::syscall(SYS_fsync, descriptor)); });
+}
+
+int close(int descriptor) {
+  const Fault fault = faultFor("close", descriptor);
+  // Also a failing close gives the number back.
+  const int result = static_cast<int>(::syscall(SYS_close, descriptor));
+  return guarded(fault, [&] { return result; });
+}
+
+int sync_file_range(int descriptor, off64_t offset, off64_t length, unsigned flags) {
+  return guarded(faultFor("range", descriptor), [&] {
+    return static_cast<int>(::syscall(SYS_sync_file_range, descriptor, offset, length, flags));
+  });
+}
+
+int rename(const char* from, const char* to) noexcept {
+  return guarded(faultFor("rename", to), [&] { return static_cast<int>(::syscall(SYS_rename, from, to)); });
+}
+
+int mkdir(const char* path, mode_t mode) noexcept {
+  return guarded(faultFor("mkdir", path), [&] { return static_cast<int>(::syscall(SYS_mkdir, path, mode)); });
+}
+
+int symlink(const char* target, const char* path) noexcept {
+  return guarded(faultFor("symlink", path),
+                 [&] { return static_cast<int>(::syscall(SYS_symlink, target, path)); });
+}
+
+ssize_t readlink(const char* path, char* target, size_t size) noexcept {
+  return guardedTransfer(faultFor("readlink", path), size,
+                         [&](size_t) { return ::syscall(SYS_readlink, path, target, size); });
+}
+
+int unlink(const char* path) noexcept {
+  return guarded(faultFor("unlink", path), [&] { return static_cast<int>(::syscall(SYS_unlink, path)); });
+}
+
+int stat(const char* path, struct stat* status) noexcept {
+  return guarded(faultFor("stat", path),
+                 [&] { return static_cast<int>(::syscall(SYS_newfstatat, AT_FDCWD, path, status, 0)); });
+}
+
+int lstat(const char* path, struct stat* status) noexcept {
+  return guarded(faultFor("lstat", path), [&] {
+    return static_cast<int>(::syscall(SYS_newfstatat, AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW));
+  });
+}
+
+int fstat(int descriptor, struct stat* status) noexcept {
+  return guarded(faultFor("fstat", descriptor), [&] {
+    return static_cast<int>(::syscall(SYS_newfstatat, descriptor, "", status, AT_EMPTY_PATH));
+  });
+}
+
+int fcntl(int descriptor, int command, ...) {
+  va_list arguments;
+  va_start(arguments, command);
+  const long argument = va_arg(arguments, long);
+  va_end(arguments);
+  return guarded(faultFor("fcntl", descriptor),
+                 [&] { return static_cast<int>(::syscall(SYS_fcntl, descriptor, command, argument)); });
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                   void* argument) noexcept {
+  static const auto real =
+      next<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
+  const Fault fault = faultFor("thread", std::string("thread"));
+  return fault.error != 0 ? fault.error : real(thread, attributes, body, argument);
+}
+}

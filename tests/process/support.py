@@ -1,0 +1,164 @@
+"""What the process tests share: running the built program as a driver does, and judging what it left behind."""
+
+import hashlib
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+RVXCOPY = os.environ["RVXCOPY"]
+FAULT_SHIM = os.environ["RVX_FAULT_SHIM"]
+FAULT_FS = os.environ["RVX_FAULT_FS"]
+
+# No run of the tests' small jobs takes nearly this long, also not under a sanitizer: it would be a hang.
+LONGEST_RUN = 120  # seconds
+
+BLOCK = 2 * 1024 * 1024
+CHUNK = 4 * 1024 * 1024
+
+USAGE = b"""Usage:
+  rvxcopy [-s] /source/file.mov /path/dest1/ [/path/dest2/[filname.mov] /path/dest3/[filname.mov] ..]
+
+  Options: -v             : verbose, prints progress during copy and verify
+           -s             : marks a sequence (including #### etc.)
+           -t (md5|sha1)  : hash type, md5 or sha1 (default: sha1)
+           -f             : force overwrite mode (if file exists, don't error but overwrite it)
+           -p n           : preserve the source folder structure to a depth of n. n can be between 0 and 6 (default is 0)
+           -o (0|1)       : write output hash file (default: 1)
+           -n             : skip file verification after copy
+"""
+
+
+class Result:
+    def __init__(self, status, output):
+        self.status = status
+        self.output = output
+
+
+def file_bytes(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def pattern(size, seed=1):
+    """Bytes without a period that a block size divides, so that a misplaced block shows."""
+    unit = hashlib.sha512(str(seed).encode()).digest() * 1024 + b"odd"
+    return (unit * (size // len(unit) + 1))[:size]
+
+
+def coreutils_digest(tool, path):
+    """The digest as sha1sum or md5sum gives it."""
+    line = subprocess.run([tool, path], stdout=subprocess.PIPE, check=True).stdout
+    return line.lstrip(b"\\").split()[0].decode()
+
+
+class ProcessTest(unittest.TestCase):
+    """A fresh folder for each test, which is the program's current folder."""
+
+    base_folder = None  # where the fresh folder lies; the system's place for temporary files by default
+
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="rvxcopy-test-", dir=self.base_folder)
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def write(self, name, data):
+        path = self.path(name)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "wb") as file:
+            file.write(data)
+        return path
+
+    def write_frames(self, name_format, numbers, size=1000):
+        for number in numbers:
+            self.write(name_format % number, pattern(size, number))
+
+    def read(self, name):
+        return file_bytes(self.path(name))
+
+    def script(self, name, text):
+        """A shell script for a fault's run=; its current folder is the test's."""
+        path = self.write(name, ("cd '%s'\n%s\n" % (self.folder, text)).encode())
+        os.chmod(path, 0o755)
+        return path
+
+    def command(self, *arguments):
+        return [RVXCOPY, *arguments]
+
+    def environment(self, faults=None, variables=None):
+        environment = {"PATH": os.environ["PATH"], "USER": "anna"}
+        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"):
+            if name in os.environ:
+                environment[name] = os.environ[name]
+        if faults:
+            environment["LD_PRELOAD"] = FAULT_SHIM
+            environment["RVX_FAULTS"] = ";".join(faults)
+            environment["RVX_FAULTS_LOG"] = self.path("faults.log")
+        environment.update(variables or {})
+        return environment
+
+    def run_tool(self, *arguments, faults=None, variables=None, timeout=LONGEST_RUN, **options):
+        """Runs to the end. With faults, at least one of them must have happened: else the test shows nothing."""
+        if faults and os.path.exists(self.path("faults.log")):
+            os.remove(self.path("faults.log"))
+        run = subprocess.run(
+            self.command(*arguments), cwd=self.folder, env=self.environment(faults, variables),
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=timeout, **options)
+        self.assertEqual(run.stderr, b"", "nothing is written to standard error")
+        if faults:
+            log = self.read("faults.log").decode(errors="surrogateescape")
+            self.assertIn("!", log, "no fault happened")
+            os.remove(self.path("faults.log"))
+        return Result(run.returncode, run.stdout)
+
+    def assert_run(self, result, status, output):
+        self.assertEqual(result.output.decode(errors="surrogateescape"), output if isinstance(output, str)
+                         else output.decode(errors="surrogateescape"))
+        self.assertEqual(result.status, status)
+
+    def tree(self, top):
+        """Relative path -> contents of each file, "-> target" of each link, None for each folder."""
+        found = {}
+        start = self.path(top)
+        for folder, folders, files in os.walk(start):
+            for name in folders + files:
+                path = os.path.join(folder, name)
+                relative = os.path.relpath(path, start)
+                if os.path.islink(path):
+                    found[relative] = "-> " + os.readlink(path)
+                elif os.path.isdir(path):
+                    found[relative] = None
+                else:
+                    found[relative] = file_bytes(path)
+        return found
+
+    def assert_no_hash_lists(self):
+        lists = [name for name in self.tree(".") if name.endswith((".sha1", ".md5"))]
+        self.assertEqual(lists, [])
+
+    def assert_checks(self, list_file):
+        """The list is accepted by sha1sum -c or md5sum -c, run in its own folder."""
+        tool = "md5sum" if list_file.endswith(".md5") else "sha1sum"
+        folder, name = os.path.split(self.path(list_file))
+        check = subprocess.run([tool, "-c", "--strict", name], cwd=folder, stdout=subprocess.PIPE,
+                               stderr=subprocess.STDOUT)
+        self.assertEqual(check.returncode, 0, check.stdout)
+
+    def assert_list_entries(self, list_file, entries):
+        """The list's lines below its two header lines, byte for byte."""
+        lines = self.read(list_file).split(b"\n")
+        self.assertEqual(lines[-1], b"", "the last line is ended")
+        self.assertTrue(lines[0].startswith(b"# hash created by rvxvscopy by "), lines[0])
+        self.assertTrue(lines[1].startswith(b"# original file(s): "), lines[1])
+        self.assertEqual([line.decode() for line in lines[2:-1]], entries)
+
+
+def main():
+    program = unittest.main(module="__main__", exit=False)
+    if not program.result.wasSuccessful():
+        sys.exit(1)
+    sys.exit(77 if program.result.skipped else 0)

@@ -1,0 +1,148 @@
+import hashlib
+import os
+
+from support import CHUNK, ProcessTest, coreutils_digest, main, pattern
+
+
+class WrongHashTest(ProcessTest):
+    def setUp(self):
+        super().setUp()
+        self.write("clip.mov", pattern(CHUNK + 1234))
+        self.digest = coreutils_digest("sha1sum", self.path("clip.mov"))
+
+    def flipping(self, name, offset):
+        """A fault that changes one byte of a file at the moment when it is opened for its verification."""
+        flip = self.script("flip", "printf '\\377' | dd of='%s' bs=1 seek=%d conv=notrunc status=none" % (name, offset))
+        return "lstat %s 1 1 run=%s" % (name, flip)
+
+    def wrong(self, name):
+        return "INFO: expected hash: %s but got hash: %s.\n" % (
+            self.digest, coreutils_digest("sha1sum", self.path(name)))
+
+    def test_changed_copy_ends_with_109_and_names_the_destination(self):
+        for offset in (0, CHUNK - 1, CHUNK, CHUNK + 1233):
+            with self.subTest(offset):
+                result = self.run_tool("-f", "clip.mov", "d1/", "d2/", faults=[self.flipping("d2/clip.mov", offset)])
+                self.assert_run(result, 109, self.wrong("d2/clip.mov") +
+                                "ERROR: verify of destination file #2 (d2/clip.mov) failed, wrong hash.\n")
+                self.assert_no_hash_lists()
+
+    def test_destinations_before_the_wrong_one_are_reported(self):
+        result = self.run_tool("-v", "clip.mov", "d1/", "d2/", "d3/", faults=[self.flipping("d2/clip.mov", 7)])
+        self.assertEqual(result.status, 109)
+        results = [line for line in result.output.decode().split("\n") if "verify of" in line]
+        self.assertEqual(results, ["verify of destination file #1 (d1/clip.mov) ok.",
+                                   "ERROR: verify of destination file #2 (d2/clip.mov) failed, wrong hash."])
+
+    def test_changed_source_is_labelled_source(self):
+        os.renames(self.path("clip.mov"), self.path("card/clip.mov"))
+        # The last time that the source is examined is when its verification begins.
+        change = self.flipping("card/clip.mov", 99).replace("clip.mov 1 1", "clip.mov 4 1")
+        result = self.run_tool("card/clip.mov", "d1/", faults=[change])
+        self.assert_run(result, 109, self.wrong("card/clip.mov") +
+                        "ERROR: verify of source file #2 (card/clip.mov) failed, wrong hash.\n")
+
+    def test_copy_that_can_not_be_opened_is_a_wrong_hash(self):
+        result = self.run_tool("clip.mov", "d1/", "d2/", faults=["openr d1/clip.mov 1 * EACCES"])
+        self.assert_run(result, 109, "INFO: expected hash: %s but got hash: (null).\n"
+                        "ERROR: verify of destination file #1 (d1/clip.mov) failed, wrong hash.\n" % self.digest)
+
+    def test_removed_copy_is_a_wrong_hash(self):
+        lose = self.script("lose", "rm d1/clip.mov")
+        result = self.run_tool("clip.mov", "d1/", faults=["lstat d1/clip.mov 1 1 run=" + lose])
+        self.assert_run(result, 109, "INFO: expected hash: %s but got hash: (null).\n"
+                        "ERROR: verify of destination file #1 (d1/clip.mov) failed, wrong hash.\n" % self.digest)
+
+    def test_copy_that_lost_a_write_is_a_wrong_hash(self):
+        result = self.run_tool("clip.mov", "d1/", faults=["write d1/clip.mov 2 1 lie"])
+        self.assert_run(result, 109, self.wrong("d1/clip.mov") +
+                        "ERROR: verify of destination file #1 (d1/clip.mov) failed, wrong hash.\n")
+
+    def test_wrong_frame_ends_the_run_before_later_frames(self):
+        self.write_frames("f_%02d.dpx", (1, 2, 3))
+        flip = self.script("flip", "printf x >> d/f_02.dpx")
+        result = self.run_tool("-v", "-s", "f_1-3##.dpx", "d/", faults=["lstat d/f_02.dpx 1 1 run=" + flip])
+        self.assertEqual(result.status, 109)
+        results = [line for line in result.output.decode().split("\n") if "verify of" in line]
+        self.assertEqual(results, [
+            "verify of destination file 1 of 3 of sequence #1 (d/f_01.dpx) ok.",
+            "verify of source file 1 of 3 of sequence #2 (f_01.dpx) ok.",
+            "ERROR: verify of destination file #1 (d/f_02.dpx) failed, wrong hash."])
+        self.assert_no_hash_lists()
+
+
+class SequenceTest(ProcessTest):
+    def test_results_of_a_sequence(self):
+        self.write_frames("f_%02d.dpx", (9, 10))
+        result = self.run_tool("-v", "-s", "f_9-10##.dpx", "d1/", "d2/")
+        results = [line for line in result.output.decode().split("\n") if "verify of" in line]
+        self.assertEqual(results, [
+            "verify of %s file %d of 2 of sequence #%d (%s/f_%02d.dpx) ok." % (label, i, place, folder, i + 8)
+            if folder else "verify of %s file %d of 2 of sequence #%d (f_%02d.dpx) ok." % (label, i, place, i + 8)
+            for i in (1, 2) for label, place, folder in (("destination", 1, "d1"), ("destination", 2, "d2"),
+                                                         ("source", 3, ""))])
+        self.assertEqual(result.status, 0)
+
+
+class ReadFailureTest(ProcessTest):
+    def setUp(self):
+        super().setUp()
+        self.write("clip.mov", pattern(2 * CHUNK + 100))
+        self.digest = coreutils_digest("sha1sum", self.path("clip.mov"))
+
+    @staticmethod
+    def first_lines(position, path="d/clip.mov"):
+        return ("ERROR: unexpected EIO during read: Input/output error at position:%d\n"
+                "ERROR: failed reading from %s\n" % (position, path))
+
+    def test_one_failure_at_the_first_a_middle_and_the_last_chunk_is_recovered(self):
+        for nth, position in ((1, 0), (2, CHUNK), (3, 2 * CHUNK)):
+            with self.subTest(nth):
+                result = self.run_tool("-f", "clip.mov", "d/", faults=["read d/clip.mov %d 1 EIO" % nth])
+                self.assert_run(result, 0, self.first_lines(position))
+                self.assert_checks("d/sha1/clip.mov.sha1")
+
+    def test_every_chunk_may_fail_once(self):
+        result = self.run_tool("clip.mov", "d/", faults=["read d/clip.mov %d 1 EIO" % nth for nth in (1, 3, 5)])
+        self.assert_run(result, 0, "".join(map(self.first_lines, (0, CHUNK, 2 * CHUNK))))
+
+    def test_second_failure_ends_with_109_and_names_the_first(self):
+        for nth, position in ((1, 0), (2, CHUNK), (3, 2 * CHUNK)):
+            with self.subTest(nth):
+                result = self.run_tool("-f", "clip.mov", "d/", faults=[
+                    "read d/clip.mov %d 1 EIO" % nth, "read d/clip.mov %d 1 EBADF" % (nth + 1)])
+                self.assert_run(result, 109, self.first_lines(position) +
+                                "ERROR: again unexpected EIO during read: Input/output error\n"
+                                "ERROR: again failed reading from d/clip.mov\n")
+                self.assert_no_hash_lists()
+
+    def test_path_that_is_not_ascii_prints_as_null(self):
+        result = self.run_tool("clip.mov", "d\u00e9/", faults=["read d\u00e9/clip.mov 2 1 EIO"])
+        self.assert_run(result, 0, self.first_lines(CHUNK, "(null)"))
+
+    def test_path_that_is_not_ascii_prints_as_null_the_second_time_too(self):
+        result = self.run_tool("clip.mov", "d\u00e9/", faults=["read d\u00e9/clip.mov 1 2 EIO"])
+        self.assert_run(result, 109, self.first_lines(0, "(null)") +
+                        "ERROR: again unexpected EIO during read: Input/output error\n"
+                        "ERROR: again failed reading from (null)\n")
+
+    def test_copy_that_can_not_be_opened_again_counts_as_ended(self):
+        result = self.run_tool("clip.mov", "d/", faults=["read d/clip.mov 2 1 EIO", "openr d/clip.mov 2 * EIO"])
+        begun = hashlib.sha1(self.read("clip.mov")[:CHUNK]).hexdigest()
+        self.assert_run(result, 109, self.first_lines(CHUNK) +
+                        "INFO: expected hash: %s but got hash: %s.\n" % (self.digest, begun) +
+                        "ERROR: verify of destination file #1 (d/clip.mov) failed, wrong hash.\n")
+
+
+class ProgressTest(ProcessTest):
+    def test_long_verification_tells_its_progress(self):
+        self.write("clip.mov", pattern(2 * CHUNK + 5))
+        pause = self.script("pause", "sleep 0.7")
+        result = self.run_tool("-v", "clip.mov", "d/", faults=["read d/clip.mov 1 2 run=" + pause])
+        lines = [line for line in result.output.decode().split("\n") if line.endswith("of path d")]
+        self.assertEqual(lines, ["INFO: verified %d of 8388613 bytes of path d" % size
+                                 for size in (CHUNK, 2 * CHUNK, 2 * CHUNK + 5)])
+
+
+if __name__ == "__main__":
+    main()
