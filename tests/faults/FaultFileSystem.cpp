@@ -46,6 +46,7 @@ int handleOf(const fuse_file_info* info) {
 
 void* start(fuse_conn_info* connection, fuse_config* configuration) {
   configuration->use_ino = 1;
+  connection->max_write = 128 * 1024;  // so that a delay for each means a known speed
   if (collectsWrites) connection->want |= FUSE_CAP_WRITEBACK_CACHE;
   return nullptr;
 }
@@ -78,6 +79,11 @@ int rename(const char* from, const char* to, unsigned /*flags*/) {
 }
 int truncate(const char* path, off_t size, fuse_file_info* /*info*/) {
   return answer(::truncate(below(path).c_str(), size));
+}
+
+// With collected writes the kernel keeps the times, and hands them down later.
+int setTimes(const char* path, const timespec times[2], fuse_file_info* /*info*/) {
+  return answer(::utimensat(AT_FDCWD, below(path).c_str(), times, AT_SYMLINK_NOFOLLOW));
 }
 
 int openWith(const char* path, int flags, mode_t mode, fuse_file_info* info) {
@@ -167,6 +173,7 @@ int main(int argumentCount, char* arguments[]) {
   operations.symlink = makeLink;
   operations.rename = rename;
   operations.truncate = truncate;
+  operations.utimens = setTimes;
   operations.open = openFile;
   operations.create = createFile;
   operations.release = closeFile;
@@ -176,6 +183,7 @@ int main(int argumentCount, char* arguments[]) {
   operations.readdir = listFolder;
 
   char foreground[] = "-f";
-  char* fuseArguments[] = {arguments[0], foreground, arguments[2], nullptr};
-  return fuse_main(3, fuseArguments, &operations, nullptr);
+  char oneThread[] = "-s";
+  char* fuseArguments[] = {arguments[0], foreground, oneThread, arguments[2], nullptr};
+  return fuse_main(4, fuseArguments, &operations, nullptr);
 }

@@ -58,7 +58,8 @@ const std::vector<std::pair<const char*, int>> kErrors = {
     {"EIO", EIO},       {"ENOSPC", ENOSPC},         {"EINTR", EINTR},   {"EACCES", EACCES},
     {"EDQUOT", EDQUOT}, {"EINVAL", EINVAL},         {"EROFS", EROFS},   {"ENOSYS", ENOSYS},
     {"EPERM", EPERM},   {"EOPNOTSUPP", EOPNOTSUPP}, {"ENOENT", ENOENT}, {"EMFILE", EMFILE},
-    {"EAGAIN", EAGAIN}, {"EBADF", EBADF},           {"EFBIG", EFBIG},   {"ENOMEM", ENOMEM}};
+    {"EAGAIN", EAGAIN}, {"EBADF", EBADF},           {"EFBIG", EFBIG},   {"ENOMEM", ENOMEM},
+    {"ESPIPE", ESPIPE}};
 
 int errorNamed(const std::string& name) {
   for (const auto& [text, number] : kErrors) {

@@ -1,0 +1,109 @@
+"""File systems of the tests' own: images on loop devices, tmpfs, overlays and FUSE, and what the system tells of them."""
+
+import os
+import shutil
+import signal
+import subprocess
+import time
+import unittest
+
+from support import FAULT_FS, ProcessTest
+
+MIB = 1024 * 1024
+DISK_FILE_SYSTEMS = ("ext4", "xfs", "btrfs")
+
+
+def require_mounts(*tools):
+    """Skips, and says why, where file systems can't be mounted."""
+    if os.geteuid() != 0:
+        raise unittest.SkipTest("mounting a file system needs root")
+    for tool in tools:
+        if not shutil.which(tool, path=os.environ["PATH"] + ":/usr/sbin:/sbin"):
+            raise unittest.SkipTest("%s is not installed" % tool)
+
+
+def run(*command):
+    done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    if done.returncode != 0:
+        raise AssertionError("%s: %s" % (" ".join(command), done.stdout.decode(errors="replace")))
+    return done.stdout.decode()
+
+
+def resident(path):
+    """The bytes of a file that are in the page cache."""
+    return int(run("fincore", "--bytes", "--noheadings", "--output", "RES", path))
+
+
+def warm(path):
+    with open(path, "rb") as file:
+        while file.read(MIB):
+            pass
+
+
+class StorageTest(ProcessTest):
+    def unmount_at_the_end(self, mountpoint):
+        # Lazily where a broken device would keep it from being done at once.
+        self.addCleanup(lambda: subprocess.run("umount %s || umount -l %s" % (mountpoint, mountpoint), shell=True,
+                                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
+
+    def mount(self, name, *arguments):
+        mountpoint = self.path(name)
+        os.makedirs(mountpoint, exist_ok=True)
+        run("mount", *arguments, mountpoint)
+        self.unmount_at_the_end(mountpoint)
+        return mountpoint
+
+    def unmount(self, name):
+        run("umount", self.path(name))
+
+    def tmpfs(self, name, mebibytes):
+        require_mounts()
+        return self.mount(name, "-t", "tmpfs", "-o", "size=%dm" % mebibytes, "none")
+
+    def image(self, name, file_system, mebibytes):
+        """A sparse image file with an empty file system; returns its path."""
+        require_mounts("mkfs." + file_system)
+        image = self.path(name)
+        with open(image, "wb") as file:
+            file.truncate(mebibytes * MIB)
+        run("mkfs." + file_system, "-q", image)
+        return image
+
+    def disk(self, name, file_system, mebibytes=700, options=()):
+        """A new file system on a loop device, mounted at `name`; returns its device's name."""
+        self.mount(name, "-o", ",".join(("loop",) + tuple(options)),
+                   self.image(name + ".img", file_system, mebibytes))
+        return os.path.basename(run("findmnt", "--noheadings", "--output", "SOURCE", self.path(name)).strip())
+
+    def bytes_read_from(self, device):
+        with open("/sys/block/%s/stat" % device) as statistics:
+            return int(statistics.read().split()[2]) * 512
+
+    def overlay(self, name, base):
+        """An overlay whose layers lie in the folder `base`."""
+        layers = [os.path.join(base, name + "-" + layer) for layer in ("lower", "upper", "work")]
+        for layer in layers:
+            os.makedirs(layer)
+        return self.mount(name, "-t", "overlay", "-o", "lowerdir=%s,upperdir=%s,workdir=%s" % tuple(layers), "overlay")
+
+    def fuse(self, name, *options):
+        """A FUSE file system that shows the folder `name`-below; returns once it is mounted."""
+        require_mounts("fusermount3")
+        if not os.path.exists("/dev/fuse"):
+            self.skipTest("there is no /dev/fuse")
+        mountpoint = self.path(name)
+        below = mountpoint + "-below"
+        os.makedirs(mountpoint)
+        os.makedirs(below)
+        server = subprocess.Popen([FAULT_FS, below, mountpoint, *options], stdout=subprocess.DEVNULL)
+
+        def stop():
+            subprocess.run(["umount", "-l", mountpoint], stderr=subprocess.DEVNULL)
+            server.send_signal(signal.SIGTERM)
+            server.wait(timeout=30)
+        self.addCleanup(stop)
+        for _ in range(1000):
+            if os.path.ismount(mountpoint):
+                return mountpoint
+            time.sleep(0.01)
+        raise AssertionError("the FUSE file system was not mounted")

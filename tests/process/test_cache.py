@@ -1,0 +1,167 @@
+"""The verification reads the storage, and a run leaves the page cache as it was."""
+
+import os
+
+from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, resident, run, warm
+from support import BLOCK, coreutils_digest, main, pattern
+
+MOVIE = 48 * MIB + 12345
+
+
+class DiskTest(StorageTest):
+    def assert_bypasses_cache(self, file_system):
+        device = self.disk("disk", file_system)
+        names = ["disk/card/clip.mov", "disk/d1/clip.mov", "disk/d2/clip.mov"]
+        for name in names:  # the copies are older ones with other contents
+            self.write(name, pattern(MOVIE, name == names[0]))
+        bystander = self.write("disk/bystander", pattern(8 * MIB))
+        run("sync")
+        for path in map(self.path, names + [bystander]):
+            warm(path)
+            self.assertGreaterEqual(resident(path), os.path.getsize(path))
+
+        before = self.bytes_read_from(device)
+        self.assert_run(self.run_tool("-f", "disk/card/clip.mov", "disk/d1/", "disk/d2/"), 0, "")
+        bytes_read = self.bytes_read_from(device) - before
+        self.assertGreaterEqual(bytes_read, (2 + 2) * MOVIE)
+        for path in map(self.path, names):
+            self.assertLess(resident(path), MOVIE / 100)
+        self.assertEqual(resident(bystander), 8 * MIB, "other programs' pages stay")
+        self.assert_checks("disk/d1/sha1/clip.mov.sha1")
+        self.assert_checks("disk/d2/sha1/clip.mov.sha1")
+
+    def test_ext4(self):
+        self.assert_bypasses_cache("ext4")
+
+    def test_xfs(self):
+        self.assert_bypasses_cache("xfs")
+
+    def test_btrfs(self):
+        self.assert_bypasses_cache("btrfs")
+
+    def test_a_source_that_was_just_written_is_read_from_the_disk(self):
+        for file_system in DISK_FILE_SYSTEMS:
+            with self.subTest(file_system):
+                device = self.disk(file_system, file_system)
+                self.write(file_system + "/card/clip.mov", pattern(MOVIE))
+                before = self.bytes_read_from(device)
+                self.assert_run(self.run_tool(file_system + "/card/clip.mov", file_system + "/d/"), 0, "")
+                self.assertGreaterEqual(self.bytes_read_from(device) - before, 3 * MOVIE)
+
+    def test_frames_leave_no_pages(self):
+        for file_system in DISK_FILE_SYSTEMS:
+            with self.subTest(file_system):
+                self.disk(file_system, file_system)
+                self.write_frames(file_system + "/f_%04d.dpx", range(1, 51), 65536 + 100)
+                self.assert_run(self.run_tool("-s", file_system + "/f_1-50####.dpx", file_system + "/d/"), 0, "")
+                frames = [self.path("%s/%sf_%04d.dpx" % (file_system, folder, n))
+                          for folder in ("", "d/") for n in range(1, 51)]
+                self.assertEqual(sum(map(resident, frames)), 0)
+
+
+class OtherFileSystemsTest(StorageTest):
+    SIZES = (0, 1, 4096, BLOCK - 1, BLOCK, 2 * BLOCK, 2 * BLOCK + 4097, 9 * BLOCK + 3)
+
+    def assert_copies(self, folder):
+        for size in self.SIZES:
+            with self.subTest(size):
+                self.write("local.mov", pattern(size))
+                digest = coreutils_digest("sha1sum", self.path("local.mov"))
+                self.assert_run(self.run_tool("-f", "local.mov", folder + "/a/clip.mov"), 0, "")
+                self.assert_run(self.run_tool("-f", folder + "/a/clip.mov", folder + "/b/", "back/"), 0, "")
+                for copy in (folder + "/a/clip.mov", folder + "/b/clip.mov", "back/clip.mov"):
+                    self.assertEqual(coreutils_digest("sha1sum", self.path(copy)), digest)
+                self.assert_checks(folder + "/b/sha1/clip.mov.sha1")
+
+    def assert_leaves_no_pages(self, folder):
+        for name in ("/b/clip.mov", "/a/clip.mov"):
+            self.assertEqual(resident(self.path(folder + name)), 0)
+
+    def test_tmpfs(self):
+        self.tmpfs("memory", 200)
+        self.assert_copies("memory")
+
+    def test_overlay(self):
+        self.tmpfs("layers", 200)
+        self.overlay("over", self.path("layers"))
+        self.assert_copies("over")
+
+    def test_overlay_on_a_disk_reads_the_disk(self):
+        device = self.disk("layers", "ext4")
+        self.overlay("over", self.path("layers"))
+        self.write("over/card/clip.mov", pattern(MOVIE))
+        before = self.bytes_read_from(device)
+        self.assert_run(self.run_tool("over/card/clip.mov", "over/d/"), 0, "")
+        self.assertGreaterEqual(self.bytes_read_from(device) - before, 3 * MOVIE)
+
+    def test_fuse(self):
+        self.fuse("mount")
+        self.assert_copies("mount")
+
+    def test_fuse_with_direct_io(self):
+        self.fuse("mount", "direct_io")
+        self.assert_copies("mount")
+
+    def test_fuse_with_collected_writes(self):
+        self.fuse("mount", "writeback_cache")
+        self.assert_copies("mount")
+
+    def test_fuse_leaves_no_pages(self):
+        for number, options in enumerate(([], ["writeback_cache"])):
+            with self.subTest(options):
+                folder = "mount%d" % number
+                self.fuse(folder, *options)
+                self.write(folder + "/a/clip.mov", pattern(MOVIE))
+                self.assert_run(self.run_tool(folder + "/a/clip.mov", folder + "/b/"), 0, "")
+                self.assert_leaves_no_pages(folder)
+
+
+class RefusalTest(StorageTest):
+    """Where the system refuses a way past the cache, another is taken, silently."""
+
+    def assert_silent(self, *faults):
+        self.write("clip.mov", pattern(3 * BLOCK + 77))
+        self.assert_run(self.run_tool("-f", "clip.mov", "d/", faults=list(faults)), 0, "")
+        self.assertEqual(self.read("d/clip.mov"), self.read("clip.mov"))
+        self.assert_checks("d/sha1/clip.mov.sha1")
+
+    def test_direct_io_refused_at_the_request(self):
+        self.assert_silent("fcntl clip.mov 1 * EINVAL")
+
+    def test_direct_io_refused_at_the_first_read(self):
+        for error in ("EINVAL", "EOPNOTSUPP"):
+            with self.subTest(error):
+                self.assert_silent("read clip.mov 1 1 " + error, "read d/clip.mov 1 1 " + error)
+
+    def test_refused_read_costs_no_retry(self):
+        self.write("clip.mov", pattern(3 * BLOCK + 77))
+        result = self.run_tool("clip.mov", "d/", faults=["read clip.mov 1 1 EINVAL", "read clip.mov 2 1 EIO"])
+        self.assertEqual(result.status, 0)
+        self.assertEqual(result.output.count(b"\n"), 2)
+        self.assertIn(b"unexpected EIO during read", result.output)
+
+    def test_uncached_writes_refused(self):
+        for error in ("EOPNOTSUPP", "EINVAL", "ENOSYS"):
+            with self.subTest(error):
+                self.assert_silent("write d/clip.mov 1 1 " + error)
+
+    def test_write_back_of_ranges_refused(self):
+        self.write("clip.mov", pattern(12 * BLOCK))
+        for error in ("ESPIPE", "EINVAL", "ENOSYS"):
+            with self.subTest(error):
+                result = self.run_tool("-f", "clip.mov", "d/", faults=["range clip.mov 1 * " + error])
+                self.assert_run(result, 0, "")
+
+    def test_buffered_reads_drop_what_they_read(self):
+        device = self.disk("disk", "ext4")
+        self.write("disk/clip.mov", pattern(MOVIE))
+        before = self.bytes_read_from(device)
+        result = self.run_tool("disk/clip.mov", "disk/d/", faults=["fcntl clip.mov 1 * EINVAL"])
+        self.assert_run(result, 0, "")
+        self.assertGreaterEqual(self.bytes_read_from(device) - before, 3 * MOVIE)
+        self.assertLess(resident(self.path("disk/clip.mov")), MOVIE / 100)
+        self.assertLess(resident(self.path("disk/d/clip.mov")), MOVIE / 100)
+
+
+if __name__ == "__main__":
+    main()

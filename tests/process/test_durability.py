@@ -1,0 +1,254 @@
+"""Status 0 means that the copies, their names and the lists are on the storage."""
+
+import os
+import random
+import re
+import signal
+import subprocess
+import time
+
+from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, run
+from support import BLOCK, coreutils_digest, file_bytes, main, pattern
+
+
+class LyingDiskTest(StorageTest):
+    """A disk that is larger than what is behind it: it takes writes that it will lose."""
+
+    def assert_never_says_0(self, file_system):
+        self.write("clip.mov", pattern(200 * MIB))
+        self.write_frames("f_%04d.dpx", range(1, 101), 2 * MIB)
+        for small, arguments in (("small1", ["clip.mov"]), ("small2", ["-s", "f_1-100####.dpx"])):
+            with self.subTest(arguments):
+                self.tmpfs(small, 90)
+                self.disk(small + "/disk", file_system, 700)
+                result = self.run_tool(*arguments, small + "/disk/d/")
+                self.assertIn(result.status, (109, 211, 212), result.output)
+                found = self.tree(small + "/disk")
+                self.assertEqual([name for name in found if name.endswith(".sha1")], [])
+
+    def test_ext4(self):
+        self.assert_never_says_0("ext4")
+
+    def test_xfs(self):
+        self.assert_never_says_0("xfs")
+
+    def test_btrfs(self):
+        self.assert_never_says_0("btrfs")
+
+
+class BitRotTest(StorageTest):
+    MARK = b"this very byte sequence stands once in the movie: \x01"
+
+    def rot(self, file_system, options=()):
+        """A run in which a byte of copy 2 changes on its device before the verification."""
+        device = self.disk("disk", file_system, options=options)
+        movie = bytearray(pattern(6 * BLOCK + 99))
+        movie[3 * BLOCK:3 * BLOCK + len(self.MARK)] = self.MARK
+        self.write("clip.mov", bytes(movie))
+        self.write("flip.py", (
+            "image = open('disk.img', 'r+b')\n"
+            "import mmap\n"
+            "device = mmap.mmap(image.fileno(), 0)\n"
+            "place = device.find(%r)\n"
+            "assert place >= 0 and device.find(%r, place + 1) < 0\n"
+            "device[place] ^= 1\n"
+            "device.flush()\n" % (self.MARK, self.MARK)).encode())
+        # The block device has a cache of its own, between the image and the file system.
+        flip = self.script("flip", "python3 flip.py && blockdev --flushbufs /dev/" + device)
+        return self.run_tool("clip.mov", "d1/", "disk/d2/", faults=["lstat d2/clip.mov 1 1 run=" + flip])
+
+    def assert_found(self, file_system, options=()):
+        result = self.rot(file_system, options)
+        self.assertEqual(result.status, 109)
+        expected = coreutils_digest("sha1sum", self.path("clip.mov"))
+        self.assertRegex(result.output.decode(), r"\AINFO: expected hash: %s but got hash: [0-9a-f]{40}\.\n"
+                         r"ERROR: verify of destination file #2 \(disk/d2/clip\.mov\) failed, wrong hash\.\n\Z" % expected)
+        self.assert_no_hash_lists()
+
+    def test_ext4(self):
+        self.assert_found("ext4")
+
+    def test_xfs(self):
+        self.assert_found("xfs")
+
+    def test_btrfs_without_checksums(self):
+        self.assert_found("btrfs", ("nodatasum",))
+
+    def test_btrfs_with_checksums_fails_the_read(self):
+        result = self.rot("btrfs")
+        self.assert_run(result, 109, "ERROR: unexpected EIO during read: Input/output error at position:%d\n"
+                        "ERROR: failed reading from disk/d2/clip.mov\n"
+                        "ERROR: again unexpected EIO during read: Input/output error\n"
+                        "ERROR: again failed reading from disk/d2/clip.mov\n" % (2 * BLOCK))
+
+
+class PowerCutTest(StorageTest):
+    """The image is copied at the very moment of the process's end, and the copy mounted."""
+
+    def after_power_cut(self, file_system, *arguments):
+        self.disk("disk", file_system)
+        os.makedirs(self.path("disk/there before"))
+        run("sync")
+        result = self.run_tool(*arguments, "disk/there before/", "disk/new/newer/newest/")
+        run("cp", "--sparse=always", self.path("disk.img"), self.path("after.img"))
+        self.assertEqual(result.status, 0, result.output)
+        self.unmount("disk")
+        self.mount("after", "-o", "loop", self.path("after.img"))
+
+    def assert_complete(self, names, list_name):
+        for folder in ("after/there before", "after/new/newer/newest"):
+            for name in names:
+                self.assertEqual(self.read(os.path.join(folder, name)), self.read(name), name)
+            if list_name:
+                self.assert_checks(os.path.join(folder, "sha1", list_name))
+            else:
+                self.assertFalse(os.path.exists(self.path(os.path.join(folder, "sha1"))))
+        self.unmount("after")
+
+    def test_movie(self):
+        self.write("clip.mov", pattern(20 * MIB + 77))
+        for file_system in DISK_FILE_SYSTEMS:
+            with self.subTest(file_system):
+                self.after_power_cut(file_system, "clip.mov")
+                self.assert_complete(["clip.mov"], "clip.mov.sha1")
+
+    def test_sequence(self):
+        self.write_frames("f_%04d.dpx", range(1, 201), 30000)
+        for file_system in DISK_FILE_SYSTEMS:
+            with self.subTest(file_system):
+                self.after_power_cut(file_system, "-s", "f_1-200####.dpx")
+                self.assert_complete(["f_%04d.dpx" % n for n in range(1, 201)], "f_1-200####.dpx.sha1")
+
+    def test_without_verification(self):
+        self.write_frames("f_%04d.dpx", range(1, 21), 30000)
+        for file_system in DISK_FILE_SYSTEMS:
+            with self.subTest(file_system):
+                self.after_power_cut(file_system, "-n", "-s", "f_1-20####.dpx")
+                self.assert_complete(["f_%04d.dpx" % n for n in range(1, 21)], None)
+
+    def test_without_hash_lists(self):
+        self.write("clip.mov", pattern(3 * MIB))
+        for file_system in DISK_FILE_SYSTEMS:
+            with self.subTest(file_system):
+                self.after_power_cut(file_system, "-o", "0", "clip.mov")
+                self.assert_complete(["clip.mov"], None)
+
+    def test_links(self):
+        os.symlink("target", self.path("link"))
+        for file_system in DISK_FILE_SYSTEMS:
+            with self.subTest(file_system):
+                self.after_power_cut(file_system, "-o", "0", "link")
+                self.assertEqual(os.readlink(self.path("after/there before/link")), "target")
+                self.assertEqual(os.readlink(self.path("after/new/newer/newest/link")), "target")
+                self.unmount("after")
+
+
+class SyncFailureTest(StorageTest):
+    def setUp(self):
+        super().setUp()
+        self.write("clip.mov", pattern(12 * BLOCK + 5))
+
+    def assert_write_failure(self, fault, status, name, reason):
+        result = self.run_tool("-f", "clip.mov", "d1/", "d2/", faults=[fault])
+        self.assert_run(result, status, "ERROR: unexpected %s during write: %s\n"
+                        "ERROR: failed writing to d2/\n" % (name, reason))
+        self.assert_no_hash_lists()
+
+    def test_sync_that_is_not_supported_is_no_failure(self):
+        for error in ("EINVAL", "EOPNOTSUPP", "ENOSYS", "EROFS"):
+            with self.subTest(error):
+                result = self.run_tool("-f", "clip.mov", "d1/", "d2/",
+                                       faults=["fdatasync * 1 * " + error, "fsync * 1 * " + error])
+                self.assert_run(result, 0, "")
+
+    def test_failed_sync_of_a_copy(self):
+        self.assert_write_failure("fdatasync d2/clip.mov 1 1 EIO", 211, "EIO", "Input/output error")
+        self.assert_write_failure("fdatasync d2/clip.mov 1 1 ENOSPC", 212, "ENOSPC", "No space left on device")
+
+    def test_failed_write_back_of_a_part(self):
+        self.assert_write_failure("range d2/clip.mov 1 1 EIO", 211, "EIO", "Input/output error")
+
+    def test_failed_sync_of_a_destination_folder(self):
+        os.makedirs(self.path("d2"))
+        os.makedirs(self.path("d1"))
+        self.assert_write_failure("fsync %s 1 1 EIO" % self.path("d2"), 211, "EIO", "Input/output error")
+
+    def test_failed_sync_of_a_new_folder(self):
+        result = self.run_tool("clip.mov", "d1/a/b/", faults=["fsync %s 1 1 EIO" % self.path("d1/a")])
+        self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (d1/a/b/).\n")
+
+    def test_failed_sync_of_the_list_folder(self):
+        os.makedirs(self.path("d1/sha1"))
+        result = self.run_tool("clip.mov", "d1/", faults=["fsync %s 1 1 EIO" % self.path("d1/sha1")])
+        self.assert_run(result, 115, "ERROR: couldn't write hash file to d1/sha1/clip.mov.sha1\n"
+                        "ERROR: Can't write hash file (d1/sha1/clip.mov.sha1).\n")
+
+
+class KilledTest(StorageTest):
+    def test_a_killed_run_leaves_no_list_or_the_old_or_the_whole_new_one(self):
+        self.write("clip.mov", b"movie")
+        self.assert_run(self.run_tool("clip.mov", "d/"), 0, "")
+        old = self.read("d/sha1/clip.mov.sha1")
+        new = re.compile(rb"# hash created by rvxvscopy by anna on [^\n]*\n# original file\(s\): clip.mov \n"
+                         rb"SHA1\(\.\./clip.mov\)= " + coreutils_digest("sha1sum", self.path("clip.mov")).encode() + b"\n")
+        self.assertIsNotNone(new.fullmatch(old))
+        begun = time.monotonic()
+        self.assert_run(self.run_tool("-f", "clip.mov", "d/"), 0, "")
+        whole_run = time.monotonic() - begun
+        chance = random.Random(1)
+        killed = 0
+        for attempt in range(200):
+            list_path = self.path("d/sha1/clip.mov.sha1")
+            if attempt % 2:
+                self.write("d/sha1/clip.mov.sha1", b"the old one")
+            elif os.path.exists(list_path):
+                os.remove(list_path)
+            process = subprocess.Popen(self.command("-f", "clip.mov", "d/"), cwd=self.folder, env=self.environment())
+            time.sleep(chance.uniform(0, 1.2 * whole_run))
+            process.send_signal(signal.SIGKILL)
+            killed += process.wait() == -signal.SIGKILL
+            found = file_bytes(list_path) if os.path.exists(list_path) else b""
+            if found != (b"the old one" if attempt % 2 else b""):
+                self.assertIsNotNone(new.fullmatch(found), found)
+        self.assertGreater(killed, 50, "the kills came too late to show anything")
+
+    def test_a_run_that_ended_by_itself_leaves_no_temporary_file(self):
+        self.write("clip.mov", b"movie")
+        for faults in (None, ["rename .sha1 1 1 EIO"], ["fdatasync .tmp 1 1 EIO"]):
+            self.run_tool("-f", "clip.mov", "d/", faults=faults)
+            self.assertEqual([name for name in self.tree("d") if "tmp" in name], [])
+
+
+class SlowDestinationTest(StorageTest):
+    """On a destination that takes its time the progress does not run ahead of it."""
+
+    MOVIE = 40 * MIB
+    BOUND = 32 * MIB
+
+    def assert_honest(self, *options):
+        taken = self.write("taken", b"0\n")
+        self.fuse("mount", "write_delay=20", "taken=" + taken, *options)
+        self.write("clip.mov", pattern(self.MOVIE))
+        process = subprocess.Popen(self.command("-v", "clip.mov", "mount/d/"), cwd=self.folder,
+                                   env=self.environment(), stdout=subprocess.PIPE, text=True)
+        claims = []
+        for line in process.stdout:
+            found = re.fullmatch(r"INFO: copied (\d+) of \d+ bytes\n", line)
+            if found:
+                claims.append((int(found[1]), int(file_bytes(taken) or b"0")))
+        self.assertEqual(process.wait(), 0)
+        process.stdout.close()
+        self.assertGreater(len(claims), 5, "the destination was not slow")
+        self.assertGreater(claims[-1][0], 0)
+        for claimed, stored in claims:
+            self.assertLessEqual(claimed - stored, self.BOUND)
+
+    def test_with_collected_writes(self):
+        self.assert_honest("writeback_cache")
+
+    def test_with_direct_io(self):
+        self.assert_honest("direct_io")
+
+
+if __name__ == "__main__":
+    main()
