@@ -22,5 +22,9 @@ install_missing() {
 build_preset() {
   local preset=$1
   shift
-  (cd "$repository" && cmake --preset "$preset" "$@" >/dev/null && cmake --build --preset "$preset" -- --quiet)
+  (
+    cd "$repository"
+    cmake --preset "$preset" "$@" >/dev/null
+    cmake --build --preset "$preset" -- --quiet | { grep -v '^ninja: no work to do' || true; }
+  )
 }

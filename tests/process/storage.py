@@ -41,6 +41,12 @@ def warm(path):
 
 
 class StorageTest(ProcessTest):
+    def note_figure(self, text, *values):
+        """Appends what was measured to the file that RVX_FIGURES names, for the table in docs/testing.md."""
+        if "RVX_FIGURES" in os.environ:
+            with open(os.environ["RVX_FIGURES"], "a") as file:
+                file.write(text % values + "\n")
+
     def unmount_at_the_end(self, mountpoint):
         # Lazily where a broken device would keep it from being done at once.
         self.addCleanup(lambda: subprocess.run("umount %s || umount -l %s" % (mountpoint, mountpoint), shell=True,

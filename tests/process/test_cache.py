@@ -23,6 +23,9 @@ class DiskTest(StorageTest):
         before = self.bytes_read_from(device)
         self.assert_run(self.run_tool("-f", "disk/card/clip.mov", "disk/d1/", "disk/d2/"), 0, "")
         bytes_read = self.bytes_read_from(device) - before
+        self.note_figure("%s: read from the device %.3f x size; left in the cache %s of %d bytes, bystander %d of %d",
+                         file_system, bytes_read / MOVIE, [resident(self.path(name)) for name in names], MOVIE,
+                         resident(bystander), 8 * MIB)
         self.assertGreaterEqual(bytes_read, (2 + 2) * MOVIE)
         for path in map(self.path, names):
             self.assertLess(resident(path), MOVIE / 100)

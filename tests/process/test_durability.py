@@ -22,6 +22,7 @@ class LyingDiskTest(StorageTest):
                 self.tmpfs(small, 90)
                 self.disk(small + "/disk", file_system, 700)
                 result = self.run_tool(*arguments, small + "/disk/d/")
+                self.note_figure("lying disk, %s, %s: status %d", file_system, arguments[-1], result.status)
                 self.assertIn(result.status, (109, 211, 212), result.output)
                 found = self.tree(small + "/disk")
                 self.assertEqual([name for name in found if name.endswith(".sha1")], [])
@@ -204,12 +205,13 @@ class KilledTest(StorageTest):
             elif os.path.exists(list_path):
                 os.remove(list_path)
             process = subprocess.Popen(self.command("-f", "clip.mov", "d/"), cwd=self.folder, env=self.environment())
-            time.sleep(chance.uniform(0, 1.2 * whole_run))
+            time.sleep(chance.uniform(0, whole_run))
             process.send_signal(signal.SIGKILL)
             killed += process.wait() == -signal.SIGKILL
             found = file_bytes(list_path) if os.path.exists(list_path) else b""
             if found != (b"the old one" if attempt % 2 else b""):
                 self.assertIsNotNone(new.fullmatch(found), found)
+        self.note_figure("killed %d of 200 runs before their end", killed)
         self.assertGreater(killed, 50, "the kills came too late to show anything")
 
     def test_a_run_that_ended_by_itself_leaves_no_temporary_file(self):
@@ -240,6 +242,8 @@ class SlowDestinationTest(StorageTest):
         process.stdout.close()
         self.assertGreater(len(claims), 5, "the destination was not slow")
         self.assertGreater(claims[-1][0], 0)
+        self.note_figure("slow destination %s: progress at most %.1f MiB ahead", options,
+                         max(claimed - stored for claimed, stored in claims) / MIB)
         for claimed, stored in claims:
             self.assertLessEqual(claimed - stored, self.BOUND)
 
