@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "platform/RVXCacheBypass.h"
 #include "platform/RVXTransfer.h"
 
@@ -13,7 +15,7 @@ std::optional<RVXStorageReader> RVXStorageReader::openForReading(const std::stri
   if (!handle.isOpen()) return std::nullopt;
   struct stat status {};
   if (::fstat(handle.descriptor(), &status) != 0 || S_ISFIFO(status.st_mode)) return std::nullopt;
-  return RVXStorageReader(std::move(handle));
+  return RVXStorageReader(std::move(handle), status.st_size);
 }
 
 void RVXStorageReader::bypassCache() {
@@ -37,7 +39,7 @@ std::optional<RVXIOFailure> RVXStorageReader::readUpToCapacity(RVXBlock& block) 
   size_t filled = 0;
   goDirectWhereAligned();
   while (filled < storage.size()) {
-    const RVXReadResult piece = readSome(mHandle.descriptor(), storage.subspan(filled));
+    const RVXReadResult piece = readSome(mHandle.descriptor(), limitedToFile(storage.subspan(filled)));
     if (piece.failure && mIsDirect && refusesDirect(piece.failure->code)) {
       mMayBeDirect = false;
       goBuffered();
@@ -47,8 +49,9 @@ std::optional<RVXIOFailure> RVXStorageReader::readUpToCapacity(RVXBlock& block) 
     if (piece.length == 0) break;
     filled += piece.length;
     mOffset += static_cast<int64_t>(piece.length);
-    // A short direct read leaves an offset that is no longer aligned. Mostly it is the end of the file.
-    if (mIsDirect && filled % kDirectAlignment != 0) goBuffered();
+    // Behind the end that the file had, a plain read tells whether it has grown. Before it, a short direct
+    // read leaves an offset that is no longer aligned.
+    if (mIsDirect && (mOffset >= mSizeWhenOpened || mOffset % kDirectAlignment != 0)) goBuffered();
   }
   block.setLength(filled);
   if (mBypassesCache) {
@@ -65,8 +68,18 @@ std::optional<RVXFileIdentity> RVXStorageReader::identity() const {
   return RVXFileIdentity{status.st_dev, status.st_ino};
 }
 
+std::span<std::byte> RVXStorageReader::limitedToFile(std::span<std::byte> memory) const {
+  if (!mIsDirect) return memory;
+  // The kernel clears all the memory that a direct read asks for beyond the end of the file, which for small
+  // files is most of the work.
+  const int64_t left = mSizeWhenOpened - mOffset;
+  const int64_t leftAligned = (left + kDirectAlignment - 1) / kDirectAlignment * kDirectAlignment;
+  return memory.first(std::min(memory.size(), static_cast<size_t>(leftAligned)));
+}
+
 void RVXStorageReader::goDirectWhereAligned() {
-  if (!mMayBeDirect || mIsDirect || mOffset % kDirectAlignment != 0) return;
+  const bool isBeforeEnd = mOffset < mSizeWhenOpened;
+  if (!mMayBeDirect || mIsDirect || !isBeforeEnd || mOffset % kDirectAlignment != 0) return;
   mIsDirect = setDirect(mHandle.descriptor(), true);
   mMayBeDirect = mIsDirect;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "platform/RVXBlock.h"
@@ -36,11 +37,13 @@ class RVXStorageReader {
   [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
 
  private:
-  explicit RVXStorageReader(RVXFileHandle handle) : mHandle(std::move(handle)) {}
+  RVXStorageReader(RVXFileHandle handle, int64_t size) : mHandle(std::move(handle)), mSizeWhenOpened(size) {}
+  [[nodiscard]] std::span<std::byte> limitedToFile(std::span<std::byte> memory) const;
   void goDirectWhereAligned();
   void goBuffered();
 
   RVXFileHandle mHandle;
+  int64_t mSizeWhenOpened;  // bytes; the end of direct reads
   int64_t mOffset = 0;
   bool mBypassesCache = false;
   bool mMayBeDirect = false;
