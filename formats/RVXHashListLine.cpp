@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/RVXPathText.h"
+#include "platform/RVXUnicodeText.h"
 
 namespace {
 
@@ -37,6 +38,6 @@ std::optional<RVXHashListLine> RVXHashListLine::parse(std::string_view line) {
 
   const std::string digest = withoutBlanks(line.substr(nameEnd + kNameEnd.size()));
   const size_t digestLength = label == "MD5" ? 32 : 40;
-  if (digest.size() != digestLength) return std::nullopt;
+  if (charactersOf(digest).size() != digestLength) return std::nullopt;
   return RVXHashListLine{std::string(label), standardizedPath(name), digest};
 }

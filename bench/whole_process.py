@@ -1,0 +1,278 @@
+#!/usr/bin/env python3
+"""Times rvxcopy as a whole process against the limit of the machine and against today's pipelines.
+
+Every workload is run by every contender in turn, several rounds, so that a noisy machine is equally noisy for
+all; what is printed are medians and ratios. The limit is computed in the same run: digest speeds of one core from
+"openssl speed", reads and writes from "dd". Contenders that are not installed are left out.
+
+    bench/whole_process.py [--rounds N] [--disk FOLDER] [--memory FOLDER] [--csv FILE] [WORKLOAD ...]
+"""
+
+import argparse
+import csv
+import os
+import re
+import resource
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+MIB = 1024 * 1024
+CORES = os.cpu_count()
+REPOSITORY = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+
+
+class Workload:
+    """Some source files and how many destinations they go to, on one file system."""
+
+    def __init__(self, name, folder, sizes, destinations, is_sequence):
+        self.name, self.folder, self.sizes = name, folder, sizes
+        self.destinations, self.is_sequence = destinations, is_sequence
+        self.total = sum(sizes)
+        self.round = 0
+
+    def make(self):
+        self.top = tempfile.mkdtemp(prefix="rvxcopy-bench-", dir=self.folder)
+        os.makedirs(os.path.join(self.top, "card"))
+        self.files = []
+        for number, size in enumerate(self.sizes, 1):
+            path = os.path.join(self.top, "card", "f_%06d.dpx" % number if self.is_sequence else "clip.mov")
+            with open(path, "wb") as file:
+                written = 0
+                while written < size:
+                    written += file.write(os.urandom(min(size - written, 8 * MIB)))
+            self.files.append(path)
+        os.sync()
+
+    def fresh_destinations(self):
+        """New names each time: file systems are slow to reuse what was just deleted."""
+        self.round += 1
+        return [os.path.join(self.top, "d%d-%d" % (self.round, k)) for k in range(1, self.destinations + 1)]
+
+    def identifier(self):
+        return os.path.join(self.top, "card", "f_1-%d######.dpx" % len(self.sizes))
+
+    def remove(self):
+        shutil.rmtree(self.top)
+
+
+def shell(command):
+    subprocess.run(["bash", "-c", "set -e -o pipefail\n" + command], check=True,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+def rvxcopy(program, *options):
+    def run(workload, destinations):
+        source = ["-s", workload.identifier()] if workload.is_sequence else workload.files
+        subprocess.run([program, *options, *source, *[folder + "/" for folder in destinations]], check=True,
+                       stdout=subprocess.DEVNULL)
+    return run
+
+
+def each_copy(workload, destinations):
+    for path in workload.files:
+        yield path, [os.path.join(folder, os.path.basename(path)) for folder in destinations]
+
+
+def drop_from_cache(paths):
+    """What a careful pipeline does so that its second read is one of the disk."""
+    for path in paths:
+        descriptor = os.open(path, os.O_RDONLY)
+        os.fdatasync(descriptor)
+        os.posix_fadvise(descriptor, 0, 0, os.POSIX_FADV_DONTNEED)
+        os.close(descriptor)
+
+
+def copy_then_digest(copy, digest):
+    """Copies, drops everything from the cache, and digests the source and the copies side by side."""
+    def run(workload, destinations):
+        for folder in destinations:
+            os.makedirs(folder)
+        copy(workload, destinations)
+        everything = workload.files + [copy for _, copies in each_copy(workload, destinations) for copy in copies]
+        drop_from_cache(everything)
+        folders = [os.path.join(workload.top, "card")] + destinations
+        shell(" & ".join("(cd '%s' && %s * >/dev/null)" % (folder, digest) for folder in folders) + " & wait")
+    return run
+
+
+def by_cp(workload, destinations):
+    shell(" & ".join("cp '%s'/card/* '%s'" % (workload.top, folder) for folder in destinations) + " & wait")
+
+
+def by_tee(digest):
+    def copy(workload, destinations):
+        for path, copies in each_copy(workload, destinations):
+            shell("tee %s < '%s' | %s" % (" ".join("'%s'" % copy for copy in copies), path, digest))
+    return copy
+
+
+def by_dc3dd(workload, destinations):
+    for path, copies in each_copy(workload, destinations):
+        shell("dc3dd if='%s' hash=md5 %s" % (path, " ".join("hof='%s'" % copy for copy in copies)))
+
+
+def by_rsync(workload, destinations):
+    for folder in destinations:
+        shell("rsync -a '%s/card/' '%s/'" % (workload.top, folder))
+        os.sync()
+        shell("rsync -a --checksum '%s/card/' '%s/'" % (workload.top, folder))
+
+
+def contenders(program):
+    found = {"rvxcopy -t sha1": rvxcopy(program, "-t", "sha1"), "rvxcopy -t md5": rvxcopy(program, "-t", "md5")}
+    for name in ("sha1", "md5"):
+        found["cp, openssl dgst -%s" % name] = copy_then_digest(by_cp, "openssl dgst -%s" % name)
+        found["cp, %ssum" % name] = copy_then_digest(by_cp, "%ssum" % name)
+        found["tee | openssl dgst -%s, again" % name] = copy_then_digest(
+            by_tee("openssl dgst -%s" % name), "openssl dgst -%s" % name)
+        if shutil.which("rhash"):
+            found["cp, rhash --%s" % name] = copy_then_digest(by_cp, "rhash --%s" % name)
+    if shutil.which("dc3dd"):
+        found["dc3dd hash=md5 hof"] = lambda workload, destinations: (
+            [os.makedirs(folder) for folder in destinations], by_dc3dd(workload, destinations))
+    if shutil.which("rsync"):
+        found["rsync, rsync --checksum"] = lambda workload, destinations: (
+            [os.makedirs(folder) for folder in destinations], by_rsync(workload, destinations))
+    return found
+
+
+def timed(call):
+    """Wall-clock and CPU seconds, and the largest resident size in KiB, of the children of a call."""
+    before = resource.getrusage(resource.RUSAGE_CHILDREN)
+    begun = time.monotonic()
+    call()
+    seconds = time.monotonic() - begun
+    after = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return seconds, after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+
+
+class Limit:
+    """What the machine could do at best, measured now."""
+
+    def __init__(self, workload, is_disk):
+        self.md5, self.sha1 = self.digest_speed("md5"), self.digest_speed("sha1")
+        sample = os.path.join(workload.top, "sample")
+        size = min(workload.total, 512 * MIB) // (2 * MIB) or 1
+        data = os.path.join(workload.top, "zeros")
+        flags = ["direct"] if is_disk else []
+        shell("dd if=/dev/urandom of='%s' bs=2M count=%d" % (data, size))
+        os.sync()
+        # CPU of one read and one write, each less the other half of its dd.
+        self.read_cpu, self.read_time = self.transfer(data, "/dev/null", size, [], flags)
+        self.write_cpu, self.write_time = self.transfer("/dev/zero", sample, size, flags, [])
+        os.remove(data)
+        os.remove(sample)
+
+    @staticmethod
+    def digest_speed(name):
+        """Bytes a second on one core."""
+        text = subprocess.run(["openssl", "speed", "-evp", name, "-bytes", str(2 * MIB), "-seconds", "1"],
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout.decode()
+        return float(re.findall(r"([\d.]+)k\s*$", text)[-1]) * 1000
+
+    @staticmethod
+    def transfer(source, target, count, output_flags, input_flags):
+        """Seconds of CPU and of the clock for each byte; the best of three."""
+        command = ["dd", "if=" + source, "of=" + target, "bs=2M", "count=%d" % count, "status=none"]
+        command += ["oflag=" + flag for flag in output_flags] + ["iflag=" + flag for flag in input_flags]
+        results = [timed(lambda: subprocess.run(command, check=True)) for _ in range(3)]
+        return (min(cpu for _, cpu in results) / (count * 2 * MIB),
+                min(clock for clock, _ in results) / (count * 2 * MIB))
+
+    def seconds(self, workload, algorithm, is_disk):
+        size, copies = workload.total, workload.destinations
+        digest = 1 / (self.md5 if algorithm == "md5" else self.sha1)
+        one_file = max(workload.sizes)
+        all_work = 1 / self.md5 + 1 / self.sha1 + self.read_cpu + copies * self.write_cpu
+        copy = max(size / self.md5, size * all_work / CORES)
+        verify = max(one_file * digest, size * (copies + 1) * (digest + self.read_cpu) / CORES)
+        if is_disk:
+            copy = max(copy, size * (self.read_time + copies * self.write_time))
+            verify = max(verify, size * (copies + 1) * self.read_time)
+        return copy + verify
+
+
+def measure(workload, runners, rounds, is_disk):
+    """Median seconds, CPU seconds for each contender, and of the limit for either digest."""
+    workload.make()
+    seconds = {name: [] for name in runners}
+    cpu = {name: [] for name in runners}
+    limits = {"sha1": [], "md5": []}
+    try:
+        for _ in range(rounds):
+            limit = Limit(workload, is_disk)
+            for algorithm in limits:
+                limits[algorithm].append(limit.seconds(workload, algorithm, is_disk))
+            for name, runner in runners.items():
+                destinations = workload.fresh_destinations()
+                if is_disk:
+                    drop_from_cache(workload.files)
+                wall, used = timed(lambda: runner(workload, destinations))
+                seconds[name].append(wall)
+                cpu[name].append(used)
+                for folder in destinations:
+                    shutil.rmtree(folder)
+                os.sync()
+    finally:
+        workload.remove()
+    return ({name: statistics.median(values) for name, values in seconds.items()},
+            {name: statistics.median(values) for name, values in cpu.items()},
+            {name: statistics.median(values) for name, values in limits.items()})
+
+
+def print_table(workload, seconds, cpu, limits):
+    print("\n### %s\n" % workload.name)
+    print("| contender | seconds | times the limit | CPU seconds |")
+    print("|---|---|---|---|")
+    for algorithm, value in limits.items():
+        print("| the limit, %s | %.2f | 1.00 | |" % (algorithm, value))
+    for name in sorted(seconds, key=seconds.get):
+        algorithm = "md5" if "md5" in name or "rsync" in name else "sha1"
+        print("| %s | %.2f | %.2f | %.2f |" % (name, seconds[name], seconds[name] / limits[algorithm], cpu[name]))
+    sys.stdout.flush()
+
+
+def workloads(disk, memory):
+    return {
+        "movie-memory": (Workload("1 GiB movie, 2 destinations, tmpfs", memory, [1024 * MIB], 2, False), False),
+        "movie-disk": (Workload("1 GiB movie, 2 destinations, disk, cold", disk, [1024 * MIB], 2, False), True),
+        "frames-memory": (Workload("60 frames of 12 MiB, 2 destinations, tmpfs", memory, [12 * MIB] * 60, 2, True),
+                          False),
+        "frames-disk": (Workload("60 frames of 12 MiB, 2 destinations, disk, cold", disk, [12 * MIB] * 60, 2, True),
+                        True),
+        "small-frames-disk": (Workload("1,000 frames of 64 KiB, 2 destinations, disk, cold", disk, [65536] * 1000, 2,
+                                       True), True),
+    }
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--rounds", type=int, default=3)
+    parser.add_argument("--disk", default="/var/tmp", help="a folder on a disk")
+    parser.add_argument("--memory", default="/dev/shm", help="a folder on a tmpfs")
+    parser.add_argument("--rvxcopy", default=os.path.join(REPOSITORY, "build/run/rvxcopy"))
+    parser.add_argument("--only", help="only the contenders whose name contains this")
+    parser.add_argument("--csv", help="also write the medians to this file")
+    parser.add_argument("workload", nargs="*")
+    arguments = parser.parse_args()
+
+    runners = {name: runner for name, runner in contenders(arguments.rvxcopy).items()
+               if not arguments.only or arguments.only in name}
+    rows = []
+    known = workloads(arguments.disk, arguments.memory)
+    for name in arguments.workload or known:
+        workload, is_disk = known[name]
+        seconds, cpu, limits = measure(workload, runners, arguments.rounds, is_disk)
+        print_table(workload, seconds, cpu, limits)
+        rows += [(name, contender, seconds[contender], cpu[contender]) for contender in seconds]
+    if arguments.csv:
+        with open(arguments.csv, "w", newline="") as file:
+            csv.writer(file).writerows([("workload", "contender", "seconds", "cpu_seconds"), *rows])
+
+
+if __name__ == "__main__":
+    main()

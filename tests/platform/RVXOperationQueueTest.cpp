@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <future>
+#include <vector>
+
+#include "platform/RVXOperationQueue.h"
+#include "tests/support/Waiting.h"
+
+namespace {
+
+class RVXOperationQueueTest : public testing::Test {
+ protected:
+  const Deadline mDeadline;
+};
+
+}  // namespace
+
+TEST_F(RVXOperationQueueTest, WaitingForNothingReturns) {
+  RVXOperationQueue queue;
+  queue.waitUntilAllOperationsAreFinished();
+  queue.waitUntilAllOperationsAreFinished();
+  SUCCEED();
+}
+
+TEST_F(RVXOperationQueueTest, EveryOperationRunsOnce) {
+  constexpr size_t kOperations = 200;
+  std::vector<std::atomic<int>> runs(kOperations);
+  RVXOperationQueue queue;
+  for (auto& run : runs) queue.addOperation([&run] { ++run; });
+  queue.waitUntilAllOperationsAreFinished();
+  EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& run) { return run == 1; }));
+}
+
+TEST_F(RVXOperationQueueTest, OperationsRunOnOtherThreads) {
+  std::thread::id id;
+  RVXOperationQueue queue;
+  queue.addOperation([&] { id = std::this_thread::get_id(); });
+  queue.waitUntilAllOperationsAreFinished();
+  EXPECT_NE(id, std::thread::id());
+  EXPECT_NE(id, std::this_thread::get_id());
+}
+
+TEST_F(RVXOperationQueueTest, WhatAnOperationWroteIsVisibleAfterTheWait) {
+  RVXOperationQueue queue;
+  int sum = 0;  // not atomic on purpose
+  for (int i = 1; i <= 100; ++i) {
+    queue.addOperation([&sum, i] { sum += i; });
+    queue.waitUntilAllOperationsAreFinished();
+  }
+  EXPECT_EQ(sum, 5050);
+}
+
+TEST_F(RVXOperationQueueTest, ThreeOperationsRunAtTheSameTime) {
+  constexpr int kTogether = 3;
+  std::atomic<int> present{0};
+  std::atomic<int> met{0};
+  RVXOperationQueue queue;
+  for (int i = 0; i < kTogether; ++i) {
+    queue.addOperation([&] {
+      ++present;
+      if (eventually([&] { return present == kTogether; })) ++met;
+    });
+  }
+  queue.waitUntilAllOperationsAreFinished();
+  EXPECT_EQ(met, kTogether);
+}
+
+TEST_F(RVXOperationQueueTest, NeverMoreWorkersThanItsMost) {
+  std::atomic<size_t> running{0};
+  std::atomic<size_t> most{0};
+  RVXOperationQueue queue;
+  for (int i = 0; i < 100; ++i) {
+    queue.addOperation([&] {
+      const size_t now = ++running;
+      size_t before = most;
+      while (before < now && !most.compare_exchange_weak(before, now)) continue;
+      std::this_thread::yield();
+      --running;
+    });
+  }
+  queue.waitUntilAllOperationsAreFinished();
+  EXPECT_LE(most, RVXOperationQueue::kMostWorkers);
+}
+
+TEST_F(RVXOperationQueueTest, OperationsThatWaitStartInOrder) {
+  std::promise<void> mayStart;
+  const std::shared_future<void> start = mayStart.get_future().share();
+  std::vector<int> order;
+  RVXMutex orderLock;
+  RVXOperationQueue queue;
+  // All workers but one are busy until the end, so the rest come one after the other.
+  std::promise<void> mayEnd;
+  const std::shared_future<void> theEnd = mayEnd.get_future().share();
+  for (size_t i = 1; i < RVXOperationQueue::kMostWorkers; ++i) queue.addOperation([&] { theEnd.wait(); });
+  queue.addOperation([&] { start.wait(); });
+  for (int i = 0; i < 20; ++i) {
+    queue.addOperation([&, i] {
+      const RVXMutexLock lock(orderLock);
+      order.push_back(i);
+      if (order.size() == 20) mayEnd.set_value();
+    });
+  }
+  mayStart.set_value();
+  queue.waitUntilAllOperationsAreFinished();
+  EXPECT_EQ(order.size(), 20U);
+  EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+TEST_F(RVXOperationQueueTest, DestructionWaitsForAllOperations) {
+  std::atomic<int> runs{0};
+  {
+    RVXOperationQueue queue;
+    for (int i = 0; i < 50; ++i) {
+      queue.addOperation([&] {
+        std::this_thread::yield();
+        ++runs;
+      });
+    }
+  }
+  EXPECT_EQ(runs, 50);
+}
+
+TEST_F(RVXOperationQueueTest, QueueCanBeUsedAgainAfterAWait) {
+  std::atomic<int> runs{0};
+  RVXOperationQueue queue;
+  for (int round = 1; round <= 50; ++round) {
+    queue.addOperation([&] { ++runs; });
+    queue.addOperation([&] { ++runs; });
+    queue.waitUntilAllOperationsAreFinished();
+    ASSERT_EQ(runs, 2 * round);
+  }
+}
