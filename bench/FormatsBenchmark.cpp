@@ -19,12 +19,15 @@ RVXHashList filledList() {
   return list;
 }
 
-std::string listPath() { return std::filesystem::temp_directory_path() / "rvxcopy-benchmark.sha1"; }
+std::string listPath() {
+  return std::filesystem::temp_directory_path() / "rvxcopy-benchmark.sha1";
+}
 
 void frameNames(benchmark::State& state) {
   const auto sequence = RVXFileSequence::initWithIdentifier("/media/card/frame_1-100000######.dpx");
   for (auto _ : state) {
-    for (uint64_t i = 0; i < sequence->duration(); ++i) benchmark::DoNotOptimize(sequence->filenameForIndex(i));
+    for (uint64_t i = 0; i < sequence->duration(); ++i)
+      benchmark::DoNotOptimize(sequence->filenameForIndex(i));
   }
   state.SetItemsProcessed(state.iterations() * kEntries);
 }
