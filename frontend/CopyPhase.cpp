@@ -1,5 +1,7 @@
 #include "frontend/CopyPhase.h"
 
+#include <set>
+
 #include "copy/RVXCopyOperationThreaded.h"
 #include "copy/RVXWriteFailure.h"
 #include "include/EndProcess.h"
@@ -19,6 +21,25 @@ std::vector<std::string> filenamesAtDestinations(const CopyPlan& plan, const std
   // Drivers read the "i" behind the number; there is no line end.
   print("ERROR: %s (%di)", error.description.c_str(), error.code);
   endProcess(static_cast<ExitStatus>(error.code));
+}
+
+// Each copy operation looks after its own source; that a copy is no other frame's source is seen only here.
+// Without the leave to overwrite, nothing that exists is touched anyhow.
+void refuseToOverwriteSources(const CopyJobOptions& options, const CopyPlan& plan) {
+  if (!plan.sequence || !options.forceOverwrite) return;
+  std::set<RVXFileIdentity> sources;
+  for (uint64_t i = 0; i < plan.fileCount; ++i) {
+    if (const auto source = attributesOfTarget(*sourceFile(options, plan, i)))
+      sources.insert(source->identity);
+  }
+  for (uint64_t i = 0; i < plan.fileCount; ++i) {
+    for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
+      const auto copy = attributesOfTarget(destinationFile(plan, k, *sourceFile(options, plan, i)));
+      if (copy && sources.contains(copy->identity)) {
+        endProcessOnCopyError(RVXError::copyDestinationNotOpened(static_cast<unsigned>(k + 1)));
+      }
+    }
+  }
 }
 
 // Copies one file and returns its size in bytes.
@@ -51,6 +72,7 @@ void syncDestinationFolders(const CopyPlan& plan) {
 
 void runCopyPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList) {
   if (options.verbose) print("INFO: copying %s...\n", sourceFolder(options).c_str());
+  refuseToOverwriteSources(options, plan);
   uint64_t bytesCopied = 0;
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
     // Every index below the file count is in the sequence, so it has a name.

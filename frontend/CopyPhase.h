@@ -9,5 +9,6 @@
 //
 // The first failure ends the process; what was copied stays. A copy that comes back with an error prints
 // "ERROR: %s (%di)" (no line end) and ends with the error's code; the others are those of
-// RVXCopyOperationThreaded. Runs on the main thread.
+// RVXCopyOperationThreaded. A frame whose copy would overwrite another frame's source, through a link, is
+// such an error (201) before anything is copied. Runs on the main thread.
 void runCopyPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList);

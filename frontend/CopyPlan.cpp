@@ -83,6 +83,10 @@ std::string destinationFilename(const CopyPlan& plan, size_t k, const std::strin
   return plan.sequence ? lastPathComponent(sourceFile) : plan.destinationFilenames[k];
 }
 
+std::string destinationFile(const CopyPlan& plan, size_t k, const std::string& sourceFile) {
+  return pathByAppendingComponent(plan.destinationPaths[k], destinationFilename(plan, k, sourceFile));
+}
+
 std::string hashListKey(const std::string& sourceFile) {
   return "../" + lastPathComponent(sourceFile);
 }

@@ -40,6 +40,9 @@ std::string sourceFolder(const CopyJobOptions& options);
 // The name under which destination k receives that source file: for a sequence always the frame's own.
 std::string destinationFilename(const CopyPlan& plan, size_t k, const std::string& sourceFile);
 
+// The whole path of that copy.
+std::string destinationFile(const CopyPlan& plan, size_t k, const std::string& sourceFile);
+
 // The name of a source file in the hash list, relative to the list's folder, which lies one level below the
 // destination folder. It is the source's own name also where the copy was given another.
 std::string hashListKey(const std::string& sourceFile);

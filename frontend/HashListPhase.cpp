@@ -5,6 +5,29 @@
 #include "platform/RVXFileSystem.h"
 #include "platform/RVXPathText.h"
 
+namespace {
+
+// True when the item at `path` is one of the run's source files or copies. A list written there would replace
+// it, after it was verified.
+bool isSourceOrCopy(const std::string& path, const CopyJobOptions& options, const CopyPlan& plan) {
+  const auto item = attributesOfItem(path);
+  if (!item) return false;
+  const auto isThere = [&item](const std::string& file) {
+    const auto attributes = attributesOfItem(file);
+    return attributes && attributes->identity == item->identity;
+  };
+  for (uint64_t i = 0; i < plan.fileCount; ++i) {
+    const std::string source = *sourceFile(options, plan, i);
+    if (isThere(source)) return true;
+    for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
+      if (isThere(destinationFile(plan, k, source))) return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
 void runHashListPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList) {
   const std::string label = lowerCaseHashAlgorithmLabel(options.algorithm);
   for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
@@ -15,7 +38,7 @@ void runHashListPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHa
     }
     const std::string path =
         pathByAppendingExtension(pathByAppendingComponent(folder, plan.destinationFilenames[k]), label);
-    if (!hashList.writeToFile(path, true)) {
+    if (isSourceOrCopy(path, options, plan) || !hashList.writeToFile(path, true)) {
       print("ERROR: Can't write hash file (%s).\n", path.c_str());
       endProcess(ExitStatus::hashListNotWritten);
     }

@@ -8,15 +8,10 @@
 #include "include/Print.h"
 #include "platform/RVXFileSystem.h"
 #include "platform/RVXOperationQueue.h"
-#include "platform/RVXPathText.h"
 
 namespace {
 
 using VerifyOperations = std::vector<std::unique_ptr<RVXVerifyOperation>>;
-
-std::string destinationFile(const CopyPlan& plan, size_t k, const std::string& file) {
-  return pathByAppendingComponent(plan.destinationPaths[k], destinationFilename(plan, k, file));
-}
 
 void announceVerification(const CopyJobOptions& options, const CopyPlan& plan) {
   if (!options.verbose) return;

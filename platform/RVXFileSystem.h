@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -17,7 +18,7 @@ enum class RVXFileType { regular, folder, symbolicLink, other };
 struct RVXFileIdentity {
   dev_t device = 0;
   ino_t inode = 0;
-  bool operator==(const RVXFileIdentity&) const = default;
+  auto operator<=>(const RVXFileIdentity&) const = default;
 };
 
 struct RVXFileAttributes {

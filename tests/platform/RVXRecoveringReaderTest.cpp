@@ -126,6 +126,7 @@ TEST_F(RVXRecoveringReaderTest, IdentityIsThatOfTheOpenFile) {
 TEST_F(RVXRecoveringReaderTest, ClosedReaderGivesNothing) {
   makeReadable("abc");
   auto reader = open();
+  EXPECT_EQ(read(reader), "abc");
   reader.close();
   reader.bypassCacheAndReadAhead();
   EXPECT_EQ(read(reader), "");

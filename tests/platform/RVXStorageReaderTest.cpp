@@ -121,12 +121,36 @@ TEST_F(RVXStorageReaderTest, SeekGoesBack) {
   EXPECT_TRUE(readRest(reader, 4096).bytes == patternBytes(10000).substr(4096));
 }
 
-TEST_F(RVXStorageReaderTest, FileThatGrowsBehindAnOddEndIsReadOn) {
-  writeFile(mFile, patternBytes(5000));
-  auto reader = openBypassing(mFile);
-  const std::string first = readRest(reader, 4096).bytes;
-  writeFile(mFile, patternBytes(20000));
-  EXPECT_TRUE(first + readRest(reader, 4096).bytes == patternBytes(20000));
+TEST_F(RVXStorageReaderTest, FileThatGrowsBehindItsEndIsReadOn) {
+  for (const size_t size : {0U, 1U, 4096U, 5000U, 8192U}) {
+    writeFile(mFile, patternBytes(size));
+    auto reader = openBypassing(mFile);
+    const std::string first = readRest(reader, 4096).bytes;
+    writeFile(mFile, patternBytes(20000));
+    EXPECT_TRUE(first + readRest(reader, 4096).bytes == patternBytes(20000)) << size;
+  }
+}
+
+TEST_F(RVXStorageReaderTest, FileThatGrowsBeforeItIsReadIsReadWhole) {
+  for (const size_t size : {0U, 1U, 4096U, 5000U, 8192U}) {
+    for (const size_t capacity : {4096U, 65536U}) {
+      writeFile(mFile, patternBytes(size));
+      auto reader = openBypassing(mFile);
+      writeFile(mFile, patternBytes(20000));
+      EXPECT_TRUE(readRest(reader, capacity).bytes == patternBytes(20000)) << size;
+    }
+  }
+}
+
+TEST_F(RVXStorageReaderTest, FileThatShrinksBeforeItIsReadEndsAtItsNewEnd) {
+  for (const size_t size : {0U, 1U, 4096U, 5000U, 8192U}) {
+    for (const size_t capacity : {4096U, 65536U}) {
+      writeFile(mFile, patternBytes(20000));
+      auto reader = openBypassing(mFile);
+      writeFile(mFile, patternBytes(size));
+      EXPECT_TRUE(readRest(reader, capacity).bytes == patternBytes(size)) << size;
+    }
+  }
 }
 
 TEST_F(RVXStorageReaderTest, DeviceIsRead) {
@@ -143,6 +167,14 @@ TEST_F(RVXStorageReaderTest, BytesThatWereJustWrittenAreRead) {
   writeFile(mFile, patternBytes(100000, 2));  // still only in the cache
   auto reader = openBypassing(mFile);
   EXPECT_TRUE(readRest(reader, 65536).bytes == patternBytes(100000, 2));
+}
+
+TEST_F(RVXStorageReaderTest, BypassDropsWhatTheCacheHolds) {
+  if (!hasObservableCache(mFolder.path())) GTEST_SKIP() << "no observable cache";
+  writeFile(mFile, patternBytes(100000));
+  ASSERT_GT(residentPages(mFile), 0U);
+  openBypassing(mFile);
+  EXPECT_EQ(residentPages(mFile), 0U);
 }
 
 TEST_F(RVXStorageReaderTest, LeavesNoPagesInTheCache) {

@@ -190,6 +190,14 @@ class SourceAsDestinationTest(ProcessTest):
         os.symlink("a", self.path("b"))
         self.assert_refused("b/", number=1)
 
+    def test_another_frame_through_a_link(self):
+        self.write_frames("a/f_%02d.dpx", (1, 2, 3))
+        os.symlink("../a/f_03.dpx", self.path("d1/f_01.dpx"))
+        before = self.tree(".")
+        result = self.run_tool("-f", "-s", "a/f_1-3##.dpx", "d1/")
+        self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
+        self.assertEqual(self.tree("."), before)
+
     def test_link_onto_itself(self):
         os.symlink("target text", self.path("a/link"))
         for options in ([], ["-f"]):

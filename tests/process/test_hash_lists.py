@@ -80,6 +80,17 @@ class HashListFailureTest(ProcessTest):
         self.assert_checks("d1/sha1/clip.mov.sha1")
         self.assertEqual(os.listdir(self.path("d2/sha1")), ["clip.mov.sha1"])
 
+    def test_list_never_replaces_a_copy(self):
+        result = self.run_tool("clip.mov", "d/", "d/sha1/clip.mov.sha1")
+        self.assert_run(result, 115, "ERROR: Can't write hash file (d/sha1/clip.mov.sha1).\n")
+        self.assertEqual(self.read("d/sha1/clip.mov.sha1"), b"movie")
+
+    def test_list_never_replaces_the_source(self):
+        self.write("d/sha1/clip.mov.sha1", b"a source with an odd name")
+        result = self.run_tool("d/sha1/clip.mov.sha1", "d/clip.mov")
+        self.assert_run(result, 115, "ERROR: Can't write hash file (d/sha1/clip.mov.sha1).\n")
+        self.assertEqual(self.read("d/sha1/clip.mov.sha1"), b"a source with an odd name")
+
     def test_each_step_that_fails_leaves_the_old_list_and_nothing_else(self):
         for fault in ("openw .tmp 1 1 EACCES", "write .tmp 1 1 ENOSPC", "fdatasync .tmp 1 1 EIO", "close .tmp 1 1 EIO",
                       "rename clip.mov.sha1 1 1 EIO"):
