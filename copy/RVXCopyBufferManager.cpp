@@ -12,7 +12,8 @@ std::unique_ptr<RVXCopyBufferManager> RVXCopyBufferManager::initWithNumberOfWrit
   auto manager = init();
   manager->mNumWriteThreads = numberOfWriterThreads;
   const RVXMutexLock lock(manager->mCountsLock);
-  manager->mFinishedWriteCounts.assign(static_cast<size_t>(std::max<int64_t>(numberOfWriterThreads, 0)), 0);
+  manager->mFinishedWriteCounts.assign(static_cast<size_t>(std::max<int64_t>(manager->mNumWriteThreads, 0)),
+                                       0);
   return manager;
 }
 

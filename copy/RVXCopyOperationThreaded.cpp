@@ -118,7 +118,7 @@ bool RVXCopyOperationThreaded::openDestination(size_t i) {
   RVXStorageWriter file = RVXStorageWriter::openForWriting(path);
   // In this order: the cache request is made before anybody knows whether the file could be opened.
   file.bypassCache();
-  if (!file.isOpen()) {
+  if (!file.isOpen() || !mayBeOverwritten(file) || file.truncate()) {
     fail(RVXError::copyDestinationNotOpened(numberOf(i)));
     return false;
   }
@@ -126,10 +126,19 @@ bool RVXCopyOperationThreaded::openDestination(size_t i) {
   return true;
 }
 
+bool RVXCopyOperationThreaded::mayBeOverwritten(const RVXStorageWriter& file) const {
+  // Once more on what was really opened: the path may have led elsewhere, or nowhere, when it was examined.
+  const auto attributes = file.attributes();
+  return attributes && attributes->identity != mSourceFH->identity() &&
+         (mForceOverwrite || attributes->size == 0);
+}
+
 void RVXCopyOperationThreaded::copyFile() {
   mBufferManager =
       RVXCopyBufferManager::initWithNumberOfWriterThreads(static_cast<int64_t>(mDestPaths.size()));
   mSourceFH->bypassCacheAndReadAhead();
+  // The first status line is due before any block is released, however fast the threads are.
+  if (mFileSize != 0) printStatus();
   startThreads();
   waitForAllBytes();
   while (!allThreadsFinished()) pollAgainLater();
@@ -149,7 +158,7 @@ void RVXCopyOperationThreaded::waitForAllBytes() {
   // Only exact equality ends it: a source that changed its size was not the file that was to be copied.
   for (int i = 0; mBufferManager->bytesWritten() != static_cast<uint64_t>(mFileSize); ++i) {
     if (mForceExit) return;
-    if (i % kPollsPerStatus == 0) printStatus();
+    if (i != 0 && i % kPollsPerStatus == 0) printStatus();
     pollAgainLater();
   }
 }

@@ -84,6 +84,7 @@ class RVXCopyOperationThreaded {
   bool openSource();
   bool openDestinations();
   bool openDestination(size_t i);
+  [[nodiscard]] bool mayBeOverwritten(const RVXStorageWriter& file) const;
   void startThreads();
   void waitForAllBytes();
   void closeFiles();

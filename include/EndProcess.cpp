@@ -11,6 +11,9 @@ void endProcess(ExitStatus status) {
 
 void claimProcessEnd() {
   static std::mutex processEnd;
+  thread_local bool isClaimed = false;
+  if (isClaimed) return;
+  isClaimed = true;
   processEnd.lock();  // never unlocked: whoever holds it ends the process
 }
 

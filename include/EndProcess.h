@@ -7,8 +7,8 @@
 [[noreturn]] void endProcess(ExitStatus status);
 
 // Blocks for ever every thread but the first that calls it. Where two threads fail at the same moment, the
-// lines printed are thus all of one failure, and the exit status is that failure's. Not to be called twice
-// on one thread.
+// lines printed are thus all of one failure, and the exit status is that failure's. A thread that has claimed
+// the end may do so again: its last lines may need memory that is refused.
 void claimProcessEnd();
 
 // For failures found while other threads run: prints the failure's last lines (`printLines`, a callable

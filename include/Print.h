@@ -4,8 +4,9 @@
 #include <string>
 
 // Prints to standard output as printf does, in one piece: lines of several threads never mix, however long
-// they are. May be called from any thread. The text is only what `format` says: no line end is added.
-// A path or any other text from outside is an argument, never the format.
+// they are. Waits where standard output takes no more just now. May be called from any thread. The text is
+// only what `format` says: no line end is added. A path or any other text from outside is an argument, never
+// the format.
 [[gnu::format(printf, 1, 2)]] void print(const char* format, ...);
 
 // The text for a "%s"; "(null)" when it is absent. Valid as long as `text`.

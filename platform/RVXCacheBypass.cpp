@@ -2,17 +2,11 @@
 
 #include <fcntl.h>
 #include <linux/magic.h>
-#include <sys/stat.h>
 #include <sys/vfs.h>
 
 #include <cerrno>
 
 #include "platform/RVXTransfer.h"
-
-bool hasCachedPages(int descriptor) {
-  struct stat status {};
-  return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-}
 
 bool canWriteBackRanges(int descriptor) {
   struct statfs fileSystem {};
@@ -27,7 +21,8 @@ std::optional<RVXIOFailure> waitForWriteBack(int descriptor, int64_t offset, int
   constexpr unsigned kWriteAndWait =
       SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
   while (::sync_file_range(descriptor, offset, length, kWriteAndWait) != 0) {
-    if (errno == ESPIPE || meansNotSupported(errno)) return std::nullopt;  // devices have no dirty pages
+    // Devices have no dirty pages, read-only media neither; the sync at the end tells if it was a failure.
+    if (errno == ESPIPE || errno == EROFS || meansNotSupported(errno)) return std::nullopt;
     if (errno != EINTR) return failureFromErrno();
   }
   return std::nullopt;

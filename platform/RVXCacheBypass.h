@@ -13,9 +13,6 @@
 // logical block of the disks in use.
 inline constexpr int64_t kDirectAlignment = 4096;
 
-// True for the files whose pages can be cached: regular ones.
-bool hasCachedPages(int descriptor);
-
 // False where starting and waiting for the write-back of a range does nothing, so that only a sync of the
 // whole file tells whether it was written: overlayfs, whose files are cached under the ones below.
 bool canWriteBackRanges(int descriptor);

@@ -1,6 +1,7 @@
 #include "platform/RVXFileHandle.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -27,6 +28,18 @@ RVXFileHandle RVXFileHandle::open(const std::string& path, int flags) {
     descriptor = ::open(path.c_str(), flags | O_CLOEXEC, kNewFilePermissions);
   } while (descriptor < 0 && errno == EINTR);
   return RVXFileHandle(descriptor);
+}
+
+RVXFileHandle RVXFileHandle::openWithoutPeer(const std::string& path, int flags) {
+  RVXFileHandle handle = open(path, flags | O_NONBLOCK);
+  if (!handle.isOpen() && errno == EAGAIN) handle = open(path, flags);
+  return handle;
+}
+
+std::optional<RVXFileAttributes> RVXFileHandle::attributes() const {
+  struct stat status {};
+  if (::fstat(mDescriptor, &status) != 0) return std::nullopt;
+  return attributesFromStatus(status);
 }
 
 std::optional<RVXIOFailure> RVXFileHandle::close() {

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/RVXFileAttributes.h"
 #include "platform/RVXIOFailure.h"
 
 // Owns one descriptor; used by one thread at a time.
@@ -19,6 +20,13 @@ class RVXFileHandle {
   // open(2) with `flags` and O_CLOEXEC, new files with the permissions that the umask leaves. Interrupted
   // calls are repeated. The handle is not open when the call failed; errno then says why.
   static RVXFileHandle open(const std::string& path, int flags);
+
+  // The same without waiting for the other end of a FIFO: where nobody reads it, writing it can't be opened,
+  // and reading it begins at its end. Where another process has to give back a lease first, it is waited for.
+  static RVXFileHandle openWithoutPeer(const std::string& path, int flags);
+
+  // The open file's attributes; none when they can't be read.
+  [[nodiscard]] std::optional<RVXFileAttributes> attributes() const;
 
   [[nodiscard]] bool isOpen() const { return mDescriptor >= 0; }
   [[nodiscard]] int descriptor() const { return mDescriptor; }

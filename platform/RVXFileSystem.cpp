@@ -19,17 +19,6 @@ namespace {
 
 constexpr mode_t kNewFolderPermissions = 0777;  // less the umask
 
-RVXFileType typeOf(mode_t mode) {
-  if (S_ISREG(mode)) return RVXFileType::regular;
-  if (S_ISDIR(mode)) return RVXFileType::folder;
-  if (S_ISLNK(mode)) return RVXFileType::symbolicLink;
-  return RVXFileType::other;
-}
-
-RVXFileAttributes attributesFrom(const struct stat& status) {
-  return {typeOf(status.st_mode), status.st_size, {status.st_dev, status.st_ino}};
-}
-
 std::string folderPath(const std::string& path) {
   return path.empty() ? "." : path;
 }
@@ -39,13 +28,13 @@ std::string folderPath(const std::string& path) {
 std::optional<RVXFileAttributes> attributesOfItem(const std::string& path) {
   struct stat status {};
   if (::lstat(path.c_str(), &status) != 0) return std::nullopt;
-  return attributesFrom(status);
+  return attributesFromStatus(status);
 }
 
 std::optional<RVXFileAttributes> attributesOfTarget(const std::string& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) return std::nullopt;
-  return attributesFrom(status);
+  return attributesFromStatus(status);
 }
 
 bool fileExists(const std::string& path) {
@@ -63,6 +52,7 @@ uint64_t filesizeCFI(const std::string& path) {
 }
 
 std::optional<RVXIOFailure> createFolderWithIntermediates(const std::string& path) {
+  if (path.size() >= PATH_MAX) return failureFromErrno(ENAMETOOLONG);
   if (isFolder(path)) return std::nullopt;
   const std::string parent = pathWithoutLastComponent(path);
   if (parent != path) {

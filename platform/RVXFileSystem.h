@@ -1,31 +1,14 @@
 #pragma once
 
-#include <sys/types.h>
-
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/RVXFileAttributes.h"
 #include "platform/RVXIOFailure.h"
 
 // Files and folders by their path. An empty path of a folder means the current folder.
-
-enum class RVXFileType { regular, folder, symbolicLink, other };
-
-// What makes two paths name one and the same file.
-struct RVXFileIdentity {
-  dev_t device = 0;
-  ino_t inode = 0;
-  auto operator<=>(const RVXFileIdentity&) const = default;
-};
-
-struct RVXFileAttributes {
-  RVXFileType type = RVXFileType::other;
-  int64_t size = 0;  // bytes
-  RVXFileIdentity identity;
-};
 
 // The attributes of the item itself, a final link not followed; none when they can't be read.
 std::optional<RVXFileAttributes> attributesOfItem(const std::string& path);

@@ -14,5 +14,5 @@ RVXIOFailure failureFromErrno() {
 }
 
 bool meansNotSupported(int code) {
-  return code == EINVAL || code == ENOTSUP || code == ENOSYS || code == EROFS;
+  return code == EINVAL || code == ENOTSUP || code == ENOSYS;
 }

@@ -23,7 +23,7 @@ void RVXRecoveringReader::read(RVXBlock& block, RVXReadRecovery& recovery) {
 }
 
 std::optional<RVXFileIdentity> RVXRecoveringReader::identity() const {
-  return mReader ? mReader->identity() : std::nullopt;
+  return mReader ? std::optional(mReader->identity()) : std::nullopt;
 }
 
 void RVXRecoveringReader::readAgain(RVXBlock& block, int64_t position, const RVXIOFailure& failure,

@@ -21,7 +21,7 @@ class RVXRecoveringReader {
   // Fills the block to its capacity unless the file ends first; a block that is not full is the last.
   void read(RVXBlock& block, RVXReadRecovery& recovery);
 
-  // What makes the open file the same as another path's; none when it can't be told.
+  // What makes the open file the same as another path's; none when it is closed.
   [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
 
   void close() { mReader.reset(); }

@@ -1,7 +1,6 @@
 #include "platform/RVXStorageReader.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,16 +9,14 @@
 #include "platform/RVXTransfer.h"
 
 std::optional<RVXStorageReader> RVXStorageReader::openForReading(const std::string& path) {
-  // Without O_NONBLOCK the opening of a FIFO would wait for a writer, maybe for ever.
-  RVXFileHandle handle = RVXFileHandle::open(path, O_RDONLY | O_NONBLOCK);
-  if (!handle.isOpen()) return std::nullopt;
-  struct stat status {};
-  if (::fstat(handle.descriptor(), &status) != 0 || S_ISFIFO(status.st_mode)) return std::nullopt;
-  return RVXStorageReader(std::move(handle), status.st_size);
+  RVXFileHandle handle = RVXFileHandle::openWithoutPeer(path, O_RDONLY);
+  const auto attributes = handle.attributes();
+  if (!attributes || attributes->type == RVXFileType::fifo) return std::nullopt;
+  return RVXStorageReader(std::move(handle), *attributes);
 }
 
 void RVXStorageReader::bypassCache() {
-  mBypassesCache = hasCachedPages(mHandle.descriptor());
+  mBypassesCache = mAttributes.type == RVXFileType::regular;
   mMayBeDirect = mBypassesCache;
   if (mBypassesCache) dropCachedFile(mHandle.descriptor());
 }
@@ -51,7 +48,7 @@ std::optional<RVXIOFailure> RVXStorageReader::readUpToCapacity(RVXBlock& block) 
     mOffset += static_cast<int64_t>(piece.length);
     // Behind the end that the file had, a plain read tells whether it has grown. Before it, a short direct
     // read leaves an offset that is no longer aligned.
-    if (mIsDirect && (mOffset >= mSizeWhenOpened || mOffset % kDirectAlignment != 0)) goBuffered();
+    if (mIsDirect && (mOffset >= mAttributes.size || mOffset % kDirectAlignment != 0)) goBuffered();
   }
   block.setLength(filled);
   if (mBypassesCache) {
@@ -62,23 +59,17 @@ std::optional<RVXIOFailure> RVXStorageReader::readUpToCapacity(RVXBlock& block) 
   return std::nullopt;
 }
 
-std::optional<RVXFileIdentity> RVXStorageReader::identity() const {
-  struct stat status {};
-  if (::fstat(mHandle.descriptor(), &status) != 0) return std::nullopt;
-  return RVXFileIdentity{status.st_dev, status.st_ino};
-}
-
 std::span<std::byte> RVXStorageReader::limitedToFile(std::span<std::byte> memory) const {
   if (!mIsDirect) return memory;
   // The kernel clears all the memory that a direct read asks for beyond the end of the file, which for small
   // files is most of the work.
-  const int64_t left = mSizeWhenOpened - mOffset;
+  const int64_t left = mAttributes.size - mOffset;
   const int64_t leftAligned = (left + kDirectAlignment - 1) / kDirectAlignment * kDirectAlignment;
   return memory.first(std::min(memory.size(), static_cast<size_t>(leftAligned)));
 }
 
 void RVXStorageReader::goDirectWhereAligned() {
-  const bool isBeforeEnd = mOffset < mSizeWhenOpened;
+  const bool isBeforeEnd = mOffset < mAttributes.size;
   if (!mMayBeDirect || mIsDirect || !isBeforeEnd || mOffset % kDirectAlignment != 0) return;
   mIsDirect = setDirect(mHandle.descriptor(), true);
   mMayBeDirect = mIsDirect;

@@ -7,7 +7,6 @@
 
 #include "platform/RVXBlock.h"
 #include "platform/RVXFileHandle.h"
-#include "platform/RVXFileSystem.h"
 #include "platform/RVXIOFailure.h"
 
 // A file that is read from its storage, not from the page cache, and leaves no pages there. Used by one
@@ -34,16 +33,17 @@ class RVXStorageReader {
   [[nodiscard]] std::optional<RVXIOFailure> readUpToCapacity(RVXBlock& block);
 
   // What makes the open file the same as another path's.
-  [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
+  [[nodiscard]] RVXFileIdentity identity() const { return mAttributes.identity; }
 
  private:
-  RVXStorageReader(RVXFileHandle handle, int64_t size) : mHandle(std::move(handle)), mSizeWhenOpened(size) {}
+  RVXStorageReader(RVXFileHandle handle, const RVXFileAttributes& attributes)
+      : mHandle(std::move(handle)), mAttributes(attributes) {}
   [[nodiscard]] std::span<std::byte> limitedToFile(std::span<std::byte> memory) const;
   void goDirectWhereAligned();
   void goBuffered();
 
   RVXFileHandle mHandle;
-  int64_t mSizeWhenOpened;  // bytes; the end of direct reads
+  RVXFileAttributes mAttributes;  // when it was opened; direct reads end at this size
   int64_t mOffset = 0;
   bool mBypassesCache = false;
   bool mMayBeDirect = false;

@@ -7,16 +7,21 @@
 #include "platform/RVXTransfer.h"
 
 RVXStorageWriter RVXStorageWriter::openForWriting(const std::string& path) {
-  // Without O_NONBLOCK the opening of a FIFO would wait for a reader, maybe for ever.
-  RVXFileHandle handle = RVXFileHandle::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK);
+  RVXFileHandle handle = RVXFileHandle::openWithoutPeer(path, O_WRONLY | O_CREAT);
   if (handle.isOpen()) ::fcntl(handle.descriptor(), F_SETFL, 0);
   return RVXStorageWriter(std::move(handle));
+}
+
+std::optional<RVXIOFailure> RVXStorageWriter::truncate() {
+  // Devices have no size that could be changed.
+  if (isRegularFile() && ::ftruncate(mHandle.descriptor(), 0) != 0) return failureFromErrno();
+  return std::nullopt;
 }
 
 void RVXStorageWriter::bypassCache() {
   const int descriptor = isOpen() ? mHandle.descriptor() : STDIN_FILENO;
   adviseNoReuse(descriptor);
-  mBypassesCache = isOpen() && hasCachedPages(descriptor);
+  mBypassesCache = isOpen() && isRegularFile();
   mWritesUncached = mBypassesCache;
   mSettlesRanges = mBypassesCache && canWriteBackRanges(descriptor);
 }
@@ -46,4 +51,9 @@ std::optional<RVXIOFailure> RVXStorageWriter::settle() {
   dropCachedRange(mHandle.descriptor(), mSettled, settled - mSettled);
   mSettled = settled;
   return std::nullopt;
+}
+
+bool RVXStorageWriter::isRegularFile() const {
+  const auto attributes = mHandle.attributes();
+  return attributes && attributes->type == RVXFileType::regular;
 }

@@ -16,14 +16,20 @@ class RVXStorageWriter {
   // destination can bind, keeps progress honest and shows a dying disk early.
   static constexpr int64_t kMostUnsettled = int64_t{8} * 2 * 1024 * 1024;
 
-  // Creates the file at `path`, or truncates an existing one, and opens it for writing; isOpen() tells
-  // whether that worked. It never waits for a reader of a FIFO.
+  // Opens the file at `path` for writing, creates it where there is none, and leaves the contents of an
+  // existing one alone; isOpen() tells whether that worked. It never waits for a reader of a FIFO.
   static RVXStorageWriter openForWriting(const std::string& path);
   [[nodiscard]] bool isOpen() const { return mHandle.isOpen(); }
 
   // Keeps what is written out of the page cache. May be called before isOpen() is asked: where the file is
   // not open the request goes to descriptor 0, and for that reason it is a mere advice.
   void bypassCache();
+
+  // The attributes of the open file; none when they can't be read.
+  [[nodiscard]] std::optional<RVXFileAttributes> attributes() const { return mHandle.attributes(); }
+
+  // Empties the file. To be called before the first write.
+  [[nodiscard]] std::optional<RVXIOFailure> truncate();
 
   // Writes all the bytes. Returns when at most kMostUnsettled bytes of the file are not yet with the storage.
   [[nodiscard]] std::optional<RVXIOFailure> write(std::span<const std::byte> bytes);
@@ -38,6 +44,7 @@ class RVXStorageWriter {
  private:
   explicit RVXStorageWriter(RVXFileHandle handle) : mHandle(std::move(handle)) {}
   [[nodiscard]] std::optional<RVXIOFailure> settle();
+  [[nodiscard]] bool isRegularFile() const;
 
   RVXFileHandle mHandle;
   bool mBypassesCache = false;

@@ -1,5 +1,6 @@
 #include "platform/RVXTransfer.h"
 
+#include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -34,9 +35,21 @@ std::optional<RVXIOFailure> writeAll(std::span<const std::byte> bytes, Write wri
   return std::nullopt;
 }
 
+// A file system that broke while it was written to turns itself read-only, and a sync then fails in the same
+// way as one on a medium that never needed any. To set the permissions that are there already tells the two
+// apart.
+bool hasTurnedReadOnly(int descriptor) {
+  constexpr mode_t kPermissions = 07777;
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0) return true;
+  return ::fchmod(descriptor, status.st_mode & kPermissions) != 0 && errno == EROFS;
+}
+
 std::optional<RVXIOFailure> sync(int (*call)(int), int descriptor) {
   if (uninterrupted([&] { return call(descriptor); }) == 0 || meansNotSupported(errno)) return std::nullopt;
-  return failureFromErrno();
+  const RVXIOFailure failure = failureFromErrno();
+  if (failure.code == EROFS && !hasTurnedReadOnly(descriptor)) return std::nullopt;
+  return failure;
 }
 
 }  // namespace

@@ -31,6 +31,7 @@ std::optional<RVXIOFailure> writeWholeUncached(int descriptor, std::span<const s
                                                bool& offered);
 
 // Hands a file's contents to the storage (fdatasync), or contents, attributes and, of a folder, its names
-// (fsync). A file system that has no such sync is no failure.
+// (fsync). A file system that has no such sync is no failure; one that turned read-only since the file was
+// written is.
 std::optional<RVXIOFailure> syncData(int descriptor);
 std::optional<RVXIOFailure> syncWholeFile(int descriptor);

@@ -273,6 +273,17 @@ TEST_F(CopyPlanTest, CopyOfAFrameHasTheFramesOwnName) {
   EXPECT_EQ(destinationFilename(plan, 1, "/V/clip_08.dpx"), "clip_08.dpx");
 }
 
+TEST_F(CopyPlanTest, PathOfACopyIsInItsDestinationsFolder) {
+  CopyPlan plan;
+  plan.destinationPaths = {"/d1/", "/d2", ""};
+  plan.destinationFilenames = {"clip.mov", "take.mov", "here.mov"};
+  EXPECT_EQ(destinationFile(plan, 0, "/V/clip.mov"), "/d1/clip.mov");
+  EXPECT_EQ(destinationFile(plan, 1, "/V/clip.mov"), "/d2/take.mov");
+  EXPECT_EQ(destinationFile(plan, 2, "/V/clip.mov"), "here.mov");
+  plan.sequence = RVXFileSequence::initWithIdentifier("/V/clip_8-10##.dpx");
+  EXPECT_EQ(destinationFile(plan, 1, "/V/clip_08.dpx"), "/d2/clip_08.dpx");
+}
+
 TEST_F(CopyPlanTest, HashListKeyIsTheSourcesNameInTheFolderAbove) {
   EXPECT_EQ(hashListKey("/V/A001/clip.mov"), "../clip.mov");
   EXPECT_EQ(hashListKey("clip.mov"), "../clip.mov");

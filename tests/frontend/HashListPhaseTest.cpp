@@ -109,3 +109,23 @@ TEST_F(HashListPhaseTest, ListThatCantBeWrittenEndsWith115AndEarlierListsStay) {
   EXPECT_TRUE(exists(mFolder.path("d1/sha1/clip.mov.sha1")));
   EXPECT_EQ(entryCount(mFolder.path("d2/sha1")), 1U);
 }
+
+TEST_F(HashListPhaseTest, ListInPlaceOfACopyEndsWith115AndTheCopyStays) {
+  mOptions.destinationArguments = {mFolder.path("d1/"), mFolder.path("d1/sha1/clip.mov.sha1")};
+  mFolder.folder("d1/sha1");
+  const std::string copy = writeFile(mFolder.path("d1/sha1/clip.mov.sha1"), "abc");
+  const ChildEnd end = runInChild([&] { run(); });
+  EXPECT_EQ(end.status, 115);
+  EXPECT_EQ(end.output, "ERROR: Can't write hash file (" + copy + ").\n");
+  EXPECT_EQ(readFile(copy), "abc");
+}
+
+TEST_F(HashListPhaseTest, ListInPlaceOfTheSourceEndsWith115AndTheSourceStays) {
+  mFolder.folder("d1/sha1");
+  mOptions.sourceArgument = writeFile(mFolder.path("d1/sha1/take.mov.sha1"), "abc");
+  mOptions.destinationArguments = {mFolder.path("d1/take.mov")};
+  const ChildEnd end = runInChild([&] { run(); });
+  EXPECT_EQ(end.status, 115);
+  EXPECT_EQ(end.output, "ERROR: Can't write hash file (" + mOptions.sourceArgument + ").\n");
+  EXPECT_EQ(readFile(mOptions.sourceArgument), "abc");
+}

@@ -26,22 +26,6 @@ class RVXCacheBypassTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(RVXCacheBypassTest, OnlyRegularFilesHaveCachedPages) {
-  EXPECT_TRUE(hasCachedPages(mHandle.descriptor()));
-  EXPECT_FALSE(hasCachedPages(mNull.descriptor()));
-  EXPECT_FALSE(hasCachedPages(RVXFileHandle::open(mFolder.path(), O_RDONLY).descriptor()));
-  EXPECT_FALSE(hasCachedPages(-1));
-}
-
-TEST_F(RVXCacheBypassTest, PipeHasNoCachedPages) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-  const RVXFileHandle readEnd(ends[0]);
-  const RVXFileHandle writeEnd(ends[1]);
-  EXPECT_FALSE(hasCachedPages(readEnd.descriptor()));
-  EXPECT_FALSE(hasCachedPages(writeEnd.descriptor()));
-}
-
 TEST_F(RVXCacheBypassTest, DirectTransfersAreSwitchedOnAndOff) {
   if (!setDirect(mHandle.descriptor(), true)) GTEST_SKIP() << "refused by this file system";
   EXPECT_TRUE(isDirect(mHandle.descriptor()));

@@ -4,6 +4,7 @@
 #include <functional>
 #include <vector>
 
+#include "platform/RVXFileSystem.h"
 #include "platform/RVXRecoveringReader.h"
 #include "tests/support/Files.h"
 

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "platform/RVXFileSystem.h"
 #include "platform/RVXStorageReader.h"
 #include "tests/platform/ResidentPages.h"
 #include "tests/support/Files.h"

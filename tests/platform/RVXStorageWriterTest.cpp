@@ -51,10 +51,23 @@ TEST_F(RVXStorageWriterTest, CreatesAnEmptyFile) {
   EXPECT_EQ(readFile(mFile), "");
 }
 
+TEST_F(RVXStorageWriterTest, OpeningLeavesAnExistingFileAlone) {
+  writeFile(mFile, std::string(100000, 'x'));
+  const RVXStorageWriter writer = openBypassing(mFile);
+  ASSERT_TRUE(writer.isOpen());
+  EXPECT_EQ(readFile(mFile), std::string(100000, 'x'));
+}
+
 TEST_F(RVXStorageWriterTest, TruncatesAnExistingFile) {
   writeFile(mFile, std::string(100000, 'x'));
-  EXPECT_TRUE(writeInBlocks(openBypassing(mFile), "abc"));
+  RVXStorageWriter writer = openBypassing(mFile);
+  EXPECT_FALSE(writer.truncate());
+  EXPECT_TRUE(writeInBlocks(std::move(writer), "abc"));
   EXPECT_EQ(readFile(mFile), "abc");
+}
+
+TEST_F(RVXStorageWriterTest, DeviceNeedsNoTruncation) {
+  EXPECT_FALSE(openBypassing("/dev/null").truncate());
 }
 
 TEST_F(RVXStorageWriterTest, MissingFolderIsNotOpened) {

@@ -115,6 +115,18 @@ class ProcessTest(unittest.TestCase):
             os.remove(self.path("faults.log"))
         return Result(run.returncode, run.stdout)
 
+    def run_tool_unprivileged(self, *arguments):
+        """As a user who may enter the test's folder and is nobody's owner. Needs root."""
+        if os.geteuid() != 0:
+            self.skipTest("to run as another user needs root")
+        os.chmod(self.folder, 0o755)
+        program = os.path.join(self.folder, "program")  # the built one may lie where that user can't go
+        shutil.copy(RVXCOPY, program)
+        run = subprocess.run([program, *arguments], cwd=self.folder, env=self.environment(), user=65534,
+                             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, timeout=LONGEST_RUN)
+        os.remove(program)
+        return Result(run.returncode, run.stdout)
+
     def assert_run(self, result, status, output):
         self.assertEqual(result.output.decode(errors="surrogateescape"), output if isinstance(output, str)
                          else output.decode(errors="surrogateescape"))

@@ -1,5 +1,8 @@
+import fcntl
 import os
+import re
 import subprocess
+import time
 
 from support import ProcessTest, USAGE, main
 
@@ -138,6 +141,23 @@ class ProcessSetUpTest(ProcessTest):
         self.write("gate", b"go\n")
         process.communicate(timeout=60)
         self.assertEqual(process.returncode, 0)
+
+    def test_no_line_is_lost_where_standard_output_does_not_block(self):
+        self.write_frames("f_%02d.dpx", range(1, 61))
+        reading, writing = os.pipe()
+        fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+        os.set_blocking(writing, False)
+        process = subprocess.Popen(self.command("-v", "-s", "f_1-60##.dpx", "d/"), cwd=self.folder,
+                                   env=self.environment(), stdout=writing)
+        os.close(writing)
+        time.sleep(0.5)  # a reader that comes late: the pipe is full by then
+        with open(reading, "rb") as pipe:
+            lines = pipe.read().split(b"\n")
+        self.assertEqual(process.wait(), 0)
+        self.assertEqual([line for line in lines if line.startswith(b"verify of source")], [
+            b"verify of source file %d of 60 of sequence #2 (f_%02d.dpx) ok." % (n, n) for n in range(1, 61)])
+        known = re.compile(rb"(INFO: (copying \.\.\.|copied|verifying|verified)|hash (SHA1|MD5):|verify of ).*|")
+        self.assertEqual([line for line in lines if not known.fullmatch(line)], [])
 
     def run_with_signal(self, signal):
         self.write("clip.mov", b"x" * 3000000)

@@ -1,7 +1,10 @@
+import fcntl
 import hashlib
 import os
 import resource
+import signal
 import subprocess
+import time
 
 from support import BLOCK, ProcessTest, coreutils_digest, file_bytes, main, pattern
 
@@ -207,6 +210,50 @@ class SourceAsDestinationTest(ProcessTest):
             self.assertEqual(self.tree("."), before)
 
 
+class UnexaminedDestinationTest(ProcessTest):
+    """What stands at a destination is not harmed either when the path can't be examined beforehand."""
+
+    def test_existing_file_is_refused_when_it_was_opened(self):
+        self.write("clip.mov", b"movie")
+        self.write("d/clip.mov", b"an old one")
+        result = self.run_tool("clip.mov", "d/", faults=["stat d/clip.mov 1 * EIO"])
+        self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
+        self.assertEqual(self.read("d/clip.mov"), b"an old one")
+
+    def test_the_source_is_refused_when_it_was_opened(self):
+        self.write("clip.mov", b"movie")
+        os.makedirs(self.path("d"))
+        os.link(self.path("clip.mov"), self.path("d/other.mov"))
+        result = self.run_tool("-f", "clip.mov", "d/other.mov", faults=["stat d/other.mov 1 * EIO"])
+        self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
+        self.assertEqual(self.read("clip.mov"), b"movie")
+
+
+class LeaseTest(ProcessTest):
+    """A file server lends files to its clients; opening one waits until it was given back."""
+
+    def lease(self, name):
+        """Takes a lease, to be given back a little after somebody asks for it."""
+        descriptor = os.open(self.path(name), os.O_RDWR)
+        self.addCleanup(os.close, descriptor)
+        self.addCleanup(signal.signal, signal.SIGIO, signal.signal(signal.SIGIO, lambda *_: (
+            time.sleep(0.2), fcntl.fcntl(descriptor, fcntl.F_SETLEASE, fcntl.F_UNLCK))))
+        fcntl.fcntl(descriptor, fcntl.F_SETLEASE, fcntl.F_WRLCK)
+
+    def test_source(self):
+        self.write("clip.mov", b"movie")
+        self.lease("clip.mov")
+        self.assert_run(self.run_tool("clip.mov", "d/"), 0, "")
+        self.assertEqual(self.read("d/clip.mov"), b"movie")
+
+    def test_destination(self):
+        self.write("clip.mov", b"movie")
+        self.write("d/clip.mov", b"old")
+        self.lease("d/clip.mov")
+        self.assert_run(self.run_tool("-f", "clip.mov", "d/"), 0, "")
+        self.assertEqual(self.read("d/clip.mov"), b"movie")
+
+
 class LinkTest(ProcessTest):
     def setUp(self):
         super().setUp()
@@ -283,8 +330,9 @@ class OpenFailureTest(ProcessTest):
     def test_unreadable_source_ends_with_200(self):
         self.write("clip.mov", b"movie")
         os.chmod(self.path("clip.mov"), 0)
-        os.chmod(self.folder, 0o777)
-        result = self.run_tool("clip.mov", "d/", user=65534)
+        os.makedirs(self.path("d"))
+        os.chmod(self.path("d"), 0o777)
+        result = self.run_tool_unprivileged("clip.mov", "d/")
         self.assert_run(result, 200, "ERROR: can't open source file (200i)")
         self.assertEqual(self.tree("d"), {})
 
@@ -303,8 +351,7 @@ class OpenFailureTest(ProcessTest):
     def test_destination_that_may_not_be_written_ends_with_201(self):
         self.write("clip.mov", b"movie")
         os.makedirs(self.path("d"))
-        os.chmod(self.folder, 0o755)
-        result = self.run_tool("clip.mov", "d/", user=65534)
+        result = self.run_tool_unprivileged("clip.mov", "d/")
         self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
 
     def test_empty_destination_text_ends_with_201(self):

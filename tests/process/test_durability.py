@@ -185,6 +185,31 @@ class SyncFailureTest(StorageTest):
                         "ERROR: Can't write hash file (d1/sha1/clip.mov.sha1).\n")
 
 
+class BrokenFileSystemTest(StorageTest):
+    """A file system that meets an error turns itself read-only; its syncs then fail as on a read-only medium."""
+
+    def test_while_a_copy_is_written(self):
+        self.disk("disk", "ext4")
+        self.write("clip.mov", pattern(5 * BLOCK))
+        breaking = self.script("break", "mount -o remount,abort disk")
+        for options in ([], ["-n"], ["-o", "0"]):
+            with self.subTest(options):
+                os.makedirs(self.path("disk/d"), exist_ok=True)
+                result = self.run_tool(*options, "clip.mov", "disk/d/", faults=["fdatasync d/clip.mov 1 1 run=" + breaking])
+                self.assert_run(result, 211, "ERROR: unexpected EROFS during write: Read-only file system\n"
+                                "ERROR: failed writing to disk/d/\n")
+                self.unmount("disk")
+                self.disk("disk", "ext4")
+
+    def test_while_the_list_is_written(self):
+        self.disk("disk", "ext4")
+        self.write("clip.mov", pattern(5 * BLOCK))
+        breaking = self.script("break", "mount -o remount,abort disk")
+        result = self.run_tool("clip.mov", "disk/d/", faults=["fsync disk/d/sha1 1 1 run=" + breaking])
+        self.assert_run(result, 115, "ERROR: couldn't write hash file to disk/d/sha1/clip.mov.sha1\n"
+                        "ERROR: Can't write hash file (disk/d/sha1/clip.mov.sha1).\n")
+
+
 class KilledTest(StorageTest):
     def test_a_killed_run_leaves_no_list_or_the_old_or_the_whole_new_one(self):
         self.write("clip.mov", b"movie")

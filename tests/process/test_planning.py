@@ -87,6 +87,11 @@ class DestinationTest(ProcessTest):
         result = self.run_tool("-p", "1", "V/CARD/DCIM/A001/clip.mov", "d/")
         self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (d/A001).\n")
 
+    def test_path_longer_than_any_can_be_ends_with_101(self):
+        longest = "a/" * 65000
+        result = self.run_tool("V/CARD/DCIM/A001/clip.mov", longest)
+        self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (%s).\n" % longest)
+
     def test_dev_null_with_a_slash_is_no_folder(self):
         result = self.run_tool("V/CARD/DCIM/A001/clip.mov", "/dev/null/")
         self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (/dev/null/).\n")
@@ -94,8 +99,7 @@ class DestinationTest(ProcessTest):
     def test_folder_that_may_not_be_created_ends_with_101(self):
         os.makedirs(self.path("locked"))
         os.chmod(self.path("locked"), 0o555)
-        os.chmod(self.folder, 0o755)
-        result = self.run_tool("V/CARD/DCIM/A001/clip.mov", "locked/new/", user=65534)
+        result = self.run_tool_unprivileged("V/CARD/DCIM/A001/clip.mov", "locked/new/")
         self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (locked/new/).\n")
 
 
