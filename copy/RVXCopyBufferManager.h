@@ -16,7 +16,8 @@
 //
 // Buffers have the sequence numbers 1, 2, 3 … A consumer whose count is c has finished the buffers 1 to c and
 // next wants buffer c + 1. The reader may run at most kMostLag buffers ahead of the slowest consumer, so at
-// most kMostLag + 1 buffers exist at once.
+// most kMostLag + 1 buffers are unfinished at once. (One more may exist for the moment between a consumer's
+// report and the release that follows it.)
 //
 // Locks, outermost first: the condition's mutex, mBuffersLock, mCountsLock. The reader does not wait on the
 // condition: it polls willAcceptReadBuffer(). One manager serves one file copy; there is no reset.

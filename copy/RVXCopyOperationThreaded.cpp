@@ -146,11 +146,12 @@ void RVXCopyOperationThreaded::copyFile() {
 }
 
 void RVXCopyOperationThreaded::startThreads() {
-  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); });
+  // The digests decide how long a copy takes; the threads that wait for files leave the cores to them.
+  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); }, RVXThreadStanding::yielding);
   mDigestThread =
       std::make_unique<RVXThread>([this] { mSkipVerification ? fakeDigestThread() : digestThread(); });
   for (Writer& writer : mWriters) {
-    mWriterThreads.emplace_back([this, &writer] { writeThread(writer); });
+    mWriterThreads.emplace_back([this, &writer] { writeThread(writer); }, RVXThreadStanding::yielding);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <utility>
 
 RVXOperationQueue::~RVXOperationQueue() {
+  waitUntilAllOperationsAreFinished();
   const RVXConditionLock lock(mCondition);
   mIsClosing = true;
   mCondition.broadcast();
@@ -14,7 +15,8 @@ void RVXOperationQueue::addOperation(std::function<void()> operation) {
     const RVXConditionLock lock(mCondition);
     mWaiting.push_back(std::move(operation));
     ++mUnfinished;
-    needsWorker = mUnfinished > mWorkers.size() && mWorkers.size() < kMostWorkers;
+    needsWorker = takesAnotherWorker();
+    if (needsWorker) ++mIdleWorkers;
     mCondition.broadcast();
   }
   if (needsWorker) mWorkers.emplace_back([this] { work(); });
@@ -22,22 +24,38 @@ void RVXOperationQueue::addOperation(std::function<void()> operation) {
 
 void RVXOperationQueue::waitUntilAllOperationsAreFinished() {
   const RVXConditionLock lock(mCondition);
-  while (mUnfinished > 0) mCondition.wait();
+  while (mUnfinished > 0) {
+    if (mWaiting.empty()) {
+      mCondition.wait();
+    } else {
+      runNext();
+    }
+  }
+}
+
+bool RVXOperationQueue::takesAnotherWorker() {
+  // One operation is left to the thread that will wait, unless it would be the only one.
+  const size_t forWaitingThread = mWorkers.empty() ? 0 : 1;
+  return mWaiting.size() > mIdleWorkers + forWaitingThread && mWorkers.size() < kMostAtOnce - 1;
 }
 
 void RVXOperationQueue::work() {
+  const RVXConditionLock lock(mCondition);
   while (true) {
-    std::function<void()> operation;
-    {
-      const RVXConditionLock lock(mCondition);
-      while (mWaiting.empty() && !mIsClosing) mCondition.wait();
-      if (mWaiting.empty()) return;
-      operation = std::move(mWaiting.front());
-      mWaiting.pop_front();
-    }
-    operation();
-    const RVXConditionLock lock(mCondition);
-    --mUnfinished;
-    if (mUnfinished == 0) mCondition.broadcast();
+    while (mWaiting.empty() && !mIsClosing) mCondition.wait();
+    if (mWaiting.empty()) return;
+    --mIdleWorkers;
+    runNext();
+    ++mIdleWorkers;
   }
+}
+
+void RVXOperationQueue::runNext() {
+  std::function<void()> operation = std::move(mWaiting.front());
+  mWaiting.pop_front();
+  mCondition.unlock();
+  operation();
+  mCondition.lock();
+  --mUnfinished;
+  if (mUnfinished == 0) mCondition.broadcast();
 }

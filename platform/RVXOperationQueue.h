@@ -8,15 +8,16 @@
 #include "platform/RVXCondition.h"
 #include "platform/RVXThread.h"
 
-// Runs operations on worker threads. Used by one thread, which adds and waits.
+// Runs operations on worker threads. Used by one thread, which adds and then waits; while it waits it runs
+// operations as well, so that a thread less is needed, and one wake-up less for each operation.
 //
-// Its user sets no limit on how many run at once. The queue itself starts at most kMostWorkers threads, each
-// only when an operation finds all others busy; further operations wait their turn, in order.
+// Its user sets no limit on how many run at once. The queue itself runs at most kMostAtOnce; further
+// operations wait their turn, in order. The first operation starts at once, also without the wait.
 class RVXOperationQueue {
  public:
   // Three checksum readers hold 24 MiB of chunks, which with the rest of the process stays below 32 MiB
   // however many files are verified at once.
-  static constexpr size_t kMostWorkers = 3;
+  static constexpr size_t kMostAtOnce = 3;
 
   RVXOperationQueue() = default;
   // Waits until all operations have finished.
@@ -32,10 +33,13 @@ class RVXOperationQueue {
 
  private:
   void work() RVX_EXCLUDES(mCondition);
+  bool takesAnotherWorker() RVX_REQUIRES(mCondition);
+  void runNext() RVX_REQUIRES(mCondition);
 
   RVXCondition mCondition{"RVXOperationQueueCondition"};
   std::deque<std::function<void()>> mWaiting RVX_GUARDED_BY(mCondition);
   size_t mUnfinished RVX_GUARDED_BY(mCondition) = 0;  // waiting or running
+  size_t mIdleWorkers RVX_GUARDED_BY(mCondition) = 0;
   bool mIsClosing RVX_GUARDED_BY(mCondition) = false;
   std::list<RVXThread> mWorkers;  // last: ended before what they use goes
 };

@@ -113,6 +113,17 @@ TEST(EndProcessTest, ThreadThatClaimsSecondPrintsNothing) {
   EXPECT_EQ(end.output, "first\n");
 }
 
+TEST(EndProcessTest, ThreadThatHasClaimedTheEndMayFailOnceMore) {
+  const ChildEnd end = runInChild([] {
+    endProcess(ExitStatus::writeFailed, [] {
+      print("first\n");
+      endProcess(ExitStatus::machineRefused, [] { print("second\n"); });
+    });
+  });
+  EXPECT_EQ(end.status, 117);
+  EXPECT_EQ(end.output, "first\nsecond\n");
+}
+
 TEST(EndProcessTest, WhatTheMachineRefusesIsNamed) {
   const ChildEnd end = runInChild([] { endProcessWithout("MD5 digest", "unsupported %s"); });
   EXPECT_EQ(end.status, 117);

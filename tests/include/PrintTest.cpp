@@ -1,11 +1,15 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <thread>
 
 #include "include/Print.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/OutputCapture.h"
+#include "tests/support/Waiting.h"
 
 TEST(PrintTest, FormatsAsPrintfDoes) {
   EXPECT_EQ(outputOf([] { print("%s #%u of %lld: %d%%\n", "file", 7U, 9'000'000'000LL, -5); }),
@@ -34,6 +38,31 @@ TEST(PrintTest, TextsOfEveryLengthAreOneWrite) {
     EXPECT_EQ(runInChild([&] { print("%s", text.c_str()); }).writes, std::vector<std::string>{text})
         << length;
   }
+}
+
+TEST(PrintTest, NonBlockingOutputThatIsFullLosesNothing) {
+  const std::string line = std::string(5000, 'x') + "\n";
+  constexpr size_t kLines = 100;  // far more than a pipe holds
+  const ChildEnd end = runInChild([&] {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC) != 0) return;
+    const int output = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+    ::dup2(ends[1], STDOUT_FILENO);
+    std::string received;
+    std::jthread reader([&] {
+      std::array<char, 4096> piece;
+      eventually([&] {
+        const ssize_t length = ::read(ends[0], piece.data(), piece.size());
+        if (length > 0) received.append(piece.data(), static_cast<size_t>(length));
+        return received.size() >= kLines * line.size();
+      });
+    });
+    for (size_t i = 0; i < kLines; ++i) print("%s", line.c_str());
+    reader.join();
+    ::dup2(output, STDOUT_FILENO);
+    print("%zu", received.size());
+  });
+  EXPECT_EQ(end.output, std::to_string(kLines * line.size()));
 }
 
 TEST(PrintTest, LinesOfSeveralThreadsNeverMix) {

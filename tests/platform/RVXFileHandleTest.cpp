@@ -96,3 +96,25 @@ TEST_F(RVXFileHandleTest, AssignmentClosesWhatWasOpen) {
   EXPECT_EQ(handle.descriptor(), second);
   EXPECT_TRUE(isOpenDescriptor(second));
 }
+
+TEST_F(RVXFileHandleTest, AttributesAreThoseOfTheOpenFile) {
+  const auto file = RVXFileHandle::open(mFile, O_RDONLY).attributes();
+  ASSERT_TRUE(file.has_value());
+  EXPECT_EQ(file->type, RVXFileType::regular);
+  EXPECT_EQ(file->size, 3);
+  EXPECT_EQ(RVXFileHandle::open(mFolder.path(), O_RDONLY).attributes().value().type, RVXFileType::folder);
+  EXPECT_EQ(RVXFileHandle::open("/dev/null", O_RDONLY).attributes().value().type, RVXFileType::other);
+  EXPECT_FALSE(RVXFileHandle().attributes().has_value());
+}
+
+TEST_F(RVXFileHandleTest, FIFOWithoutItsPeerIsNotWaitedFor) {
+  const std::string fifo = mFolder.path("fifo");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_FALSE(RVXFileHandle::openWithoutPeer(fifo, O_WRONLY).isOpen());
+  EXPECT_TRUE(RVXFileHandle::openWithoutPeer(fifo, O_RDONLY).isOpen());
+}
+
+TEST_F(RVXFileHandleTest, FileThatHasNoPeerIsOpened) {
+  EXPECT_TRUE(RVXFileHandle::openWithoutPeer(mFile, O_RDONLY).isOpen());
+  EXPECT_FALSE(RVXFileHandle::openWithoutPeer(mFolder.path("missing"), O_RDONLY).isOpen());
+}

@@ -31,5 +31,6 @@ TEST(RVXIOFailureTest, Details) {
 
 TEST(RVXIOFailureTest, AnswersThatMeanNotSupported) {
   for (const int code : {EINVAL, ENOTSUP, EOPNOTSUPP, ENOSYS}) EXPECT_TRUE(meansNotSupported(code));
-  for (const int code : {0, EIO, ENOSPC, EBADF, EDQUOT, EINTR, EACCES, EROFS}) EXPECT_FALSE(meansNotSupported(code));
+  for (const int code : {0, EIO, ENOSPC, EBADF, EDQUOT, EINTR, EACCES, EROFS})
+    EXPECT_FALSE(meansNotSupported(code));
 }

@@ -33,13 +33,28 @@ TEST_F(RVXOperationQueueTest, EveryOperationRunsOnce) {
   EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& run) { return run == 1; }));
 }
 
-TEST_F(RVXOperationQueueTest, OperationsRunOnOtherThreads) {
-  std::thread::id id;
+TEST_F(RVXOperationQueueTest, FirstOperationRunsOnAnotherThreadWithoutAWait) {
+  std::atomic<std::thread::id> id;
   RVXOperationQueue queue;
   queue.addOperation([&] { id = std::this_thread::get_id(); });
+  EXPECT_TRUE(eventually([&] { return id.load() != std::thread::id(); }));
+  EXPECT_NE(id.load(), std::this_thread::get_id());
+}
+
+TEST_F(RVXOperationQueueTest, WaitingThreadRunsWhatNoWorkerHasBegun) {
+  std::promise<void> mayEnd;
+  const std::shared_future<void> theEnd = mayEnd.get_future().share();
+  std::thread::id id;
+  RVXOperationQueue queue;
+  queue.addOperation([&] { theEnd.wait(); });
+  queue.addOperation([&] {
+    id = std::this_thread::get_id();
+    mayEnd.set_value();
+  });
+  // The one worker is busy or about to be; were nobody else to run the second operation, this would never
+  // end.
   queue.waitUntilAllOperationsAreFinished();
   EXPECT_NE(id, std::thread::id());
-  EXPECT_NE(id, std::this_thread::get_id());
 }
 
 TEST_F(RVXOperationQueueTest, WhatAnOperationWroteIsVisibleAfterTheWait) {
@@ -67,7 +82,7 @@ TEST_F(RVXOperationQueueTest, ThreeOperationsRunAtTheSameTime) {
   EXPECT_EQ(met, kTogether);
 }
 
-TEST_F(RVXOperationQueueTest, NeverMoreWorkersThanItsMost) {
+TEST_F(RVXOperationQueueTest, NeverMoreAtOnceThanItsMost) {
   std::atomic<size_t> running{0};
   std::atomic<size_t> most{0};
   RVXOperationQueue queue;
@@ -81,7 +96,7 @@ TEST_F(RVXOperationQueueTest, NeverMoreWorkersThanItsMost) {
     });
   }
   queue.waitUntilAllOperationsAreFinished();
-  EXPECT_LE(most, RVXOperationQueue::kMostWorkers);
+  EXPECT_LE(most, RVXOperationQueue::kMostAtOnce);
 }
 
 TEST_F(RVXOperationQueueTest, OperationsThatWaitStartInOrder) {
@@ -93,7 +108,7 @@ TEST_F(RVXOperationQueueTest, OperationsThatWaitStartInOrder) {
   // All workers but one are busy until the end, so the rest come one after the other.
   std::promise<void> mayEnd;
   const std::shared_future<void> theEnd = mayEnd.get_future().share();
-  for (size_t i = 1; i < RVXOperationQueue::kMostWorkers; ++i) queue.addOperation([&] { theEnd.wait(); });
+  for (size_t i = 1; i < RVXOperationQueue::kMostAtOnce; ++i) queue.addOperation([&] { theEnd.wait(); });
   queue.addOperation([&] { start.wait(); });
   for (int i = 0; i < 20; ++i) {
     queue.addOperation([&, i] {

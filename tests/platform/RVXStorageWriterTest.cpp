@@ -5,8 +5,10 @@
 
 #include <array>
 #include <csignal>
+#include <filesystem>
 
 #include "include/Print.h"
+#include "platform/RVXFileSystem.h"
 #include "platform/RVXStorageWriter.h"
 #include "tests/platform/ResidentPages.h"
 #include "tests/support/ChildProcess.h"
@@ -58,16 +60,35 @@ TEST_F(RVXStorageWriterTest, OpeningLeavesAnExistingFileAlone) {
   EXPECT_EQ(readFile(mFile), std::string(100000, 'x'));
 }
 
-TEST_F(RVXStorageWriterTest, TruncatesAnExistingFile) {
+TEST_F(RVXStorageWriterTest, OpeningLeavesTheContentsAlone) {
+  writeFile(mFile, "precious");
+  const auto writer = openBypassing(mFile);
+  EXPECT_TRUE(writer.isOpen());
+  EXPECT_EQ(readFile(mFile), "precious");
+}
+
+TEST_F(RVXStorageWriterTest, TruncateEmptiesAnExistingFile) {
   writeFile(mFile, std::string(100000, 'x'));
-  RVXStorageWriter writer = openBypassing(mFile);
-  EXPECT_FALSE(writer.truncate());
+  auto writer = openBypassing(mFile);
+  EXPECT_FALSE(writer.truncate().has_value());
+  EXPECT_EQ(std::filesystem::file_size(mFile), 0U);
   EXPECT_TRUE(writeInBlocks(std::move(writer), "abc"));
   EXPECT_EQ(readFile(mFile), "abc");
 }
 
-TEST_F(RVXStorageWriterTest, DeviceNeedsNoTruncation) {
-  EXPECT_FALSE(openBypassing("/dev/null").truncate());
+TEST_F(RVXStorageWriterTest, TruncateOfADeviceIsNoFailure) {
+  EXPECT_FALSE(openBypassing("/dev/null").truncate().has_value());
+}
+
+TEST_F(RVXStorageWriterTest, AttributesAreThoseOfTheOpenFile) {
+  writeFile(mFile, "abc");
+  const auto writer = openBypassing(mFile);
+  std::filesystem::rename(mFile, mFolder.path("renamed"));
+  writeFile(mFile, "another");
+  const auto attributes = writer.attributes();
+  ASSERT_TRUE(attributes.has_value());
+  EXPECT_EQ(attributes->size, 3);
+  EXPECT_EQ(attributes->identity, attributesOfItem(mFolder.path("renamed")).value().identity);
 }
 
 TEST_F(RVXStorageWriterTest, MissingFolderIsNotOpened) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <future>
 
@@ -42,4 +43,18 @@ TEST(RVXThreadTest, DestructionWaitsForTheEnd) {
     });
   }
   EXPECT_TRUE(isEnded);
+}
+
+TEST(RVXThreadTest, YieldingThreadIsNicerThanItsStarterAndNobodyElse) {
+  const int own = ::getpriority(PRIO_PROCESS, 0);
+  int niceness = own;
+  {
+    const RVXThread thread([&] { niceness = ::getpriority(PRIO_PROCESS, 0); }, RVXThreadStanding::yielding);
+  }
+  EXPECT_GT(niceness, own);
+  {
+    const RVXThread thread([&] { niceness = ::getpriority(PRIO_PROCESS, 0); });
+  }
+  EXPECT_EQ(niceness, own);
+  EXPECT_EQ(::getpriority(PRIO_PROCESS, 0), own);
 }
