@@ -84,6 +84,14 @@ class OtherFileSystemsTest(StorageTest):
         self.tmpfs("memory", 200)
         self.assert_copies("memory")
 
+    def test_full_tmpfs(self):
+        self.tmpfs("memory", 5)
+        self.write("local.mov", pattern(3 * BLOCK))
+        result = self.run_tool("local.mov", "d1/", "memory/d2/")
+        self.assert_run(result, 212, "ERROR: unexpected ENOSPC during write: No space left on device\n"
+                        "ERROR: failed writing to memory/d2/\n")
+        self.assert_no_hash_lists()
+
     def test_overlay(self):
         self.tmpfs("layers", 200)
         self.overlay("over", self.path("layers"))
