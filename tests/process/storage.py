@@ -13,13 +13,18 @@ MIB = 1024 * 1024
 DISK_FILE_SYSTEMS = ("ext4", "xfs", "btrfs")
 
 
+def require(*tools):
+    """Skips, and says why, where a tool is missing."""
+    for tool in tools:
+        if not shutil.which(tool, path=os.environ["PATH"] + ":/usr/sbin:/sbin"):
+            raise unittest.SkipTest("%s is not installed" % tool)
+
+
 def require_mounts(*tools):
     """Skips, and says why, where file systems can't be mounted."""
     if os.geteuid() != 0:
         raise unittest.SkipTest("mounting a file system needs root")
-    for tool in tools:
-        if not shutil.which(tool, path=os.environ["PATH"] + ":/usr/sbin:/sbin"):
-            raise unittest.SkipTest("%s is not installed" % tool)
+    require(*tools)
 
 
 def run(*command):
@@ -31,6 +36,7 @@ def run(*command):
 
 def resident(path):
     """The bytes of a file that are in the page cache."""
+    require("fincore")
     return int(run("fincore", "--bytes", "--noheadings", "--output", "RES", path))
 
 
