@@ -134,21 +134,32 @@ def by_rsync(workload, destinations):
 
 
 def contenders(program):
+    """By name; a pipeline is there when all its programs are."""
+    pipelines = {
+        "cp, openssl dgst -sha1": (by_cp, "openssl dgst -sha1"),
+        "cp, openssl dgst -md5": (by_cp, "openssl dgst -md5"),
+        "cp, sha1sum": (by_cp, "sha1sum"),
+        "cp, rhash --sha1": (by_cp, "rhash --sha1"),
+        "cp, rhash --md5": (by_cp, "rhash --md5"),
+        "tee | sha1sum, sha1sum": (by_tee("sha1sum"), "sha1sum"),
+        "tee | openssl dgst -md5, again": (by_tee("openssl dgst -md5"), "openssl dgst -md5"),
+    }
     found = {"rvxcopy -t sha1": rvxcopy(program, "-t", "sha1"), "rvxcopy -t md5": rvxcopy(program, "-t", "md5")}
-    for name in ("sha1", "md5"):
-        found["cp, openssl dgst -%s" % name] = copy_then_digest(by_cp, "openssl dgst -%s" % name)
-        found["cp, %ssum" % name] = copy_then_digest(by_cp, "%ssum" % name)
-        found["tee | openssl dgst -%s, again" % name] = copy_then_digest(
-            by_tee("openssl dgst -%s" % name), "openssl dgst -%s" % name)
-        if shutil.which("rhash"):
-            found["cp, rhash --%s" % name] = copy_then_digest(by_cp, "rhash --%s" % name)
-    if shutil.which("dc3dd"):
-        found["dc3dd hash=md5 hof"] = lambda workload, destinations: (
-            [os.makedirs(folder) for folder in destinations], by_dc3dd(workload, destinations))
-    if shutil.which("rsync"):
-        found["rsync, rsync --checksum"] = lambda workload, destinations: (
-            [os.makedirs(folder) for folder in destinations], by_rsync(workload, destinations))
+    for name, (copy, digest) in pipelines.items():
+        if shutil.which(digest.split()[0]):
+            found[name] = copy_then_digest(copy, digest)
+    for name, copy in (("dc3dd hash=md5 hof", by_dc3dd), ("rsync, rsync --checksum", by_rsync)):
+        if shutil.which(name.split()[0].rstrip(",")):
+            found[name] = into_new_folders(copy)
     return found
+
+
+def into_new_folders(copy):
+    def run(workload, destinations):
+        for folder in destinations:
+            os.makedirs(folder)
+        copy(workload, destinations)
+    return run
 
 
 def timed(call):
