@@ -10,7 +10,7 @@
 //   COUNT   how many calls it lasts, or * for ever
 //   EFFECT  the name of an errno; short (half of the transfer); lie (a write that claims success and does
 //           nothing); run=COMMAND (runs it with sh before the call, which then succeeds; no ";" or blank in
-//           it: name a script)
+//           it: name a script); signal=NUMBER (the calling thread raises it before the call)
 //
 // With RVX_FAULTS_LOG, each matching call appends a line "CALL PATH" to that file, "!" in front where a rule
 // fired, so that a test can see that its fault did happen and count the calls.
@@ -28,6 +28,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -50,6 +51,8 @@ struct Fault {
   int error = 0;  // 0: none
   bool isShort = false;
   bool isLie = false;
+  int signal = 0;  // 0: none
+  std::string script;
 };
 
 constexpr long kForEver = -1;
@@ -88,11 +91,23 @@ class Shim {
   }
 
   Fault faultFor(const char* call, const std::string& path) {
+    // A signal handler may interrupt a thread in here and make calls of its own; the lock is not for it.
+    thread_local bool isInside = false;
+    if (isInside) return {};
+    isInside = true;
+    const Fault fault = applyRules(call, path);
+    if (!fault.script.empty()) run(fault.script);
+    if (fault.signal != 0) ::raise(fault.signal);
+    isInside = false;
+    return fault;
+  }
+
+ private:
+  Fault applyRules(const char* call, const std::string& path) {
     const std::lock_guard<std::mutex> lock(mLock);
     Fault fault;
     bool matches = false;
     bool fired = false;
-    std::string script;
     for (Rule& rule : mRules) {
       if ((rule.call != "*" && rule.call != call) ||
           (rule.path != "*" && path.find(rule.path) == std::string::npos)) {
@@ -107,17 +122,17 @@ class Shim {
       } else if (rule.effect == "lie") {
         fault.isLie = true;
       } else if (rule.effect.starts_with("run=")) {
-        script = rule.effect.substr(4);
+        fault.script = rule.effect.substr(4);
+      } else if (rule.effect.starts_with("signal=")) {
+        fault.signal = std::stoi(rule.effect.substr(7));
       } else {
         fault.error = errorNamed(rule.effect);
       }
     }
     if (matches) log(call, path, fired);
-    if (!script.empty()) run(script);
     return fault;
   }
 
- private:
   Shim() {
     const char* text = std::getenv("RVX_FAULTS");
     std::istringstream rules(text != nullptr ? text : "");

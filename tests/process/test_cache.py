@@ -29,7 +29,8 @@ class DiskTest(StorageTest):
         self.assertGreaterEqual(bytes_read, (2 + 2) * MOVIE)
         for path in map(self.path, names):
             self.assertLess(resident(path), MOVIE / 100)
-        self.assertEqual(resident(bystander), 8 * MIB, "other programs' pages stay")
+        # The kernel may take a few pages back by itself.
+        self.assertGreater(resident(bystander), 8 * MIB * 95 / 100, "other programs' pages stay")
         self.assert_checks("disk/d1/sha1/clip.mov.sha1")
         self.assert_checks("disk/d2/sha1/clip.mov.sha1")
 
