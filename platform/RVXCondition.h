@@ -15,12 +15,16 @@ class RVX_CAPABILITY("mutex") RVXCondition {
   void lock() RVX_ACQUIRE() { mMutex.lock(); }
   void unlock() RVX_RELEASE() { mMutex.unlock(); }
 
-  // Gives the mutex back while waiting for a broadcast and takes it again. May also return without one.
+  // Gives the mutex back while waiting for a signal or broadcast and takes it again. May also
+  // return without one.
   void wait() RVX_REQUIRES(this) {
     std::unique_lock<std::mutex> held(mMutex, std::adopt_lock);
     mCondition.wait(held);
     held.release();
   }
+
+  // Wakes one that waits.
+  void signal() RVX_REQUIRES(this) { mCondition.notify_one(); }
 
   // Wakes all that wait.
   void broadcast() RVX_REQUIRES(this) { mCondition.notify_all(); }
