@@ -60,7 +60,8 @@ class ProcessTest(unittest.TestCase):
     base_folder = None  # where the fresh folder lies; the system's place for temporary files by default
 
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="rvxcopy-test-", dir=self.base_folder)
+        # Its name ends in no letter, so that a fault for "d/clip.mov" never fits a file of the folder itself.
+        self.folder = tempfile.mkdtemp(prefix="rvxcopy-test-", suffix="-", dir=self.base_folder)
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
 
     def path(self, name):
