@@ -1,0 +1,254 @@
+"""The manual pages: well formed, and true to the program."""
+
+import glob
+import itertools
+import os
+import re
+import shutil
+import subprocess
+import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), os.pardir, "process"))
+from grammar import Grammar  # noqa: E402
+from storage import require  # noqa: E402
+from support import LONGEST_RUN, RVXCOPY, USAGE, ProcessTest, file_bytes, main  # noqa: E402
+
+SOURCES = os.path.realpath(os.path.join(os.path.dirname(__file__), os.pardir, os.pardir))
+PAGES = sorted(glob.glob(SOURCES + "/man/*"))
+PRODUCT_FOLDERS = ("include", "platform", "formats", "copy", "checksum", "frontend")
+
+# Texts for the "%s" of a message, one of which fits wherever one stands.
+SAMPLES = ("/d/clip.mov", "EIO", "Input/output error", "source", "0" * 40, "0" * 32, "memory", "readThread",
+           "{errno = 5}", "(/, /media/CARD)", "can't open source file", "can't open destination file (#1)",
+           "can't open destination file (/d/link)")
+
+
+def source_text(name):
+    return file_bytes(os.path.join(SOURCES, name)).decode()
+
+
+def section(page, heading):
+    return re.search(r"^\.Sh %s\n(.*?)(?=^\.Sh |\Z)" % heading, source_text("man/" + page), re.DOTALL | re.MULTILINE)[1]
+
+
+def message_formats():
+    """Every format that the product's sources print."""
+    formats = set()
+    for folder in PRODUCT_FOLDERS:
+        for path in glob.glob("%s/%s/*.cpp" % (SOURCES, folder)):
+            for literals in re.findall(r'\bprint\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)', file_bytes(path).decode()):
+                formats.add("".join(re.findall(r'"((?:[^"\\]|\\.)*)"', literals)).replace("\\n", "\n"))
+    return formats
+
+
+def can_inhibit():
+    """Whether a login manager runs that systemd-inhibit can ask."""
+    try:
+        return subprocess.run(["systemd-inhibit", "true"], stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL).returncode == 0
+    except FileNotFoundError:
+        return False
+
+
+def messages(text):
+    """The format with numbers, and in turn with all sample texts, filled in."""
+    numbered = [re.sub("%(ll|l)?[diu]", number, text) for number in ("1", "200", "201")]
+    return {format % texts for format in numbered
+            for texts in itertools.product(SAMPLES, repeat=format.count("%s"))}
+
+
+class FormTest(ProcessTest):
+    def test_pages_have_no_fault_of_form(self):
+        require("mandoc")
+        self.assertEqual(len(PAGES), 3)
+        for page in PAGES:
+            lint = subprocess.run(["mandoc", "-T", "lint", "-W", "all", page], stdout=subprocess.PIPE,
+                                  stderr=subprocess.DEVNULL).stdout.decode()
+            # Pages that are not installed yet; test_references_lead_to_a_page looks after these.
+            faults = [line for line in lint.splitlines() if "referenced manual not found" not in line]
+            self.assertEqual(faults, [])
+
+    def test_references_lead_to_a_page(self):
+        names = {os.path.basename(page) for page in PAGES}
+        for page in PAGES:
+            references = re.findall(r"^\.Xr (rvxcopy\S*) (\d)", file_bytes(page).decode(), re.MULTILINE)
+            self.assertTrue(references, page)
+            self.assertEqual({"%s.%s" % reference for reference in references} - names, set(), page)
+
+
+class ContentsTest(ProcessTest):
+    def test_every_exit_status_is_described_and_no_other(self):
+        statuses = set(re.findall(r"= (\d+),", source_text("include/ExitStatus.h")))
+        self.assertGreater(len(statuses), 15)
+        described = re.findall(r"^\.It (\d+)$", section("rvxcopy.1", "EXIT STATUS"), re.MULTILINE)
+        self.assertEqual(sorted(described), sorted(statuses))
+
+    def test_every_option_is_described_and_no_other(self):
+        options = set(re.findall(r"^ .* -([a-z]) .* : ", USAGE.decode(), re.MULTILINE))
+        self.assertEqual(len(options), 7)
+        described = re.findall(r"^\.It Fl (\S+)", section("rvxcopy.1", "OPTIONS"), re.MULTILINE)
+        self.assertEqual(sorted(described), sorted(options))
+        synopsis = re.findall(r"\bFl (\S+)", section("rvxcopy.1", "SYNOPSIS"))
+        self.assertEqual(sorted(synopsis), sorted(options))
+
+    def test_hash_lists_are_as_described(self):
+        require("mandoc")
+        listed = re.compile(Grammar(SOURCES + "/man/rvxcopy-hashlist.5").pattern("list"))
+        self.write_frames("card/f (%02d)=\\x.dpx", range(1, 4))
+        for arguments in (("-t", "md5"), ("-t", "sha1")):
+            self.run_tool(*arguments, "-s", "card/f (1-3##)=\\x.dpx", "d/list", "-f")
+            written = self.read("d/%s/list.%s" % (arguments[1], arguments[1]))
+            self.assertEqual(written.count(b"\n"), 5)
+            self.assertTrue(listed.fullmatch(written), written)
+            self.assertFalse(listed.fullmatch(written.replace(b")= ", b") = ")))
+
+
+class ExamplesTest(ProcessTest):
+    def commands(self, page):
+        """The commands of each example, with folders of the test for /media and /mnt."""
+        displays = re.findall(r"^\.Bd [^\n]*\n(.*?)^\.Ed$", section(page, "EXAMPLES"), re.DOTALL | re.MULTILINE)
+        for display in displays:
+            text = display.replace("\\-", "-").replace("\\(aq", "'").replace("\\e", "\\").replace("\\\n", "")
+            commands = "\n".join(re.findall(r"^\$ (.*)$", text, re.MULTILINE))
+            yield re.sub("/(media|mnt)/", lambda found: self.path(found[1]) + "/", commands)
+
+    def run_commands(self, commands):
+        shutil.rmtree(self.path("mnt"), ignore_errors=True)
+        environment = {**self.environment(), "PATH": os.path.dirname(RVXCOPY) + ":" + os.environ["PATH"]}
+        done = subprocess.run(["bash", "-e", "-c", commands], cwd=self.folder, env=environment,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=LONGEST_RUN)
+        self.assertEqual(done.returncode, 0, (commands, done.stdout))
+        return done.stdout.decode()
+
+    def setUp(self):
+        super().setUp()
+        for name in ("CARD/A001/clip.mov", "CARD/A001/other.mov", "CARD_A/a.mov", "CARD_B/b.mov"):
+            self.write("media/" + name, name.encode())
+        self.write_frames("media/CARD/DCIM/A001/clip_%04d.dpx", range(1, 101))
+
+    def test_examples_of_the_program_work(self):
+        require("ionice")
+        examples = list(self.commands("rvxcopy.1"))
+        self.assertEqual(len(examples), 8)
+        for commands in examples:
+            with self.subTest(commands):
+                if "systemd-inhibit" in commands and not can_inhibit():
+                    commands = re.sub("systemd-inhibit .* rvxcopy", "rvxcopy", commands)
+                if "sha1sum" in commands:
+                    printed = self.run_commands(examples[0].replace("rvxcopy -v", "rvxcopy") + "\n" + commands)
+                    self.assertRegex(printed, r"\A\.\./\w+\.mov: OK\n\Z")
+                elif "wait" in commands:
+                    self.assertEqual(self.run_commands(commands), "card A: 0\ncard B: 0\n")
+                else:
+                    self.run_commands(commands)
+                    self.assertTrue(glob.glob(self.path("mnt/raid/**/*.sha1"), recursive=True))
+
+    def test_examples_of_the_hash_list_work(self):
+        require("openssl")
+        copying = "rvxcopy '%s' '%s'\n" % (self.path("media/CARD/A001/clip.mov"), self.path("mnt/raid/"))
+        check, digest = self.commands("rvxcopy-hashlist.5")
+        self.assertEqual(self.run_commands(copying + check), "../clip.mov: OK\n")
+        printed = self.run_commands(copying + digest)
+        self.assertEqual(self.read("mnt/raid/sha1/clip.mov.sha1").split(b"\n")[2] + b"\n", printed.encode())
+
+
+class OutputTest(ProcessTest):
+    def setUp(self):
+        super().setUp()
+        require("mandoc")
+        self.grammar = Grammar(SOURCES + "/man/rvxcopy-output.7")
+
+    def test_every_message_of_the_sources_is_described_and_no_other(self):
+        formats = message_formats()
+        self.assertGreater(len(formats), 30)
+        used = set()
+        for text in formats:
+            fitting = [message for message in messages(text) if self.all_lines_fit(message)]
+            self.assertTrue(fitting, "not described: " + text)
+            for message in fitting:
+                for line in message.split("\n"):
+                    used |= {expression.pattern for _, expression in self.grammar.expressions
+                             if expression.search(line.encode())}
+        unused = {expression.pattern for rule, expression in self.grammar.expressions
+                  if rule != "signal-report"} - used
+        self.assertEqual(unused, set(), "described, but in no source")
+
+    def all_lines_fit(self, message):
+        lines = message.split("\n")
+        if message.endswith("\n"):
+            lines.pop()
+        return all(self.grammar.rules_of(line.encode()) for line in lines)
+
+    def scenarios(self):
+        """The faults and the arguments of runs that together print every piece."""
+        data = b"x" * 5000000
+        self.write("clip.mov", data)
+        self.write("empty.mov", b"")
+        self.write("in-the-way", b"a file")
+        self.write("old/clip.mov", b"an old copy")
+        self.write("list-way/sha1", b"a file")
+        os.makedirs(self.path("list-dir/sha1/clip.mov.sha1"))
+        self.write_frames("f_%02d.dpx", range(1, 6))
+        os.symlink("nowhere", self.path("link"))
+        os.symlink("nowhere", self.path("old/link"))
+        flip = self.script("flip", "printf '\\377' | dd of=d7/clip.mov bs=1 seek=9 conv=notrunc status=none")
+        lose = self.script("lose", "rm -f clip2.mov d10/clip.mov")
+        self.write("clip2.mov", data)
+        yield [], ()
+        yield [], ("a",)
+        yield [], ("clip.mov", "d/", "-p", "7")
+        yield [], ("clip.mov", "d/", "-t", "x")
+        yield [], ("clip.mov", "d/", "-o")
+        yield [], ("-v", "-s")
+        yield [], ("-v", "clip.mov")
+        yield [], ("-s", "clip.mov", "d/")
+        yield [], ("-s", "clip_7-3####.tif", "d/")
+        yield [], ("none.mov", "d/")
+        yield [], ("/usr", "d/")
+        yield [], ("clip.mov", "in-the-way/")
+        yield [], ("-v", "-t", "md5", "clip.mov", "d1/", "d2/take (2).mov")
+        yield [], ("-v", "empty.mov", "d1/")
+        yield [], ("-v", "-s", "f_1-5##.dpx", "d3/", "d4/")
+        yield [], ("-v", "-n", "clip.mov", "d5/")
+        yield [], ("-v", "-n", "link", "d5/")
+        yield [], ("-v", "link", "d6/")
+        yield [], ("clip.mov", "old/")
+        yield ["openr clip.mov 1 1 EACCES"], ("-v", "clip.mov", "d6/")
+        yield [], ("-f", "-v", "clip.mov", "./")
+        yield [], ("-f", "-v", "link", "old/")
+        yield ["read clip.mov 1 1 EIO"], ("-v", "-n", "-f", "clip.mov", "d6/")
+        yield ["read clip.mov 1 2 EIO"], ("-v", "-f", "clip.mov", "d6/")
+        yield ["read clip2.mov 1 1 run=" + lose, "read clip2.mov 1 1 EIO"], ("-v", "clip2.mov", "d6/")
+        yield ["write d6/clip.mov 1 * EIO"], ("-v", "-f", "clip.mov", "d6/")
+        yield ["write d6/clip.mov 1 * ENOSPC"], ("-f", "clip.mov", "d6/")
+        yield ["lstat d7/clip.mov 1 1 run=" + flip], ("-v", "clip.mov", "d7/")
+        yield ["openr d8/clip.mov 1 * EACCES"], ("-v", "-t", "md5", "clip.mov", "d8/")
+        yield ["read d9/clip.mov 1 1 EIO"], ("-v", "clip.mov", "d9/")
+        yield ["read d\u00e9/clip.mov 1 2 EIO"], ("-v", "clip.mov", "d\u00e9/")
+        yield ["stat d10/clip.mov 3 1 run=" + lose], ("-n", "clip.mov", "d10/")
+        yield [], ("clip.mov", "list-way/")
+        yield [], ("clip.mov", "list-dir/")
+        yield ["thread thread 3 * EAGAIN"], ("clip.mov", "d11/")
+        yield ["write d12/clip.mov 1 1 signal=11"], ("-v", "clip.mov", "d12/")
+
+    def test_output_of_real_runs_is_as_described(self):
+        output = re.compile(self.grammar.pattern("output"))
+        seen = set()
+        for faults, arguments in self.scenarios():
+            with self.subTest(arguments=arguments, faults=faults):
+                printed = self.run_tool(*arguments, faults=faults).output
+                self.assertTrue(output.fullmatch(printed), printed)
+                lines = printed.split(b"\n")
+                for line in lines if lines[-1] else lines[:-1]:
+                    self.assertTrue(self.grammar.rules_of(line), line)
+                    seen |= self.grammar.rules_of(line)
+        described = {rule for rule, _ in self.grammar.expressions} - {"reserved"}
+        self.assertEqual(seen, described)
+
+    def test_every_piece_has_an_expression(self):
+        pieces = set(re.findall(r"[a-z][a-z-]*", self.grammar.rules["piece"])) | {"signal-report", "reserved"}
+        self.assertEqual({rule for rule, _ in self.grammar.expressions}, pieces)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,192 @@
+"""The Debian package: built twice, compared, installed, used, and removed without a trace."""
+
+import gzip
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), os.pardir, "process"))
+from storage import StorageTest, require, require_mounts, run  # noqa: E402
+from support import file_bytes, main  # noqa: E402
+
+SOURCES = os.path.realpath(os.path.join(os.path.dirname(__file__), os.pardir, os.pardir))
+BUILD = os.environ["RVX_BUILD"]
+DOCUMENTATION = "usr/share/doc/rvxcopy/"
+
+# Where a file that may not be in the sources yet goes to.
+COMPLETIONS = {"rvxcopy.bash": "usr/share/bash-completion/completions/rvxcopy",
+               "_rvxcopy": "usr/share/zsh/vendor-completions/_rvxcopy",
+               "rvxcopy.fish": "usr/share/fish/vendor_completions.d/rvxcopy.fish"}
+
+
+def files_below(top):
+    return {os.path.relpath(os.path.join(folder, name), top) for folder, _, names in os.walk(top) for name in names}
+
+
+def expected_files():
+    files = {"usr/bin/rvxcopy", "usr/share/man/man1/rvxcopy.1.gz", "usr/share/man/man5/rvxcopy-hashlist.5.gz",
+             "usr/share/man/man7/rvxcopy-output.7.gz"}
+    files |= {DOCUMENTATION + name for name in ("README.md", "changelog.gz", "copyright")}
+    for folder in ("docs", "examples"):
+        files |= {DOCUMENTATION + folder + "/" + name for name in files_below(os.path.join(SOURCES, folder))}
+    return files | {path for name, path in COMPLETIONS.items()
+                    if os.path.exists(os.path.join(SOURCES, "completions", name))}
+
+
+def dpkg(*arguments):
+    """Waits while another program holds the package system's lock."""
+    for _ in range(300):
+        done = subprocess.run(["dpkg", *arguments], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                              env={**os.environ, "DEBIAN_FRONTEND": "noninteractive"})
+        if done.returncode == 0 or b"lock" not in done.stdout:
+            return done
+        time.sleep(1)
+    return done
+
+
+def is_installed():
+    return subprocess.run(["dpkg-query", "--status", "rvxcopy"], stdout=subprocess.DEVNULL,
+                          stderr=subprocess.DEVNULL).returncode == 0
+
+
+class PackageTest(StorageTest):
+    @classmethod
+    def setUpClass(cls):
+        if os.geteuid() != 0:
+            raise unittest.SkipTest("to install a package needs root")
+        require("dpkg", "dpkg-deb", "dpkg-shlibdeps", "readelf", "man")
+        cls.shared = tempfile.mkdtemp(prefix="rvxcopy-test-")
+        cls.addClassCleanup(shutil.rmtree, cls.shared)
+        cls.package = cls.build(os.path.join(cls.shared, "a"))
+        cls.contents = os.path.join(cls.shared, "contents")
+        run("dpkg-deb", "--raw-extract", cls.package, cls.contents)
+
+    @classmethod
+    def build(cls, folder, umask=0o022, **variables):
+        """Copies the sources to `folder` and builds there; returns the package's path."""
+        previous = os.umask(umask)
+        try:
+            # File by file, so that the copies have the permissions that the umask leaves.
+            shutil.copytree(SOURCES, folder, copy_function=shutil.copyfile,
+                            ignore=shutil.ignore_patterns(".git", "build", "__pycache__"))
+            built = subprocess.run(["bash", os.path.join(folder, "scripts", "package")], stdout=subprocess.PIPE,
+                                   stderr=subprocess.STDOUT, env={**os.environ, **variables})
+        finally:
+            os.umask(previous)
+        if built.returncode != 0:
+            raise AssertionError(built.stdout.decode(errors="replace"))
+        return built.stdout.decode().split("\n")[-2]
+
+    def contents_path(self, name):
+        return os.path.join(self.contents, name)
+
+    def test_another_folder_umask_and_time_zone_give_the_same_bytes(self):
+        require_mounts()
+        # A tmpfs lists its folders in another order than a disk.
+        other = self.tmpfs("tmpfs", 200)
+        again = self.build(os.path.join(other, "another folder"), umask=0o077, TZ="Asia/Tokyo", LC_ALL="C.UTF-8")
+        self.assertEqual(os.path.basename(again), os.path.basename(self.package))
+        self.assertEqual(file_bytes(again), file_bytes(self.package))
+
+    def test_no_file_names_the_folder_it_was_built_in(self):
+        for name in files_below(self.contents):
+            data = file_bytes(self.contents_path(name))
+            if name.endswith(".gz"):
+                data = gzip.decompress(data)
+            self.assertNotIn(self.shared.encode(), data, name)
+
+    def test_files_and_their_permissions(self):
+        listed = run("dpkg-deb", "--contents", self.package).splitlines()
+        found = {}
+        for line in listed:
+            permissions, owner, _, _, _, path = line.split(None, 5)
+            self.assertEqual(owner, "root/root", line)
+            if permissions.startswith("d"):
+                self.assertEqual(permissions, "drwxr-xr-x", line)
+            else:
+                found[path[2:]] = permissions
+        self.assertEqual(set(found), expected_files())
+        for path, permissions in found.items():
+            example = path.startswith(DOCUMENTATION + "examples/")
+            is_program = path == "usr/bin/rvxcopy" or example and file_bytes(self.contents_path(path))[:2] == b"#!"
+            self.assertEqual(permissions, "-rwxr-xr-x" if is_program else "-rw-r--r--", path)
+
+    def test_program_is_stripped(self):
+        sections = run("readelf", "--section-headers", self.contents_path("usr/bin/rvxcopy"))
+        self.assertIn(".text", sections)
+        self.assertNotIn(".symtab", sections)
+        self.assertNotIn(".debug", sections)
+
+    def test_compressed_files_hold_their_originals_without_name_and_time(self):
+        originals = {"usr/share/man/man1/rvxcopy.1.gz": "man/rvxcopy.1",
+                     "usr/share/man/man5/rvxcopy-hashlist.5.gz": "man/rvxcopy-hashlist.5",
+                     "usr/share/man/man7/rvxcopy-output.7.gz": "man/rvxcopy-output.7",
+                     DOCUMENTATION + "changelog.gz": "packaging/changelog"}
+        for name, original in originals.items():
+            data = file_bytes(self.contents_path(name))
+            self.assertEqual(data[3:9], bytes(5) + b"\x02", name)  # no flags, no time, best compression (RFC 1952)
+            self.assertEqual(gzip.decompress(data), file_bytes(os.path.join(SOURCES, original)))
+
+    def test_control_file(self):
+        control = run("dpkg-deb", "--field", self.package)
+        version = re.search(r"project\(rvxcopy VERSION (\S+)", file_bytes(SOURCES + "/CMakeLists.txt").decode())[1]
+        architecture = run("dpkg", "--print-architecture").strip()
+        for line in ("Package: rvxcopy", "Version: " + version, "Architecture: " + architecture, "Section: video",
+                     "Priority: optional", "Maintainer: rvxcopy developers <rvxcopy@localhost>"):
+            self.assertIn("\n%s\n" % line, "\n" + control)
+        newest = file_bytes(SOURCES + "/packaging/changelog").decode().split("\n")[0]
+        self.assertTrue(newest.startswith("rvxcopy (%s) " % version), newest)
+
+    def test_every_library_that_the_program_needs_is_a_dependency(self):
+        needed = re.findall(r"\(NEEDED\).*\[(.*)\]", run("readelf", "--dynamic", self.contents_path("usr/bin/rvxcopy")))
+        self.assertIn("libcrypto.so.3", needed)
+        depends = run("dpkg-deb", "--field", self.package, "Depends")
+        for library in needed:
+            owners = {line.split(":")[0] for line in run("dpkg-query", "--search", "*/" + library).splitlines()}
+            self.assertTrue(owners & set(re.findall(r"[a-z0-9.+-]+", depends)), library)
+
+    def test_installed_used_and_removed(self):
+        if is_installed() or shutil.which("rvxcopy"):
+            self.skipTest("rvxcopy is installed on this machine")
+        folders = {os.path.dirname("/" + path) for path in expected_files()}
+        existing = {folder for folder in folders if os.path.exists(folder)}
+        self.addCleanup(lambda: is_installed() and dpkg("--purge", "rvxcopy"))
+        # Images of minimal systems leave manual pages out.
+        installation = dpkg("--path-include=/usr/share/*", "--install", self.package)
+        self.assertEqual(installation.returncode, 0, installation.stdout)
+        self.assertEqual(run("dpkg", "--verify", "rvxcopy"), "")
+        self.assertEqual(shutil.which("rvxcopy"), "/usr/bin/rvxcopy")
+        for page in ("man1/rvxcopy.1", "man5/rvxcopy-hashlist.5", "man7/rvxcopy-output.7"):
+            name, section = os.path.basename(page).split(".")
+            self.assertEqual(run("man", "--where", section, name).strip(), "/usr/share/man/%s.gz" % page)
+
+        self.write("clip.mov", b"movie")
+        used = subprocess.run(["rvxcopy", "clip.mov", "d/"], cwd=self.folder, stdout=subprocess.PIPE)
+        self.assertEqual((used.returncode, used.stdout), (0, b""))
+        self.assertEqual(self.read("d/clip.mov"), b"movie")
+        self.assert_checks("d/sha1/clip.mov.sha1")
+
+        removal = dpkg("--purge", "rvxcopy")
+        self.assertEqual(removal.returncode, 0, removal.stdout)
+        self.assertFalse(is_installed())
+        self.assertEqual([path for path in expected_files() if os.path.lexists("/" + path)], [])
+        self.assertEqual({folder for folder in folders if os.path.exists(folder)}, existing)
+
+
+class InstallTest(StorageTest):
+    def test_installed_below_another_folder(self):
+        run("cmake", "--install", BUILD, "--prefix", self.path("usr"))
+        expected = {path.replace("zsh/vendor-completions", "zsh/site-functions") for path in expected_files()}
+        self.assertEqual(files_below(self.folder), expected)
+        self.write("clip.mov", b"movie")
+        run(self.path("usr/bin/rvxcopy"), self.path("clip.mov"), self.path("d/"))
+        self.assert_checks("d/sha1/clip.mov.sha1")
+
+
+if __name__ == "__main__":
+    main()
