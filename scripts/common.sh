@@ -28,3 +28,13 @@ build_preset() {
     cmake --build --preset "$preset" -- --quiet | { grep -v '^ninja: no work to do' || true; }
   )
 }
+
+# Runs a sanitizer's program without address space randomization, where that can be had: the runtimes do not
+# know where the newest kernels map things.
+without_randomization() {
+  if setarch --addr-no-randomize true 2>/dev/null; then
+    setarch --addr-no-randomize "$@"
+  else
+    "$@"
+  fi
+}

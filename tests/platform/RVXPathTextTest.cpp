@@ -134,6 +134,11 @@ TEST(RVXPathTextTest, StandardizedTildeOfNobodyStays) {
   EXPECT_EQ(standardizedPath("a/~"), "a/~");
 }
 
+TEST(RVXPathTextTest, StandardizedTildeWithAZeroInTheNameStays) {
+  const std::string path("~root\0x/a", 9);
+  EXPECT_EQ(standardizedPath(path), path);
+}
+
 TEST(RVXPathTextTest, AsciiText) {
   EXPECT_TRUE(isAsciiText(""));
   EXPECT_TRUE(isAsciiText("/d1/clip.mov\x7F\x01"));
