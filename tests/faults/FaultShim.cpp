@@ -91,15 +91,20 @@ class Shim {
   }
 
   Fault faultFor(const char* call, const std::string& path) {
-    // A signal handler may interrupt a thread in here and make calls of its own; the lock is not for it.
-    thread_local bool isInside = false;
-    if (isInside) return {};
-    isInside = true;
+    if (isInside()) return {};
+    isInside() = true;
     const Fault fault = applyRules(call, path);
     if (!fault.script.empty()) run(fault.script);
     if (fault.signal != 0) ::raise(fault.signal);
-    isInside = false;
+    isInside() = false;
     return fault;
+  }
+
+  // A signal handler may interrupt a thread in here and make calls of its own: neither the lock nor an
+  // allocation is for it.
+  static bool& isInside() {
+    thread_local bool inside = false;
+    return inside;
   }
 
  private:
@@ -177,6 +182,7 @@ Fault faultFor(const char* call, const std::string& path) {
   return Shim::instance().faultFor(call, path);
 }
 Fault faultFor(const char* call, int descriptor) {
+  if (Shim::isInside()) return {};
   return faultFor(call, pathOfDescriptor(descriptor));
 }
 

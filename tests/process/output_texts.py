@@ -1,0 +1,55 @@
+"""What the program prints, as its documentation says it."""
+
+import re
+
+# Every text that a run prints, and the exit status of those after which the run ends; None where it goes on.
+TEXTS = {
+    "rvxcopy\n": None,
+    "Secure Copy and Verify of movies and image sequences (comes without any warranty)\n": None,
+    "ERROR: Wrong arguments - -p must be followed by a number between 0 and 6.\n": 106,
+    "ERROR: Wrong arguments - -t must be followed by md5 or sha1.\n": 108,
+    "ERROR: Wrong arguments - -o needs to be followed by 0 (false) or 1 (true)\n": 109,
+    "ERROR: Wrong arguments - missing source movie or sequence.\n": 102,
+    "ERROR: Wrong arguments - missing destination path.\n": 103,
+    "ERROR: Wrong arguments - missing hashes in identifier.\n": None,
+    "ERROR: framenumber not in range of sequence.\n": None,
+    "ERROR: Can't parse sequence identifier.\n": 113,
+    "ERROR: Source path %s does not exist.\n": 104,
+    "ERROR: Source path %s is not a file.\n": 104,
+    "ERROR: Can't create destination folder #%u (%s).\n": 101,
+    "INFO: copying %s...\n": None,
+    "INFO: copied %u of %u bytes\n": None,
+    "hash SHA1:%h\n": None,
+    "hash MD5:%h\n": None,
+    "ERROR: can't open source file (200i)": 200,
+    "ERROR: can't open destination file (#%u) (201i)": 201,
+    "ERROR: can't open destination file (%s) (201i)": 201,
+    "ERROR: File destination #%u (%s) already exists.\n": 107,
+    "ERROR: unexpected %e during read: %r of file: %s at position:%u\n": None,
+    "INFO: file exists:%b volumes: %v\n": None,
+    "ERROR: could not reopen file handle for path: %s\n": 220,
+    "ERROR: again unexpected %e during read: %r userInfo: {errno = %u}\n": 220,
+    "ERROR: unexpected %e during write: %r\n": None,
+    "ERROR: failed writing to %s\n": (211, 212),
+    "INFO: verifying %s\n": None,
+    "INFO: verified %u of %u bytes of path %s\n": None,
+    "ERROR: unexpected %e during read: %r at position:%u\n": None,
+    "ERROR: failed reading from %s\n": None,
+    "ERROR: again unexpected %e during read: %r\n": None,
+    "ERROR: again failed reading from %s\n": 109,
+    "INFO: expected hash: %h but got hash: %h.\n": None,
+    "ERROR: verify of %l file #%u (%s) failed, wrong hash.\n": 109,
+    "verify of %l file #%u (%s) ok.\n": None,
+    "verify of %l file %u of %u of sequence #%u (%s) ok.\n": None,
+    "Copy completed successfully for destination file (%s)\n": None,
+    "Copy failed for destination file (%s)\n": 116,
+    "ERROR: Can't create folder for hashes (%s).\n": 114,
+    "ERROR: couldn't write hash file to %s\n": None,
+    "ERROR: Can't write hash file (%s).\n": 115,
+    "ERROR: No %d available: %r\n": 117,
+}
+PLACES = {"s": rb"[^\n]*", "u": rb"\d+", "b": rb"[01]", "h": rb"(?:[0-9a-f]{40}|[0-9a-f]{32}|\(null\))",
+          "e": rb"E[A-Z0-9]+", "r": rb"[ -~]+", "v": rb"\([^\n]*\)", "l": rb"(?:source|destination)",
+          "d": rb"(?:MD5 digest|SHA-1 digest|thread|memory)"}
+PATTERNS = {text: re.compile(b"".join(PLACES[piece[1]] if piece[0] == "%" else re.escape(piece.encode())
+                                      for piece in re.findall("%[a-z]|[^%]+", text))) for text in TEXTS}

@@ -1,0 +1,62 @@
+import hashlib
+import os
+import re
+import subprocess
+import unittest
+
+from corpus import in_expected_order, pieces_of, without_added_progress
+from output_texts import PATTERNS
+from support import RVXCOPY, file_bytes, main
+
+REPOSITORY = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
+
+
+def readme_block():
+    return re.search(rb"^<!-- transcript -->\n```console\n(.*?)^```\n<!-- end of transcript -->$",
+                     file_bytes(os.path.join(REPOSITORY, "README.md")), re.DOTALL | re.MULTILINE)[1]
+
+
+def outputs_of(transcript):
+    """Command -> its output lines."""
+    steps = re.findall(rb"^\$ (.*)\n((?:(?!\$ ).*\n)*)", transcript, re.MULTILINE)
+    return {command.decode(): output.decode().splitlines() for command, output in steps}
+
+
+class TranscriptTest(unittest.TestCase):
+    maxDiff = None
+
+    def test_readme_shows_what_the_program_prints(self):
+        """If not: scripts/transcript --update."""
+        shown = readme_block()
+        printed = subprocess.run([os.path.join(REPOSITORY, "scripts", "transcript")], check=True, timeout=600,
+                                 env={**os.environ, "RVXCOPY": RVXCOPY}, stdout=subprocess.PIPE).stdout
+        pieces = without_added_progress(pieces_of(printed), pieces_of(shown))
+        self.assertEqual(b"".join(in_expected_order(pieces, pieces_of(shown))).decode(), shown.decode())
+
+    def test_digests_are_those_of_the_sample(self):
+        movie = b"".join(b"%d\n" % number for number in range(1, 1000001))  # seq 1000000
+        outputs = outputs_of(readme_block())
+        copy = next(output for command, output in outputs.items() if command.startswith("rvxcopy -v"))
+        self.assertIn("hash SHA1:" + hashlib.sha1(movie).hexdigest(), copy)
+        self.assertIn("hash MD5:" + hashlib.md5(movie).hexdigest(), copy)
+        self.assertEqual(outputs["tail -n 1 raid/day3/md5/clip.mov.md5"],
+                         ["MD5(../clip.mov)= " + hashlib.md5(movie).hexdigest()])
+
+    def test_lines_of_the_program_are_documented_ones(self):
+        for command, output in outputs_of(readme_block()).items():
+            for line in output:
+                whole = line.encode() + b"\n"
+                if command.startswith("rvxcopy"):
+                    self.assertTrue(any(pattern.fullmatch(whole) for pattern in PATTERNS.values()), line)
+
+    def test_the_damage_is_found_and_repaired(self):
+        block = readme_block().decode()
+        damage = block.index("$ printf x | dd of=shuttle/shot/shot_1007.dpx")
+        found = block.index("../shot_1007.dpx: FAILED")
+        repaired = block.rindex("all as on the card")
+        self.assertTrue(block.index("all as on the card") < damage < found < repaired)
+        self.assertEqual(re.findall(r"^\$ echo \$\?\n(\d+)$", block, re.MULTILINE), ["0", "0", "107"])
+
+
+if __name__ == "__main__":
+    main()
