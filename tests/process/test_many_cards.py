@@ -1,0 +1,269 @@
+"""Runs the commands of docs/many-cards.md as they stand there."""
+
+import os
+import re
+import shlex
+import signal
+import socket
+import subprocess
+import time
+import unittest
+
+from storage import require, require_mounts
+from support import FAULT_SHIM, LONGEST_RUN, RVXCOPY, ProcessTest, coreutils_digest, file_bytes, main
+
+DOCUMENTATION = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
+FILES = ("DCIM/100/clip1.mov", "DCIM/100/clip2.mov", "DCIM/101/clip1.mov", "take 'B' 50%.mov")
+
+
+def documentation(name):
+    return file_bytes(os.path.join(DOCUMENTATION, name)).decode()
+
+
+def commands_of_page():
+    """Heading -> its commands, in their order."""
+    commands = {}
+    for section in re.split(r"^## ", documentation("docs/many-cards.md"), flags=re.MULTILINE)[1:]:
+        commands[section.split("\n")[0]] = re.findall(r"^```sh\n(.*?)^```$", section, re.MULTILINE | re.DOTALL)
+    return commands
+
+
+def statuses_of_table(page):
+    """The numbers in the first column of the table whose first column is headed "status"."""
+    table = re.search(r"^\| status \|.*\n\|.*\n((?:\|.*\n)+)", documentation(page), re.MULTILINE)[1]
+    return [int(number) for row in table.splitlines() for number in row.split("|")[1].split(",")]
+
+
+class ManyCardsTest(ProcessTest):
+    def setUp(self):
+        super().setUp()
+        require("parallel", "flock")
+        page = commands_of_page()
+        self.commands = {name: "".join(commands) for name, commands in page.items() if len(commands) == 1}
+        self.side_by_side, self.undisturbed = page["Side by side"]
+        self.repeat = self.commands["What to do with a failure"]
+        # What it asks of the machine's session manager is that program's affair; here it only starts the command.
+        self.write("bin/systemd-inhibit", b"#!/bin/sh\nwhile [ $# -gt 0 ]; do case $1 in --*) shift ;; *) break ;; "
+                                          b"esac; done\ntouch ../inhibited\nexec \"$@\"\n")
+        # A fault stands in a file with the name of the card that has it.
+        self.write("bin/rvxcopy", ("""#!/bin/sh
+for argument; do
+  case $argument in cards/*) card=${argument#cards/}; fault=%s/faults/${card%%%%/*} ;; esac
+done
+[ -e "$fault" ] && export LD_PRELOAD=%s RVX_FAULTS="$(cat "$fault")" RVX_FAULTS_LOG="$fault.log"
+exec %s "$@"
+""" % tuple(map(shlex.quote, (self.folder, FAULT_SHIM, RVXCOPY)))).encode())
+        for program in ("bin/systemd-inhibit", "bin/rvxcopy"):
+            os.chmod(self.path(program), 0o755)
+        os.makedirs(self.path("faults"))
+
+    def make_day(self, day, *cards):
+        for destination in ("raid", "shuttle"):
+            os.makedirs(self.path("%s/%s" % (day, destination)))
+        for card in cards:
+            for name in FILES:
+                self.write("%s/cards/%s/%s" % (day, card, name), ("%s of %s" % (name, card)).encode())
+        self.write(day + "/offload-card", self.commands["One card"].encode())
+        os.chmod(self.path(day + "/offload-card"), 0o755)
+        return self.run_commands(self.commands["The day's folder"], day)
+
+    def run_commands(self, commands, day="day3", variables=None):
+        """Standard output and error come together, as on a terminal."""
+        environment = self.environment(variables={"PATH": "%s:%s" % (self.path("bin"), os.environ["PATH"]),
+                                                  "HOME": self.folder, **(variables or {})})
+        run = subprocess.run(["sh", "-c", commands], cwd=self.path(day), env=environment, stdin=subprocess.DEVNULL,
+                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=3 * LONGEST_RUN)
+        run.output = run.stdout.decode()
+        return run
+
+    def fail_at(self, card, fault):
+        self.write("faults/" + card, fault.encode())
+
+    def repair(self, card):
+        self.assertIn("!", self.read("faults/%s.log" % card).decode(), "no fault happened")
+        os.remove(self.path("faults/" + card))
+
+    def log(self, name, day="day3"):
+        """The rows of a job log below its header."""
+        return [row.split("\t") for row in self.read("%s/%s" % (day, name)).decode().splitlines()[1:]]
+
+    def statuses(self, name, day="day3"):
+        return {row[8].split()[1]: int(row[6]) for row in self.log(name, day)}
+
+    def assert_card_is_copied(self, card, day="day3"):
+        for destination in ("raid", "shuttle"):
+            copy = "%s/%s/%s" % (day, destination, card)
+            copied = {name: data for name, data in self.tree(copy).items() if data is not None}
+            lists = [name for name in copied if name.endswith(".sha1")]
+            self.assertEqual(sorted(set(copied) - set(lists)), sorted(FILES))
+            self.assertEqual(len(lists), len(FILES))
+            for name in FILES:
+                self.assertEqual(coreutils_digest("sha1sum", self.path("%s/%s" % (copy, name))),
+                                 coreutils_digest("sha1sum", self.path("%s/cards/%s/%s" % (day, card, name))))
+            for name in lists:
+                self.assert_checks("%s/%s" % (copy, name))
+
+    def assert_safe(self, *lines):
+        told = self.run_commands(self.commands["Which cards may be wiped"]).output
+        self.assertEqual(told.splitlines(), list(lines))
+
+
+class SideBySideTest(ManyCardsTest):
+    def test_all_cards(self):
+        self.assertEqual(self.make_day("day3", "A001", "A002", "A003").output, "")
+        run = self.run_commands(self.side_by_side)
+        self.assertEqual((run.returncode, run.output), (0, ""))
+        self.assertEqual(self.statuses("offload/cards.log"), {"A001": 0, "A002": 0, "A003": 0})
+        for card in ("A001", "A002", "A003"):
+            self.assert_card_is_copied(card)
+        self.assert_safe(*("%s: 4 of 4 files are safe" % card for card in ("A001", "A002", "A003")))
+
+    def test_undisturbed(self):
+        require("ionice")
+        self.make_day("day3", "A001", "A002")
+        run = self.run_commands(self.undisturbed)
+        self.assertEqual((run.returncode, run.output), (0, ""))
+        self.assertTrue(os.path.exists(self.path("inhibited")))
+        for card in ("A001", "A002"):
+            self.assert_card_is_copied(card)
+
+    def assert_resumes(self, fault, status):
+        """A card that fails at its second file, and one that does not."""
+        self.make_day("day3", "A001", "A002")
+        self.fail_at("A002", fault)
+        run = self.run_commands(self.side_by_side)
+        self.assertEqual(run.returncode, 1, run.output)
+        self.assertEqual(self.statuses("offload/cards.log"), {"A001": 0, "A002": status})
+        self.assert_card_is_copied("A001")
+        self.assert_safe("A001: 4 of 4 files are safe", "A002: 1 of 4 files are safe")
+        self.repair("A002")
+        run = self.run_commands(self.repeat)
+        self.assertEqual((run.returncode, run.output), (0, ""))
+        self.assert_card_is_copied("A002")
+        self.assertEqual([row[0] for row in self.log("offload/A002.log")], ["1", "2", "2", "3", "4"])
+        self.assertEqual(len(self.log("offload/A001.log")), len(FILES))
+        self.assert_safe("A001: 4 of 4 files are safe", "A002: 4 of 4 files are safe")
+
+    def test_failing_reader(self):
+        self.assert_resumes("read cards/A002/DCIM/100/clip2.mov 1 9 EIO", 220)
+        again = self.run_commands(self.repeat)  # changes nothing any more
+        self.assertEqual((again.returncode, again.output), (0, ""))
+        self.assertEqual(len(self.log("offload/A002.log")), 5)
+
+    def test_killed_run(self):
+        self.assert_resumes("read cards/A002/DCIM/100/clip2.mov 1 1 signal=%d" % signal.SIGKILL, 128 + signal.SIGKILL)
+
+    def test_full_destination_is_left_to_the_user(self):
+        self.make_day("day3", "A001")
+        self.fail_at("A001", "write shuttle/A001 1 * ENOSPC")
+        self.assertEqual(self.run_commands(self.side_by_side).returncode, 1)
+        self.assertEqual(self.statuses("offload/cards.log"), {"A001": 212})
+        self.repair("A001")
+        self.assertEqual(self.run_commands(self.repeat).output, "")
+        self.assertEqual(len(self.log("offload/A001.log")), 1)
+        self.assertEqual(self.run_commands("./offload-card A001").returncode, 107)
+        self.assertEqual(self.run_commands("./offload-card A001 -f").returncode, 0)
+        self.assert_card_is_copied("A001")
+
+    def test_foreign_file_is_not_overwritten(self):
+        self.make_day("day3", "A001", "A002")
+        self.write("day3/raid/A002/DCIM/100/clip2.mov", b"of somebody else")
+        self.assertEqual(self.run_commands(self.side_by_side).returncode, 1)
+        self.run_commands(self.repeat)
+        self.assertEqual(self.statuses("offload/cards.log"), {"A001": 0, "A002": 107})
+        self.assertEqual(self.read("day3/raid/A002/DCIM/100/clip2.mov"), b"of somebody else")
+
+    def test_second_card_of_the_same_name(self):
+        self.make_day("day3", "A001")
+        self.write("day3/cards/A001/new.mov", b"of another card")
+        before = self.read("day3/offload/A001.files")
+        self.assertIn("raid/A001", self.run_commands(self.commands["The day's folder"]).output)
+        self.assertEqual(self.read("day3/offload/A001.files"), before)
+
+    def test_card_that_is_being_copied(self):
+        self.make_day("day3", "A001")
+        run = self.run_commands("flock raid/A001 ./offload-card A001 -f")
+        self.assertEqual((run.returncode, run.output), (75, ""))
+        self.assertFalse(os.path.exists(self.path("day3/offload/A001.log")))
+
+    def test_card_without_a_list(self):
+        self.make_day("day3", "A001")
+        self.assertNotEqual(self.run_commands("./offload-card A002").returncode, 0)
+        self.assertEqual(os.listdir(self.path("day3/raid")), ["A001"])
+
+
+class SeveralMachinesTest(ManyCardsTest):
+    """The machines are SSH servers on this one, each with a user database in which the home folder is its own."""
+
+    def setUp(self):
+        super().setUp()
+        require_mounts("dropbear", "dropbearkey", "ssh", "ssh-keygen", "unshare")
+        subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.path("key")], check=True)
+
+    def start_machine(self, name, *cards):
+        self.make_day(name + "/day3", *cards)
+        self.write(name + "/.ssh/authorized_keys", self.read("key.pub"))
+        self.write(name + ".passwd", ("root:x:0:0::%s:/bin/sh\n" % self.path(name)).encode())
+        subprocess.run(["dropbearkey", "-t", "ed25519", "-f", self.path(name + ".key")], check=True,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        with socket.socket() as free:
+            free.bind(("127.0.0.1", 0))
+            port = free.getsockname()[1]
+        serve = "PATH=%s:$PATH; export PATH; eval \"$SSH_ORIGINAL_COMMAND\"" % self.path("bin")
+        start = "PATH=$PATH:/usr/sbin:/sbin; mount --bind %s.passwd /etc/passwd && exec dropbear %s -c %s" % (
+            name, "-F -E -e -s -p 127.0.0.1:%d -r %s.key -P %s.pid" % (port, name, name), shlex.quote(serve))
+        server = subprocess.Popen(["unshare", "--mount", "sh", "-c", start], cwd=self.folder, stdin=subprocess.DEVNULL,
+                                  stderr=subprocess.DEVNULL, env=self.environment())
+        self.addCleanup(server.wait)
+        self.addCleanup(server.kill)
+        self.await_port(server, port)
+        with open(self.path("ssh_config"), "a") as config:
+            config.write("Host %s\n HostName 127.0.0.1\n Port %d\n User root\n IdentityFile %s\n LogLevel ERROR\n"
+                         " StrictHostKeyChecking no\n UserKnownHostsFile /dev/null\n" % (name, port, self.path("key")))
+
+    def await_port(self, server, port):
+        deadline = time.monotonic() + LONGEST_RUN
+        while server.poll() is None and time.monotonic() < deadline:
+            with socket.socket() as probe:
+                if probe.connect_ex(("127.0.0.1", port)) == 0:
+                    return
+            time.sleep(0.02)
+        self.fail("the SSH server does not run")
+
+    def test_cards_of_two_machines(self):
+        self.start_machine("dit1", "A001", "A002")
+        self.start_machine("dit2", "B001")
+        self.fail_at("A002", "read cards/A002/DCIM/100/clip2.mov 1 9 EIO")
+        ssh = {"PARALLEL_SSH": "ssh -F " + self.path("ssh_config")}
+        run = self.run_commands(self.commands["Several machines"], ".", ssh)
+        self.assertEqual(run.returncode, 1, run.output)
+        self.assertEqual({row[8].split()[1]: (row[1], int(row[6])) for row in self.log("cards.log", ".")},
+                         {"A001": ("dit1", 0), "A002": ("dit1", 220), "B001": ("dit2", 0)})
+        self.repair("A002")
+        again = self.run_commands("$PARALLEL_SSH dit1 'cd day3 && ./offload-card A002 -f'", ".", ssh)
+        self.assertEqual(again.returncode, 0, again.output)
+        for day, card in (("dit1/day3", "A001"), ("dit1/day3", "A002"), ("dit2/day3", "B001")):
+            self.assert_card_is_copied(card, day)
+
+    def test_machine_that_is_away(self):
+        self.start_machine("dit1", "A001", "A002")
+        with open(self.path("ssh_config"), "a") as config:
+            config.write("Host dit2\n ProxyCommand false\n LogLevel QUIET\n")
+        run = self.run_commands(self.commands["Several machines"], ".",
+                                {"PARALLEL_SSH": "ssh -F " + self.path("ssh_config")})
+        self.assertEqual(run.returncode, 1, run.output)
+        self.assertEqual(self.statuses("cards.log", "."), {"A001": 0, "A002": 0, "B001": 255})
+
+
+class FailureTableTest(unittest.TestCase):
+    def test_every_status_stands_there_once(self):
+        of_program = set(statuses_of_table("README.md")) - {0}
+        self.assertGreater(len(of_program), 15)
+        told = statuses_of_table("docs/many-cards.md")
+        self.assertEqual(len(told), len(set(told)))
+        self.assertEqual(set(told) - of_program, {75, 127, 137, 143, 255})
+        self.assertEqual(of_program - set(told), set())
+
+
+if __name__ == "__main__":
+    main()
