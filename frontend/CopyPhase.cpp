@@ -7,6 +7,7 @@
 #include "include/EndProcess.h"
 #include "include/Print.h"
 #include "platform/RVXFileSystem.h"
+#include "platform/RVXPathText.h"
 
 namespace {
 
@@ -23,23 +24,29 @@ std::vector<std::string> filenamesAtDestinations(const CopyPlan& plan, const std
   endProcess(static_cast<ExitStatus>(error.code));
 }
 
-// Each copy operation looks after its own source; that a copy is no other frame's source is seen only here.
-// Without the leave to overwrite, nothing that exists is touched anyhow.
-void refuseToOverwriteSources(const CopyJobOptions& options, const CopyPlan& plan) {
+[[noreturn]] void endProcessOnRefusedDestination(size_t k) {
+  endProcessOnCopyError(RVXError::copyDestinationNotOpened(static_cast<unsigned>(k + 1)));
+}
+
+// Each copy operation looks after its own source; that a copy is no other frame's source, nor another frame's
+// copy ("day_1-3##/clip.mov"), is seen only here. Without the leave to overwrite, nothing that exists is
+// touched anyhow.
+void refuseToOverwriteFrames(const CopyJobOptions& options, const CopyPlan& plan) {
   if (!plan.sequence || !options.forceOverwrite) return;
   std::set<RVXFileIdentity> sources;
-  for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    if (const auto source = attributesOfTarget(*sourceFile(options, plan, i)))
-      sources.insert(source->identity);
-  }
-  for (uint64_t i = 0; i < plan.fileCount; ++i) {
+  std::string previousName;
+  visitExistingFrames(*plan.sequence, [&](const std::string& file) {
+    const std::string name = lastPathComponent(file);
+    if (name == previousName) endProcessOnRefusedDestination(0);
+    previousName = name;
+    if (const auto source = attributesOfTarget(file)) sources.insert(source->identity);
+  });
+  visitExistingFrames(*plan.sequence, [&](const std::string& file) {
     for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
-      const auto copy = attributesOfTarget(destinationFile(plan, k, *sourceFile(options, plan, i)));
-      if (copy && sources.contains(copy->identity)) {
-        endProcessOnCopyError(RVXError::copyDestinationNotOpened(static_cast<unsigned>(k + 1)));
-      }
+      const auto copy = attributesOfTarget(destinationFile(plan, k, file));
+      if (copy && sources.contains(copy->identity)) endProcessOnRefusedDestination(k);
     }
-  }
+  });
 }
 
 // Copies one file and returns its size in bytes.
@@ -72,7 +79,7 @@ void syncDestinationFolders(const CopyPlan& plan) {
 
 void runCopyPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList) {
   if (options.verbose) print("INFO: copying %s...\n", sourceFolder(options).c_str());
-  refuseToOverwriteSources(options, plan);
+  refuseToOverwriteFrames(options, plan);
   uint64_t bytesCopied = 0;
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
     // Every index below the file count is in the sequence, so it has a name.

@@ -38,7 +38,7 @@ uint64_t sizeOfAllFrames(const RVXFileSequence& sequence) {
     if (size == frameSize(sequence, count / 2) && size == frameSize(sequence, count - 1)) return size * count;
   }
   uint64_t sum = 0;
-  for (uint64_t i = 0; i < count; ++i) sum += frameSize(sequence, i);
+  visitExistingFrames(sequence, [&](const std::string& path) { sum += filesizeCFI(path); });
   return sum;
 }
 
@@ -73,6 +73,20 @@ void planSources(const CopyJobOptions& options, CopyPlan& plan) {
 
 std::optional<std::string> sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index) {
   return plan.sequence ? plan.sequence->filenameForIndex(index) : options.sourceArgument;
+}
+
+void visitExistingFrames(const RVXFileSequence& sequence,
+                         const std::function<void(const std::string& path)>& visit) {
+  uint64_t missing = 0;
+  for (uint64_t i = 0; i < sequence.duration() && missing < kMostMissingFrames; ++i) {
+    const auto path = sequence.filenameForIndex(i);
+    if (path && attributesOfItem(*path)) {
+      missing = 0;
+      visit(*path);
+    } else {
+      ++missing;
+    }
+  }
 }
 
 std::string sourceFolder(const CopyJobOptions& options) {

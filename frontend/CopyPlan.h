@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,11 +29,18 @@ CopyPlan planCopy(const CopyJobOptions& options, const std::optional<RVXFileSequ
 // (%s).\n" and ends the process with ExitStatus::destinationFolderNotCreated; earlier folders stay.
 void planDestinations(const CopyJobOptions& options, CopyPlan& plan);
 // planSources() counts the files and their bytes. A sequence of more than three frames whose first, middle
-// and last frame are equally large is taken to have only frames of that size.
+// and last frame are equally large is taken to have only frames of that size; otherwise frames behind a gap
+// of kMostMissingFrames do not count.
 void planSources(const CopyJobOptions& options, CopyPlan& plan);
 
 // The source file with that index, from 0; none for a frame outside its sequence.
 std::optional<std::string> sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index);
+
+// Calls `visit` with the path of each source file of the plan that exists, in order. An identifier may name
+// two thousand million frames; behind a gap of kMostMissingFrames no further one is looked for.
+inline constexpr uint64_t kMostMissingFrames = 100'000;
+void visitExistingFrames(const RVXFileSequence& sequence,
+                         const std::function<void(const std::string& path)>& visit);
 
 // The folder of the source argument, as text.
 std::string sourceFolder(const CopyJobOptions& options);

@@ -14,7 +14,7 @@ void setUpProcess() {
   installSignalHandler();
   std::signal(SIGXFSZ, SIG_IGN);
   std::setvbuf(stdout, nullptr, _IONBF, 0);
-  std::set_new_handler([] { endProcessWithout("memory", "allocation refused"); });
+  std::set_new_handler(endProcessWithoutMemory);
 }
 
 void requireDigests() {

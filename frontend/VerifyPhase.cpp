@@ -55,14 +55,23 @@ void runSideBySide(const VerifyOperations& operations) {
   queue.waitUntilAllOperationsAreFinished();
 }
 
+// A destination folder that became a link to the source's in mid-run shows the source in the place of the
+// copy.
+bool isSourceItself(const std::string& path, const std::string& file) {
+  const auto copy = attributesOfItem(path);
+  const auto source = attributesOfItem(file);
+  return copy && source && copy->identity == source->identity;
+}
+
 void reportResults(const CopyJobOptions& options, const CopyPlan& plan, const std::string& file, uint64_t i,
                    const VerifyOperations& operations) {
   unsigned place = 0;  // in this file's list; what drivers read behind the "#"
   for (const auto& operation : operations) {
     ++place;
     const std::string path = operation->generateChecksumOperation()->path();
-    const char* const label = path == file ? "source" : "destination";
-    if (operation->isFailed()) {
+    const bool isSource = path == file;
+    const char* const label = isSource ? "source" : "destination";
+    if (operation->isFailed() || (!isSource && isSourceItself(path, file))) {
       print("ERROR: verify of %s file #%d (%s) failed, wrong hash.\n", label, static_cast<int>(place),
             path.c_str());
       endProcess(ExitStatus::wrongHash);

@@ -20,3 +20,7 @@ void claimProcessEnd() {
 void endProcessWithout(const char* what, const char* reason) {
   endProcess(ExitStatus::machineRefused, [&] { print("ERROR: No %s available: %s\n", what, reason); });
 }
+
+void endProcessWithoutMemory() {
+  endProcessWithout("memory", "allocation refused");
+}

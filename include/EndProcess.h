@@ -23,3 +23,5 @@ template <typename PrintLines>
 // The machine refuses something that no run can do without: prints "ERROR: No %s available: %s\n" with what
 // is missing and the reason, and ends the process with ExitStatus::machineRefused.
 [[noreturn]] void endProcessWithout(const char* what, const char* reason);
+// The same for memory; itself it needs none but the stack.
+[[noreturn]] void endProcessWithoutMemory();

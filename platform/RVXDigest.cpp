@@ -1,17 +1,35 @@
 #include "platform/RVXDigest.h"
 
+#include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 
 #include <array>
+#include <cstdlib>
 
 #include "include/DigestString.h"
 #include "include/EndProcess.h"
 
 namespace {
 
+// The library's memory. It does not survive every refusal, so it never gets to see one.
+void* allocate(size_t size, const char* /*file*/, int /*line*/) {
+  void* const memory = std::malloc(size);
+  if (memory == nullptr && size > 0) endProcessWithoutMemory();
+  return memory;
+}
+void* reallocate(void* memory, size_t size, const char* /*file*/, int /*line*/) {
+  void* const moved = std::realloc(memory, size);
+  if (moved == nullptr && size > 0) endProcessWithoutMemory();
+  return moved;
+}
+void release(void* memory, const char* /*file*/, int /*line*/) {
+  std::free(memory);
+}
+
 // Looked up in the library once: the look-up is far dearer than a digest of a small file. Null when refused.
 const EVP_MD* method(HashAlgorithm algorithm) {
+  [[maybe_unused]] static const int isPrepared = CRYPTO_set_mem_functions(allocate, reallocate, release);
   static const EVP_MD* const md5Method = EVP_MD_fetch(nullptr, "MD5", nullptr);
   static const EVP_MD* const sha1Method = EVP_MD_fetch(nullptr, "SHA1", nullptr);
   return algorithm == HashAlgorithm::MD5 ? md5Method : sha1Method;
@@ -29,9 +47,10 @@ void RVXDigest::FreeContext::operator()(EVP_MD_CTX* context) const {
   EVP_MD_CTX_free(context);
 }
 
-RVXDigest::RVXDigest(HashAlgorithm algorithm) : mAlgorithm(algorithm), mContext(EVP_MD_CTX_new()) {
-  if (method(algorithm) == nullptr || !mContext ||
-      EVP_DigestInit_ex2(mContext.get(), method(algorithm), nullptr) != 1) {
+RVXDigest::RVXDigest(HashAlgorithm algorithm) : mAlgorithm(algorithm) {
+  const EVP_MD* const digest = method(algorithm);  // first: it prepares the library
+  mContext.reset(EVP_MD_CTX_new());
+  if (digest == nullptr || !mContext || EVP_DigestInit_ex2(mContext.get(), digest, nullptr) != 1) {
     endProcessRefused();
   }
 }

@@ -4,7 +4,9 @@
 //
 //   CALL    openr (opened for reading), openw (for writing), read, write (all write calls), fdatasync, fsync,
 //           close, range (sync_file_range), rename, mkdir, symlink, readlink, stat, lstat, fstat, unlink,
-//           fcntl, thread (pthread_create; its path is "thread"), or * for any of them
+//           fcntl, thread (pthread_create; its path is "thread"), memory (malloc, calloc, realloc and mmap;
+//           the path is the function's name; under a sanitizer, whose allocator comes first, only mmap), or *
+//           for any of them
 //   PATH    a text that the path of the file must contain, or *
 //   NTH     the matching call, from 1, at which it begins
 //   COUNT   how many calls it lasts, or * for ever
@@ -19,6 +21,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
@@ -37,6 +40,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -178,12 +182,28 @@ class Shim {
   int mLog = -1;
 };
 
-Fault faultFor(const char* call, const std::string& path) {
+// What the shim itself needs is not refused.
+thread_local bool isOwnMemory = false;
+
+class OwnMemory {
+ public:
+  OwnMemory() : mBefore(std::exchange(isOwnMemory, true)) {}
+  ~OwnMemory() { isOwnMemory = mBefore; }
+  OwnMemory(const OwnMemory&) = delete;
+  OwnMemory& operator=(const OwnMemory&) = delete;
+
+ private:
+  const bool mBefore;
+};
+
+Fault faultFor(const char* call, const char* path) {
+  const OwnMemory own;
   return Shim::instance().faultFor(call, path);
 }
 Fault faultFor(const char* call, int descriptor) {
   if (Shim::isInside()) return {};
-  return faultFor(call, pathOfDescriptor(descriptor));
+  const OwnMemory own;
+  return Shim::instance().faultFor(call, pathOfDescriptor(descriptor));
 }
 
 // Fails a call whose result is 0 or -1.
@@ -213,6 +233,21 @@ int guardedOpen(const char* path, int flags, mode_t mode) {
                  [&] { return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode)); });
 }
 
+// Until the rules are read, nothing is refused.
+bool hasRules = false;
+[[gnu::constructor]] void readRules() {
+  Shim::instance();
+  hasRules = true;
+}
+
+bool isMemoryRefused(const char* function) {
+  if (!hasRules || isOwnMemory) return false;
+  const int interruptedErrno = errno;
+  const int error = faultFor("memory", function).error;
+  errno = error != 0 ? error : interruptedErrno;
+  return error != 0;
+}
+
 mode_t modeArgument(int flags, va_list arguments) {
   return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
 }
@@ -220,6 +255,28 @@ mode_t modeArgument(int flags, va_list arguments) {
 }  // namespace
 
 extern "C" {
+
+// The C library's own; dlsym() can't look them up, because it needs memory.
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* memory, size_t size);
+
+void* malloc(size_t size) {
+  return isMemoryRefused("malloc") ? nullptr : __libc_malloc(size);
+}
+
+void* calloc(size_t count, size_t size) {
+  return isMemoryRefused("calloc") ? nullptr : __libc_calloc(count, size);
+}
+
+void* realloc(void* memory, size_t size) {
+  return isMemoryRefused("realloc") ? nullptr : __libc_realloc(memory, size);
+}
+
+void* mmap(void* address, size_t size, int protection, int flags, int descriptor, off_t offset) noexcept {
+  if (isMemoryRefused("mmap")) return MAP_FAILED;
+  return reinterpret_cast<void*>(::syscall(SYS_mmap, address, size, protection, flags, descriptor, offset));
+}
 
 int open(const char* path, int flags, ...) {
   va_list arguments;
@@ -330,7 +387,7 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
                    void* argument) noexcept {
   static const auto real =
       next<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
-  const Fault fault = faultFor("thread", std::string("thread"));
+  const Fault fault = faultFor("thread", "thread");
   return fault.error != 0 ? fault.error : real(thread, attributes, body, argument);
 }
 }

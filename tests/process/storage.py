@@ -99,7 +99,9 @@ class StorageTest(ProcessTest):
         return self.mount(name, "-t", "overlay", "-o", "lowerdir=%s,upperdir=%s,workdir=%s" % tuple(layers), "overlay")
 
     def fuse(self, name, *options):
-        """A FUSE file system that shows the folder `name`-below; returns once it is mounted."""
+        """A FUSE file system that shows the folder `name`-below; returns once it is mounted.
+
+        The number of its server's process stands in the file `name`-server."""
         require_mounts("fusermount3")
         if not os.path.exists("/dev/fuse"):
             self.skipTest("there is no /dev/fuse")
@@ -108,6 +110,7 @@ class StorageTest(ProcessTest):
         os.makedirs(mountpoint)
         os.makedirs(below)
         server = subprocess.Popen([FAULT_FS, below, mountpoint, *options], stdout=subprocess.DEVNULL)
+        self.write(name + "-server", b"%d\n" % server.pid)
 
         def stop():
             subprocess.run(["umount", "-l", mountpoint], stderr=subprocess.DEVNULL)
