@@ -56,11 +56,9 @@ std::unique_ptr<RVXCopyOperationThreaded> RVXCopyOperationThreaded::initWithSour
 
 void RVXCopyOperationThreaded::main() {
   const auto attributes = attributesOfItem(mSourcePath);
-  if (attributes && attributes->type == RVXFileType::symbolicLink) {
-    copyLink();
-    return;
-  }
-  if (attributes) mFileSize = attributes->size;
+  if (!attributes) return fail(RVXError::copySourceNotOpened());
+  if (attributes->type == RVXFileType::symbolicLink) return copyLink();
+  mFileSize = attributes->size;
   if (openSource() && openDestinations()) copyFile();
   mBufferManager.reset();
   mWriters.clear();

@@ -36,6 +36,5 @@ void RVXRecoveringReader::readAgain(RVXBlock& block, int64_t position, const RVX
     return;
   }
   bypassCacheAndReadAhead();
-  mReader->seek(position);
-  if (mReader->readUpToCapacity(block)) recovery.readFailedAgain(failure);
+  if (mReader->seek(position) || mReader->readUpToCapacity(block)) recovery.readFailedAgain(failure);
 }

@@ -25,9 +25,10 @@ void RVXStorageReader::readAhead() {
   adviseSequential(mHandle.descriptor());
 }
 
-void RVXStorageReader::seek(int64_t offset) {
+std::optional<RVXIOFailure> RVXStorageReader::seek(int64_t offset) {
   mOffset = offset;
-  ::lseek(mHandle.descriptor(), offset, SEEK_SET);
+  if (::lseek(mHandle.descriptor(), offset, SEEK_SET) != offset) return failureFromErrno();
+  return std::nullopt;
 }
 
 std::optional<RVXIOFailure> RVXStorageReader::readUpToCapacity(RVXBlock& block) {

@@ -26,7 +26,8 @@ class RVXStorageReader {
 
   // The offset in bytes at which the next read begins.
   [[nodiscard]] int64_t currentOffset() const { return mOffset; }
-  void seek(int64_t offset);
+  // Moves it; none: done.
+  [[nodiscard]] std::optional<RVXIOFailure> seek(int64_t offset);
 
   // Fills the block to its capacity unless the file ends first, so a block that is not full is the last.
   // On a failure nothing is said about the block's contents, and the offset is unknown.

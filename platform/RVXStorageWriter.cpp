@@ -13,8 +13,11 @@ RVXStorageWriter RVXStorageWriter::openForWriting(const std::string& path) {
 }
 
 std::optional<RVXIOFailure> RVXStorageWriter::truncate() {
+  const auto attributes = mHandle.attributes();
+  if (!attributes) return failureFromErrno();
   // Devices have no size that could be changed.
-  if (isRegularFile() && ::ftruncate(mHandle.descriptor(), 0) != 0) return failureFromErrno();
+  if (attributes->type == RVXFileType::regular && ::ftruncate(mHandle.descriptor(), 0) != 0)
+    return failureFromErrno();
   return std::nullopt;
 }
 

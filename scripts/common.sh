@@ -38,3 +38,14 @@ without_randomization() {
     "$@"
   fi
 }
+
+# Names the program and what its tests put beneath it in the environment. What is named there already is used as it
+# is; otherwise the release preset is built.
+use_tested_build() {
+  [ -n "${RVXCOPY:-}" ] && return
+  install_missing cmake g++ ninja-build pkg-config libssl-dev libgtest-dev libfuse3-dev fuse3 python3
+  build_preset release
+  export RVXCOPY=$repository/build/release/rvxcopy
+  export RVX_FAULT_SHIM=$repository/build/release/tests/librvx_fault_shim.so
+  export RVX_FAULT_FS=$repository/build/release/tests/rvx_fault_fs
+}

@@ -2,14 +2,16 @@
 //
 //   RVX_FAULTS="CALL PATH NTH COUNT EFFECT;..."
 //
-//   CALL    openr (opened for reading), openw (for writing), read, write (all write calls), fdatasync, fsync,
-//           close, range (sync_file_range), rename, mkdir, symlink, readlink, stat, lstat, fstat, unlink,
+//   CALL    openr (opened for reading), openw (for writing), read, write (all such calls), fdatasync, fsync,
+//           close, range (sync_file_range), rename, mkdir, symlink, readlink, stat, lstat, fstat, statfs
+//           (fstatfs), unlink, truncate (ftruncate), chmod (fchmod), seek (lseek), advise (posix_fadvise),
 //           fcntl, thread (pthread_create; its path is "thread"), memory (malloc, calloc, realloc and mmap;
 //           the path is the function's name; under a sanitizer, whose allocator comes first, only mmap), or *
 //           for any of them
-//   PATH    a text that the path of the file must contain, or *
+//   PATH    a text that the path of the file must contain; behind a "=", a pattern that the whole path must
+//           match (fnmatch); or *
 //   NTH     the matching call, from 1, at which it begins
-//   COUNT   how many calls it lasts, or * for ever
+//   COUNT   how many calls it lasts, 0 to only log them, or * for ever
 //   EFFECT  the name of an errno; short (half of the transfer); lie (a write that claims success and does
 //           nothing); run=COMMAND (runs it with sh before the call, which then succeeds; no ";" or blank in
 //           it: name a script); signal=NUMBER (the calling thread raises it before the call)
@@ -19,12 +21,14 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <fnmatch.h>
 #include <pthread.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
+#include <sys/vfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -87,6 +91,12 @@ std::string pathOfDescriptor(int descriptor) {
   return length < 0 ? "" : std::string(target.data(), static_cast<size_t>(length));
 }
 
+bool matchesPath(const std::string& pattern, const std::string& path) {
+  if (pattern == "*") return true;
+  if (pattern.starts_with("=")) return ::fnmatch(pattern.c_str() + 1, path.c_str(), 0) == 0;
+  return path.find(pattern) != std::string::npos;
+}
+
 class Shim {
  public:
   static Shim& instance() {
@@ -118,10 +128,7 @@ class Shim {
     bool matches = false;
     bool fired = false;
     for (Rule& rule : mRules) {
-      if ((rule.call != "*" && rule.call != call) ||
-          (rule.path != "*" && path.find(rule.path) == std::string::npos)) {
-        continue;
-      }
+      if ((rule.call != "*" && rule.call != call) || !matchesPath(rule.path, path)) continue;
       matches = true;
       ++rule.seen;
       if (rule.seen < rule.nth || (rule.count != kForEver && rule.seen >= rule.nth + rule.count)) continue;
@@ -304,6 +311,18 @@ ssize_t write(int descriptor, const void* bytes, size_t size) {
                          [&](size_t most) { return ::syscall(SYS_write, descriptor, bytes, most); });
 }
 
+ssize_t pread(int descriptor, void* bytes, size_t size, off_t offset) {
+  return guardedTransfer(faultFor("read", descriptor), size, [&](size_t most) {
+    return ::syscall(SYS_pread64, descriptor, bytes, most, offset);
+  });
+}
+
+ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset) {
+  return guardedTransfer(faultFor("write", descriptor), size, [&](size_t most) {
+    return ::syscall(SYS_pwrite64, descriptor, bytes, most, offset);
+  });
+}
+
 ssize_t pwritev2(int descriptor, const struct iovec* pieces, int count, off_t offset, int flags) {
   static const auto real = next<ssize_t (*)(int, const struct iovec*, int, off_t, int)>("pwritev2");
   return guardedTransfer(faultFor("write", descriptor), pieces->iov_len, [&](size_t most) {
@@ -372,6 +391,37 @@ int fstat(int descriptor, struct stat* status) noexcept {
   return guarded(faultFor("fstat", descriptor), [&] {
     return static_cast<int>(::syscall(SYS_newfstatat, descriptor, "", status, AT_EMPTY_PATH));
   });
+}
+
+int fstatfs(int descriptor, struct statfs* status) noexcept {
+  return guarded(faultFor("statfs", descriptor),
+                 [&] { return static_cast<int>(::syscall(SYS_fstatfs, descriptor, status)); });
+}
+
+int ftruncate(int descriptor, off_t size) noexcept {
+  return guarded(faultFor("truncate", descriptor),
+                 [&] { return static_cast<int>(::syscall(SYS_ftruncate, descriptor, size)); });
+}
+
+int fchmod(int descriptor, mode_t mode) noexcept {
+  return guarded(faultFor("chmod", descriptor),
+                 [&] { return static_cast<int>(::syscall(SYS_fchmod, descriptor, mode)); });
+}
+
+off_t lseek(int descriptor, off_t offset, int whence) noexcept {
+  const Fault fault = faultFor("seek", descriptor);
+  if (fault.error != 0) {
+    errno = fault.error;
+    return -1;
+  }
+  return ::syscall(SYS_lseek, descriptor, offset, whence);
+}
+
+// Answers with the error's number and leaves errno alone.
+int posix_fadvise(int descriptor, off_t offset, off_t length, int advice) noexcept {
+  static const auto real = next<int (*)(int, off_t, off_t, int)>("posix_fadvise");
+  const Fault fault = faultFor("advise", descriptor);
+  return fault.error != 0 ? fault.error : real(descriptor, offset, length, advice);
 }
 
 int fcntl(int descriptor, int command, ...) {
