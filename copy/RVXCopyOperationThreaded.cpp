@@ -174,6 +174,9 @@ void RVXCopyOperationThreaded::readThread() {
   while (true) {
     while (!mBufferManager->willAcceptReadBuffer() && !mForceExit) pollAgainLater();
     if (forcedExit("readThread")) return;
+    // A consumer counts a buffer as finished just before it releases it; between the two this block would be
+    // one more than the lag allows.
+    mBufferManager->cleanupBuffers();
     RVXBlock block = RVXBlock::withCapacity(kBlockSize);
     mSourceFH->read(block, recovery);
     const bool isLast = block.length() != kBlockSize;

@@ -56,7 +56,7 @@ std::optional<std::string> prettyHostName() {
 
 std::optional<std::string> hostName() {
   std::array<char, HOST_NAME_MAX + 1> name{};
-  if (::gethostname(name.data(), name.size() - 1) != 0) return std::nullopt;
+  if (::gethostname(name.data(), name.size()) != 0) return std::nullopt;
   return std::string(name.data());
 }
 

@@ -1,4 +1,4 @@
-# What scripts/run and scripts/test share. To be sourced.
+# What the scripts share. To be sourced.
 
 repository=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
@@ -39,11 +39,17 @@ without_randomization() {
   fi
 }
 
+# What building and testing needs, and what building with Clang needs besides.
+test_packages=(cmake g++ ninja-build pkg-config git libssl-dev libgtest-dev libfuse3-dev fuse3 python3 e2fsprogs
+  xfsprogs btrfs-progs util-linux util-linux-extra mount openssl dpkg-dev man-db mandoc bash-completion zsh fish
+  parallel dropbear-bin openssh-client)
+clang_packages=(clang-14 clang clang-format-14 clang-tidy-14 llvm-14 libclang-rt-14-dev)
+
 # Names the program and what its tests put beneath it in the environment. What is named there already is used as it
 # is; otherwise the release preset is built.
 use_tested_build() {
   [ -n "${RVXCOPY:-}" ] && return
-  install_missing cmake g++ ninja-build pkg-config libssl-dev libgtest-dev libfuse3-dev fuse3 python3
+  install_missing "${test_packages[@]}"
   build_preset release
   export RVXCOPY=$repository/build/release/rvxcopy
   export RVX_FAULT_SHIM=$repository/build/release/tests/librvx_fault_shim.so

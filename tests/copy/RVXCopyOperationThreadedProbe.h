@@ -27,6 +27,15 @@ struct RVXCopyOperationThreadedProbe {
     operation.writeThread(writer);
   }
 
+  // A whole copy in the steps of main(), with its buffer manager to be watched between them.
+  static RVXCopyBufferManager& start(RVXCopyOperationThreaded& operation, size_t numberOfWriters) {
+    RVXCopyBufferManager& manager = prepare(operation, static_cast<int64_t>(numberOfWriters));
+    operation.openDestinations();
+    operation.startThreads();
+    return manager;
+  }
+  static void finish(RVXCopyOperationThreaded& operation) { operation.closeFiles(); }
+
   static bool allThreadsFinished(const RVXCopyOperationThreaded& operation) {
     return operation.allThreadsFinished();
   }

@@ -3,6 +3,7 @@
 #include "copy/RVXCopyReadRecovery.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/OutputCapture.h"
 #include "tests/support/Text.h"
 
@@ -34,6 +35,18 @@ TEST(RVXCopyReadRecoveryTest, FailureOfAFileThatIsGone) {
             "ERROR: unexpected EIO during read: Input/output error of file: /nothing/here%s%n at "
             "position:9000000000");
   EXPECT_TRUE(lines[1].starts_with("INFO: file exists:0 volumes: (")) << lines[1];
+}
+
+TEST(RVXCopyReadRecoveryTest, VolumesStandInOneLine) {
+  if (!OtherRoot::isAllowed()) GTEST_SKIP() << "to change the root folder needs root";
+  const OtherRoot root;
+  const auto volumesLine = [&] {
+    return linesOf(root.outputOf([] { RVXCopyReadRecovery("clip.mov").readFailed(kFailure, 0); })).at(1);
+  };
+  EXPECT_EQ(volumesLine(), "INFO: file exists:0 volumes: ()");
+  root.makeFolder("/Volumes/CARD");
+  root.makeFolder("/Volumes/RAID");
+  EXPECT_EQ(volumesLine(), "INFO: file exists:0 volumes: (CARD, RAID)");
 }
 
 TEST(RVXCopyReadRecoveryTest, FailedReopeningEndsWith220) {

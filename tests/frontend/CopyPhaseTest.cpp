@@ -130,6 +130,17 @@ TEST_F(CopyPhaseTest, SourceThatCantBeOpenedEndsWith200AndEarlierFramesStay) {
   EXPECT_FALSE(exists(mFolder.path("d1/" + frameName(3))));
 }
 
+TEST_F(CopyPhaseTest, MissingFrameEndsWith200AlsoWhereCopiesMayBeOverwritten) {
+  setFrames({10, 20, 30});
+  fs::remove(frame(2));
+  mOptions.forceOverwrite = true;
+  const ChildEnd end = runInAChild();
+  EXPECT_EQ(end.status, 200);
+  EXPECT_EQ(end.output, "ERROR: can't open source file (200i)");
+  EXPECT_EQ(readFile(mFolder.path("d1/" + frameName(1))), readFile(frame(1)));
+  EXPECT_FALSE(exists(mFolder.path("d1/" + frameName(3))));
+}
+
 TEST_F(CopyPhaseTest, DestinationThatCantBeOpenedEndsWith201) {
   setMovie("movie");
   mOptions.forceOverwrite = true;

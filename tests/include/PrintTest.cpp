@@ -8,6 +8,7 @@
 
 #include "include/Print.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Interruptions.h"
 #include "tests/support/OutputCapture.h"
 #include "tests/support/Waiting.h"
 
@@ -63,6 +64,30 @@ TEST(PrintTest, NonBlockingOutputThatIsFullLosesNothing) {
     print("%zu", received.size());
   });
   EXPECT_EQ(end.output, std::to_string(kLines * line.size()));
+}
+
+TEST(PrintTest, InterruptedOutputLosesNothing) {
+  const std::string text(200'000, 'x');
+  const ChildEnd end = runInChild([&] {
+    const bool isWhole = outputThroughInterruptions(text.size(), [&] { print("%s", text.c_str()); }) == text;
+    print(isWhole ? "whole" : "not whole");
+  });
+  EXPECT_EQ(end.output, "whole");
+}
+
+TEST(PrintTest, OutputThatFailsIsGivenUp) {
+  const ChildEnd end = runInChild([] {
+    const int output = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+    ::dup2(::open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
+    print("lost");
+    ::dup2(output, STDOUT_FILENO);
+    print("still here");
+  });
+  EXPECT_EQ(end.output, "still here");
+}
+
+TEST(PrintTest, WhatCantBeFormattedIsNotPrinted) {
+  EXPECT_EQ(outputOf([] { print("lost: %ls", L"\u20AC"); }), "");  // the C locale has no such character
 }
 
 TEST(PrintTest, LinesOfSeveralThreadsNeverMix) {

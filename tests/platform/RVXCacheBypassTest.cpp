@@ -65,6 +65,11 @@ TEST_F(RVXCacheBypassTest, FailedWriteBackIsAFailure) {
   EXPECT_EQ(failure->name, "EBADF");
 }
 
+TEST_F(RVXCacheBypassTest, OfWhatIsNotOpenNoRangeCanBeWrittenBack) {
+  EXPECT_FALSE(canWriteBackRanges(-1));
+  dropCachedFile(-1);  // is harmless
+}
+
 TEST_F(RVXCacheBypassTest, DroppedFileLeavesNoPages) {
   if (!hasObservableCache(mFolder.path())) GTEST_SKIP() << "no observable cache";
   ASSERT_GT(residentPages(mFile), 0U);

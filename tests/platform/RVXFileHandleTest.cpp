@@ -3,9 +3,12 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <thread>
 
 #include "platform/RVXFileHandle.h"
 #include "tests/support/Files.h"
+#include "tests/support/Interruptions.h"
+#include "tests/support/Waiting.h"
 
 namespace {
 
@@ -95,6 +98,28 @@ TEST_F(RVXFileHandleTest, AssignmentClosesWhatWasOpen) {
   EXPECT_FALSE(isOpenDescriptor(first));
   EXPECT_EQ(handle.descriptor(), second);
   EXPECT_TRUE(isOpenDescriptor(second));
+}
+
+TEST_F(RVXFileHandleTest, AssignmentToItselfChangesNothing) {
+  RVXFileHandle handle = RVXFileHandle::open(mFile, O_RDONLY);
+  RVXFileHandle& same = handle;
+  const int descriptor = handle.descriptor();
+  handle = std::move(same);
+  EXPECT_EQ(handle.descriptor(), descriptor);
+  EXPECT_TRUE(isOpenDescriptor(descriptor));
+}
+
+TEST_F(RVXFileHandleTest, InterruptedOpeningGoesOn) {
+  const Deadline deadline;
+  const std::string fifo = mFolder.path("fifo");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const Interruptions interruptions;
+  RVXFileHandle peer;
+  const std::jthread peersThread([&] {
+    Interruptions::waitForSome();
+    peer = RVXFileHandle::openWithoutPeer(fifo, O_RDONLY);
+  });
+  EXPECT_TRUE(RVXFileHandle::open(fifo, O_WRONLY).isOpen());
 }
 
 TEST_F(RVXFileHandleTest, AttributesAreThoseOfTheOpenFile) {

@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -146,6 +148,23 @@ TEST_F(RVXFileSystemTest, SyncOfAFolder) {
   EXPECT_FALSE(syncFolder(mFolder.path()).has_value());
   EXPECT_FALSE(syncFolder("/dev/shm").has_value());
   EXPECT_FALSE(syncFolder("/proc").has_value());  // has no sync
+}
+
+// A drop box: whoever may not list it can't open it either.
+TEST_F(RVXFileSystemTest, FolderThatCantBeReadIsSyncedWithEverythingElse) {
+  const ChildEnd end = runInChild([&] {
+    constexpr uid_t kNobody = 65534;
+    if (::geteuid() == 0 &&
+        (::chown(mFolder.path().c_str(), kNobody, kNobody) != 0 || ::setuid(kNobody) != 0)) {
+      return;
+    }
+    ::chmod(mFolder.path().c_str(), 0333);
+    const bool canBeRead = ::open(mFolder.path().c_str(), O_RDONLY | O_CLOEXEC) >= 0;
+    const bool hasFailed = syncFolder(mFolder.path()).has_value();
+    ::chmod(mFolder.path().c_str(), 0700);
+    print("%s, %s", canBeRead ? "readable" : "not readable", hasFailed ? "failed" : "synced");
+  });
+  EXPECT_EQ(end.output, "not readable, synced");
 }
 
 TEST_F(RVXFileSystemTest, SyncOfWhatIsNoFolderFails) {

@@ -9,6 +9,7 @@
 
 #include "platform/RVXSignalSafe.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Interruptions.h"
 #include "tests/support/OutputCapture.h"
 
 TEST(RVXSignalSafeTest, CallStackIsOnePieceAFrameWithoutLineEnds) {
@@ -48,4 +49,14 @@ TEST(RVXSignalSafeTest, LeavesErrnoAsItWas) {
     std::_Exit(errno);
   });
   EXPECT_EQ(end.status, 42);
+}
+
+TEST(RVXSignalSafeTest, InterruptedWritingGoesOn) {
+  const std::string text(200'000, 'x');
+  const ChildEnd end = runInChild([&] {
+    const bool isWhole =
+        outputThroughInterruptions(text.size(), [&] { writeToStandardOutput(text); }) == text;
+    writeToStandardOutput(std::string(isWhole ? "whole" : "not whole"));
+  });
+  EXPECT_EQ(end.output, "whole");
 }

@@ -1,7 +1,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 #include <csignal>
@@ -74,6 +76,17 @@ TEST_F(RVXStorageWriterTest, TruncateEmptiesAnExistingFile) {
   EXPECT_EQ(std::filesystem::file_size(mFile), 0U);
   EXPECT_TRUE(writeInBlocks(std::move(writer), "abc"));
   EXPECT_EQ(readFile(mFile), "abc");
+}
+
+TEST_F(RVXStorageWriterTest, TruncateThatIsRefusedIsAFailure) {
+  const int sealed = ::memfd_create("sealed", MFD_CLOEXEC | MFD_ALLOW_SEALING);
+  ASSERT_EQ(::write(sealed, "old", 3), 3);
+  ASSERT_EQ(::fcntl(sealed, F_ADD_SEALS, F_SEAL_SHRINK), 0);
+  auto writer = openBypassing("/proc/self/fd/" + std::to_string(sealed));
+  const auto failure = writer.truncate();
+  ::close(sealed);
+  ASSERT_TRUE(failure.has_value());
+  EXPECT_EQ(failure->name, "EPERM");
 }
 
 TEST_F(RVXStorageWriterTest, TruncateOfADeviceIsNoFailure) {

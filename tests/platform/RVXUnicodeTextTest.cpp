@@ -155,6 +155,18 @@ TEST(RVXUnicodeTextTest, LeadingWhiteSpaceIsSkipped) {
             5);
 }
 
+// The characters with the property White_Space in Unicode's PropList.txt, and the neighbours of their ranges.
+TEST(RVXUnicodeTextTest, AllWhiteSpaceIsSkippedAndNothingElse) {
+  for (const char* const space : {"\t", "\n", "\v", "\f", "\r", " ", "\xC2\x85", "\u00A0", "\u1680", "\u2000",
+                                  "\u200A", "\u2028", "\u2029", "\u202F", "\u205F", "\u3000"}) {
+    EXPECT_EQ(leadingNumber(std::string(space) + "5"), 5) << space;
+  }
+  for (const char* const other : {"\b", "\x0E", "\x1F", "!", "\xC2\x84", "\u00A1", "\u167F", "\u1FFF",
+                                  "\u200B", "\u2027", "\u202A", "\u2060", "\u3001"}) {
+    EXPECT_EQ(leadingNumber(std::string(other) + "5"), 0) << other;
+  }
+}
+
 TEST(RVXUnicodeTextTest, NumbersAtTheLimits) {
   EXPECT_EQ(leadingNumber("2147483647"), 2147483647);
   EXPECT_EQ(leadingNumber("-2147483648"), -2147483647 - 1);

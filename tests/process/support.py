@@ -94,7 +94,7 @@ class ProcessTest(unittest.TestCase):
 
     def environment(self, faults=None, variables=None):
         environment = {"PATH": os.environ["PATH"], "USER": "anna"}
-        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"):
+        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LLVM_PROFILE_FILE"):
             if name in os.environ:
                 environment[name] = os.environ[name]
         if faults:

@@ -18,7 +18,8 @@ class DiskTest(StorageTest):
         run("sync")
         for path in map(self.path, names + [bystander]):
             warm(path)
-            self.assertGreaterEqual(resident(path), os.path.getsize(path))
+            # Nearly all of it: the kernel may take a few pages back by itself at any time.
+            self.assertGreater(resident(path), 0.95 * os.path.getsize(path))
 
         before = self.bytes_read_from(device)
         self.assert_run(self.run_tool("-f", "disk/card/clip.mov", "disk/d1/", "disk/d2/"), 0, "")
