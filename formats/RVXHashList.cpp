@@ -16,10 +16,10 @@ std::string entryValue(const std::string& label, const std::string& digest) {
   return label + ":" + digest;
 }
 
-// The line of an entry; empty for a value that is not exactly a label, a colon and a digest.
+// The line of an entry; empty for a value that is not exactly a label, a colon, which all have, and a digest.
 std::string entryLine(const std::string& fileName, const std::string& value) {
   const size_t colon = value.find(':');
-  if (colon == std::string::npos || value.find(':', colon + 1) != std::string::npos) return "";
+  if (value.find(':', colon + 1) != std::string::npos) return "";
   return value.substr(0, colon) + "(" + fileName + ")= " + value.substr(colon + 1) + "\n";
 }
 

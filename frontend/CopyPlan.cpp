@@ -27,8 +27,7 @@ void createDestinationFolder(const std::string& folder, size_t k) {
 }
 
 uint64_t frameSize(const RVXFileSequence& sequence, uint64_t index) {
-  const auto path = sequence.filenameForIndex(index);
-  return path ? filesizeCFI(*path) : 0;
+  return filesizeCFI(*sequence.filenameForIndex(index));
 }
 
 uint64_t sizeOfAllFrames(const RVXFileSequence& sequence) {
@@ -79,10 +78,10 @@ void visitExistingFrames(const RVXFileSequence& sequence,
                          const std::function<void(const std::string& path)>& visit) {
   uint64_t missing = 0;
   for (uint64_t i = 0; i < sequence.duration() && missing < kMostMissingFrames; ++i) {
-    const auto path = sequence.filenameForIndex(i);
-    if (path && attributesOfItem(*path)) {
+    const std::string path = *sequence.filenameForIndex(i);
+    if (attributesOfItem(path)) {
       missing = 0;
-      visit(*path);
+      visit(path);
     } else {
       ++missing;
     }

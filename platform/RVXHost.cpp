@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -114,6 +113,6 @@ std::vector<std::string> mountedVolumes() {
 void openMissingStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     // open() takes the lowest free number, which is this one: the lower ones are open by now.
-    if (::fcntl(descriptor, F_GETFD) < 0 && errno == EBADF) ::open("/dev/null", O_RDWR);
+    if (::fcntl(descriptor, F_GETFD) < 0) ::open("/dev/null", O_RDWR);
   }
 }
