@@ -1,5 +1,6 @@
 #include "copy/RVXCopyOperationThreaded.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -127,8 +128,14 @@ bool RVXCopyOperationThreaded::openDestination(size_t i) {
 bool RVXCopyOperationThreaded::mayBeOverwritten(const RVXStorageWriter& file) const {
   // Once more on what was really opened: the path may have led elsewhere, or nowhere, when it was examined.
   const auto attributes = file.attributes();
-  return attributes && attributes->identity != mSourceFH->identity() &&
-         (mForceOverwrite || attributes->size == 0);
+  if (!attributes || attributes->identity == mSourceFH->identity()) return false;
+  // Two destinations that are one file would be one copy, where two were asked for.
+  const bool isTaken = attributes->type == RVXFileType::regular &&
+                       std::any_of(mWriters.begin(), mWriters.end(), [&](const Writer& writer) {
+                         const auto other = writer.fileHandle.attributes();
+                         return other && other->identity == attributes->identity;
+                       });
+  return !isTaken && (mForceOverwrite || attributes->size == 0);
 }
 
 void RVXCopyOperationThreaded::copyFile() {

@@ -24,7 +24,9 @@
 // The caller constructs it, sets the properties, runs main() once on its own thread and then asks for the
 // result. What main() returns as failure:
 //   200 "can't open source file"                  the source can't be opened
-//   201 "can't open destination file (#%i)"       a destination can't be opened, or is the source itself
+//   201 "can't open destination file (#%i)"       a destination can't be opened, or is the source itself, or
+//   is
+//                                                 the same file as an earlier destination
 //   201 "can't open destination file (%@)"        a link can't be created at that path, or is the source
 // What ends the process, from whichever thread finds it:
 //   107 a destination exists and may not be overwritten

@@ -35,12 +35,14 @@ void refuseToOverwriteFrames(const CopyJobOptions& options, const CopyPlan& plan
   if (!plan.sequence || !options.forceOverwrite) return;
   std::set<RVXFileIdentity> sources;
   std::string previousName;
-  visitExistingFrames(*plan.sequence, [&](const std::string& file) {
+  const bool areAllSeen = visitExistingFrames(*plan.sequence, [&](const std::string& file) {
     const std::string name = lastPathComponent(file);
     if (name == previousName) endProcessOnRefusedDestination(0);
     previousName = name;
     if (const auto source = attributesOfTarget(file)) sources.insert(source->identity);
   });
+  // A run with a missing frame ends with this anyhow, but the frames behind the gap were not looked at.
+  if (!areAllSeen) endProcessOnCopyError(RVXError::copySourceNotOpened());
   visitExistingFrames(*plan.sequence, [&](const std::string& file) {
     for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
       const auto copy = attributesOfTarget(destinationFile(plan, k, file));

@@ -74,10 +74,11 @@ std::optional<std::string> sourceFile(const CopyJobOptions& options, const CopyP
   return plan.sequence ? plan.sequence->filenameForIndex(index) : options.sourceArgument;
 }
 
-void visitExistingFrames(const RVXFileSequence& sequence,
+bool visitExistingFrames(const RVXFileSequence& sequence,
                          const std::function<void(const std::string& path)>& visit) {
   uint64_t missing = 0;
-  for (uint64_t i = 0; i < sequence.duration() && missing < kMostMissingFrames; ++i) {
+  for (uint64_t i = 0; i < sequence.duration(); ++i) {
+    if (missing == kMostMissingFrames) return false;
     const std::string path = *sequence.filenameForIndex(i);
     if (attributesOfItem(path)) {
       missing = 0;
@@ -86,6 +87,7 @@ void visitExistingFrames(const RVXFileSequence& sequence,
       ++missing;
     }
   }
+  return true;
 }
 
 std::string sourceFolder(const CopyJobOptions& options) {

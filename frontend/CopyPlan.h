@@ -37,9 +37,10 @@ void planSources(const CopyJobOptions& options, CopyPlan& plan);
 std::optional<std::string> sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index);
 
 // Calls `visit` with the path of each source file of the plan that exists, in order. An identifier may name
-// two thousand million frames; behind a gap of kMostMissingFrames no further one is looked for.
+// two thousand million frames; behind a gap of kMostMissingFrames no further one is looked for. Returns
+// whether all were.
 inline constexpr uint64_t kMostMissingFrames = 100'000;
-void visitExistingFrames(const RVXFileSequence& sequence,
+bool visitExistingFrames(const RVXFileSequence& sequence,
                          const std::function<void(const std::string& path)>& visit);
 
 // The folder of the source argument, as text.

@@ -29,7 +29,7 @@ RVXThreadPool& RVXThreadPool::withStanding(RVXThreadStanding standing) {
   static std::once_flag isMade;
   std::call_once(isMade, [] {
     makePools();
-    // A child of a fork has none of the threads.
+    // A child of a fork has none of the threads; the program has no such children, its tests have.
     ::pthread_atfork(nullptr, nullptr, makePools);
   });
   return standing == RVXThreadStanding::normal ? sPools->normal : sPools->yielding;

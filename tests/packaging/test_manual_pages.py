@@ -9,7 +9,7 @@ import subprocess
 import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), os.pardir, "process"))
-from grammar import Grammar  # noqa: E402
+from abnf import Grammar  # noqa: E402
 from storage import require  # noqa: E402
 from support import LONGEST_RUN, RVXCOPY, USAGE, ProcessTest, file_bytes, main  # noqa: E402
 

@@ -18,10 +18,8 @@ SOURCES = os.path.realpath(os.path.join(os.path.dirname(__file__), os.pardir, os
 BUILD = os.environ["RVX_BUILD"]
 DOCUMENTATION = "usr/share/doc/rvxcopy/"
 
-# Where a file that may not be in the sources yet goes to.
-COMPLETIONS = {"rvxcopy.bash": "usr/share/bash-completion/completions/rvxcopy",
-               "_rvxcopy": "usr/share/zsh/vendor-completions/_rvxcopy",
-               "rvxcopy.fish": "usr/share/fish/vendor_completions.d/rvxcopy.fish"}
+COMPLETIONS = {"usr/share/bash-completion/completions/rvxcopy", "usr/share/zsh/vendor-completions/_rvxcopy",
+               "usr/share/fish/vendor_completions.d/rvxcopy.fish"}
 
 
 def files_below(top):
@@ -31,11 +29,10 @@ def files_below(top):
 def expected_files():
     files = {"usr/bin/rvxcopy", "usr/share/man/man1/rvxcopy.1.gz", "usr/share/man/man5/rvxcopy-hashlist.5.gz",
              "usr/share/man/man7/rvxcopy-output.7.gz"}
-    files |= {DOCUMENTATION + name for name in ("README.md", "changelog.gz", "copyright")}
+    files |= {DOCUMENTATION + name for name in ("README.md", "CONTRIBUTING.md", "changelog.gz", "copyright")}
     for folder in ("docs", "examples"):
         files |= {DOCUMENTATION + folder + "/" + name for name in files_below(os.path.join(SOURCES, folder))}
-    return files | {path for name, path in COMPLETIONS.items()
-                    if os.path.exists(os.path.join(SOURCES, "completions", name))}
+    return files | COMPLETIONS
 
 
 def dpkg(*arguments):

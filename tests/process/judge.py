@@ -101,6 +101,10 @@ class Judge:
         wrong_copies = [copy for copy, source in self.job.copies() if item_at(copy) != self.sources[source]]
         if status == 0:
             problems += ["status 0, but the copy %s is wrong" % copy for copy in wrong_copies]
+            files = {(os.lstat(copy).st_dev, os.lstat(copy).st_ino) for copy, _ in self.job.copies()
+                     if os.path.lexists(copy)}
+            if len(files) < len(self.job.copies()) - len(wrong_copies):
+                problems.append("status 0, but some copies are one file")
             reports = [line for line in output.splitlines(keepends=True) if line.startswith((b"verify of ", b"Copy "))]
             if reports != self.job.reports():
                 problems.append("status 0, but the reports are %s" % reports)

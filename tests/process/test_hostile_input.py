@@ -224,11 +224,13 @@ class RangeTest(HostileTest):
 
     def test_endless_range_that_has_some_frames(self):
         self.write_frames("f_%d", range(3), 1000)
-        for folder, options in (("d", []), ("e", ["-f"])):
-            with self.subTest(options):
-                result = self.run_tool(*options, "-s", self.ENDLESS, folder + "/")
-                self.assert_run(result, 200, "ERROR: can't open source file (200i)")
-                self.assertEqual(self.tree(folder), {name: self.read(name) for name in ("f_0", "f_1", "f_2")})
+        result = self.run_tool("-s", self.ENDLESS, "d/")
+        self.assert_run(result, 200, "ERROR: can't open source file (200i)")
+        self.assertEqual(self.tree("d"), {name: self.read(name) for name in ("f_0", "f_1", "f_2")})
+        # Where anything may be overwritten, nothing is copied before all frames were looked at.
+        result = self.run_tool("-f", "-s", self.ENDLESS, "e/")
+        self.assert_run(result, 200, "ERROR: can't open source file (200i)")
+        self.assertEqual(self.tree("e"), {})
 
     def test_endless_range_backwards(self):
         result = self.run_tool("-s", "f_99999999999999999999-0#", "d/")
@@ -447,8 +449,19 @@ class LinkedHashFolderTest(HostileTest):
         self.assertEqual(self.read("precious"), b"somebody else's")
 
 
+class FramesBehindAGapTest(HostileTest):
+    def test_source_behind_a_wide_gap_is_never_overwritten(self):
+        self.write("card/f_000001.dpx", b"one")
+        self.write("card/f_150000.dpx", b"precious")
+        os.makedirs(self.path("d"))
+        os.symlink("../card/f_150000.dpx", self.path("d/f_000001.dpx"))
+        result = self.run_tool("-f", "-s", "card/f_1-200000######.dpx", "d/")
+        self.assert_run(result, 200, "ERROR: can't open source file (200i)")
+        self.assertEqual(self.read("card/f_150000.dpx"), b"precious")
+
+
 class SameFolderTest(StorageTest):
-    """Two destinations that are one folder: the second copy exists already, or is the same file once more."""
+    """Two destinations that are one folder: that would be one copy where two were asked for."""
 
     def setUp(self):
         super().setUp()
@@ -459,9 +472,10 @@ class SameFolderTest(StorageTest):
         result = self.run_tool("clip.mov", "d/", other)
         self.assert_run(result, 107, "ERROR: File destination #2 (%sclip.mov) already exists.\n" % other)
         self.assert_no_hash_lists()
-        self.assert_run(self.run_tool("-f", "clip.mov", "d/", other), 0, "")
-        self.assertEqual(self.read("d/clip.mov"), self.read("clip.mov"))
-        self.assert_checks("d/sha1/clip.mov.sha1")
+        for options in (["-f"], ["-f", "-n"]):
+            result = self.run_tool(*options, "clip.mov", "d/", other)
+            self.assert_run(result, 201, "ERROR: can't open destination file (#2) (201i)")
+        self.assert_no_hash_lists()
 
     def test_by_name(self):
         self.assert_seen("d/../d/")

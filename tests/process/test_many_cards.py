@@ -104,7 +104,7 @@ exec %s "$@"
                 self.assert_checks("%s/%s" % (copy, name))
 
     def assert_safe(self, *lines):
-        told = self.run_commands(self.commands["Which cards may be wiped"]).output
+        told = self.run_commands(self.commands["Which cards may be formatted"]).output
         self.assertEqual(told.splitlines(), list(lines))
 
 
