@@ -18,7 +18,7 @@ import tempfile
 import zlib
 
 from judge import Job, Judge
-from support import BLOCK, FAULT_SHIM, LONGEST_RUN, RVXCOPY, pattern
+from support import BLOCK, FAULT_SHIM, LONGEST_RUN, RVXCOPY, pattern, program_environment
 
 ERRORS = ("EIO", "ENOSPC", "EINTR", "EACCES", "EDQUOT")
 TRANSFERS = ("read", "write")
@@ -226,12 +226,9 @@ class Stage:
         job = sweep_job.job_in(self.folder)
         judge = Judge(job, [self.folder])
         faults = [standing % self.folder for standing in sweep_job.standing] + [fault]
-        environment = {"PATH": os.environ["PATH"], "USER": "anna", "LD_PRELOAD": FAULT_SHIM,
-                       "RVX_FAULTS": ";".join(faults), "RVX_FAULTS_LOG": self.log}
-        environment.update({name: os.environ[name] for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS")
-                            if name in os.environ})
         try:
-            run = subprocess.run([RVXCOPY, *job.arguments()], env=environment, stdin=subprocess.DEVNULL,
+            run = subprocess.run([RVXCOPY, *job.arguments()], stdin=subprocess.DEVNULL,
+                                 env=program_environment(faults, self.log),
                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=LONGEST_RUN)
         except subprocess.TimeoutExpired as hang:
             return None, hang.stdout or b"", ["it did not end within %d seconds" % LONGEST_RUN], self.taken_log()

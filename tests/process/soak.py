@@ -17,7 +17,7 @@ import unittest
 
 from judge import Job, Judge
 from storage import MIB, StorageTest, run
-from support import BLOCK, FAULT_FS, FAULT_SHIM, RVXCOPY
+from support import BLOCK, FAULT_FS, FAULT_SHIM, RVXCOPY, program_environment
 
 # A disk that is busy with other things is slow; this is about hangs.
 LONGEST_JOB = 600  # seconds
@@ -269,12 +269,10 @@ class Soak:
         faults = random_job.faults(job)
         for storage in random_job.storages:
             storage.begin_job(random_job.random, random_job.has_faults)
-        environment = {"PATH": os.environ["PATH"], "USER": "anna"}
-        if faults:
-            environment.update({"LD_PRELOAD": FAULT_SHIM, "RVX_FAULTS": ";".join(faults), "RVX_FAULTS_LOG": self.log})
         status, problems = None, ["it did not end within %d seconds" % LONGEST_JOB]
         try:
-            done = subprocess.run([RVXCOPY, *job.arguments()], env=environment, stdin=subprocess.DEVNULL,
+            done = subprocess.run([RVXCOPY, *job.arguments()], stdin=subprocess.DEVNULL,
+                                  env=program_environment(faults, self.log),
                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=LONGEST_JOB)
             status = done.returncode
         except subprocess.TimeoutExpired:

@@ -56,6 +56,17 @@ def coreutils_digest(tool, path):
     return line.lstrip(b"\\").split()[0].decode()
 
 
+def program_environment(faults, log):
+    """What the program's environment is in every test, with the faults, which are noted in the file `log`."""
+    environment = {"PATH": os.environ["PATH"], "USER": "anna"}
+    for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LLVM_PROFILE_FILE"):
+        if name in os.environ:
+            environment[name] = os.environ[name]
+    if faults:
+        environment.update({"LD_PRELOAD": FAULT_SHIM, "RVX_FAULTS": ";".join(faults), "RVX_FAULTS_LOG": log})
+    return environment
+
+
 class ProcessTest(unittest.TestCase):
     """A fresh folder for each test, which is the program's current folder."""
 
@@ -93,16 +104,7 @@ class ProcessTest(unittest.TestCase):
         return [RVXCOPY, *arguments]
 
     def environment(self, faults=None, variables=None):
-        environment = {"PATH": os.environ["PATH"], "USER": "anna"}
-        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LLVM_PROFILE_FILE"):
-            if name in os.environ:
-                environment[name] = os.environ[name]
-        if faults:
-            environment["LD_PRELOAD"] = FAULT_SHIM
-            environment["RVX_FAULTS"] = ";".join(faults)
-            environment["RVX_FAULTS_LOG"] = self.path("faults.log")
-        environment.update(variables or {})
-        return environment
+        return {**program_environment(faults, self.path("faults.log")), **(variables or {})}
 
     def run_tool(self, *arguments, faults=None, variables=None, timeout=LONGEST_RUN, **options):
         """Runs to the end. With faults, at least one of them must have happened: else the test shows nothing."""
