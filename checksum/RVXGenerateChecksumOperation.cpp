@@ -34,12 +34,13 @@ std::optional<std::string> RVXGenerateChecksumOperation::checksum() {
   const auto attributes = attributesOfItem(path());
   if (attributes && attributes->type == RVXFileType::symbolicLink) return linkChecksum();
 
-  auto reader = RVXRecoveringReader::openForReading(path());
+  // What can't be examined is not opened either: it might be a link, and lead to a device without an end.
+  auto reader = attributes ? RVXRecoveringReader::openForReading(path()) : std::nullopt;
   if (!reader) {
     mError = RVXError::verifySourceNotOpened();
     return std::nullopt;
   }
-  if (attributes) setFileSize(attributes->size);
+  setFileSize(attributes->size);
   reader->bypassCacheAndReadAhead();
   return fileChecksum(*reader);
 }

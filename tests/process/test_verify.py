@@ -58,6 +58,14 @@ class WrongHashTest(ProcessTest):
         self.assert_run(result, 109, self.wrong("d1/clip.mov") +
                         "ERROR: verify of destination file #1 (d1/clip.mov) failed, wrong hash.\n")
 
+    def test_copy_that_can_not_be_examined_is_not_read_instead(self):
+        # Read through, the link would be a file without an end.
+        os.symlink("/dev/zero", self.path("link"))
+        digest = hashlib.sha1(b"/dev/zero").hexdigest()
+        result = self.run_tool("link", "d/", faults=["lstat d/link 2 1 EIO"])
+        self.assert_run(result, 109, "INFO: expected hash: %s but got hash: (null).\n"
+                        "ERROR: verify of destination file #1 (d/link) failed, wrong hash.\n" % digest)
+
     def test_wrong_frame_ends_the_run_before_later_frames(self):
         self.write_frames("f_%02d.dpx", (1, 2, 3))
         flip = self.script("flip", "printf x >> d/f_02.dpx")
