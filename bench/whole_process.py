@@ -21,6 +21,7 @@ import tempfile
 import time
 
 MIB = 1024 * 1024
+KEPT = 256 * MIB  # copies of workloads up to this size stay until the last round
 CORES = os.cpu_count()
 REPOSITORY = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
@@ -253,8 +254,10 @@ def measure(workload, runners, rounds, is_disk):
                 wall, used = timed(lambda: runner(workload, destinations))
                 seconds[name].append(wall)
                 cpu[name].append(used)
-                for folder in destinations:
-                    shutil.rmtree(folder)
+                # ext4 looks for a long time for inodes that were not just given back. Many small files stay therefore.
+                if workload.total > KEPT:
+                    for folder in destinations:
+                        shutil.rmtree(folder)
                 os.sync()
     finally:
         workload.remove()
