@@ -18,8 +18,8 @@ class DiskTest(StorageTest):
         run("sync")
         for path in map(self.path, names + [bystander]):
             warm(path)
-            # Nearly all of it: the kernel may take a few pages back by itself at any time.
-            self.assertGreater(resident(path), 0.95 * os.path.getsize(path))
+            # Most of it: the kernel may take pages back by itself at any time.
+            self.assertGreater(resident(path), 0.5 * os.path.getsize(path))
 
         before = self.bytes_read_from(device)
         self.assert_run(self.run_tool("-f", "disk/card/clip.mov", "disk/d1/", "disk/d2/"), 0, "")
@@ -30,7 +30,12 @@ class DiskTest(StorageTest):
         self.assertGreaterEqual(bytes_read, (2 + 2) * MOVIE)
         for path in map(self.path, names):
             self.assertLess(resident(path), MOVIE / 100)
-        # The kernel may take a few pages back by itself.
+        # A kernel that takes memory back by itself does not do so in every run; a program that evicts does.
+        for _ in range(3):
+            if resident(bystander) > 8 * MIB * 95 / 100:
+                break
+            warm(bystander)
+            self.assert_run(self.run_tool("-f", "disk/card/clip.mov", "disk/d1/", "disk/d2/"), 0, "")
         self.assertGreater(resident(bystander), 8 * MIB * 95 / 100, "other programs' pages stay")
         self.assert_checks("disk/d1/sha1/clip.mov.sha1")
         self.assert_checks("disk/d2/sha1/clip.mov.sha1")
