@@ -25,8 +25,7 @@
 // result. What main() returns as failure:
 //   200 "can't open source file"                  the source can't be opened
 //   201 "can't open destination file (#%i)"       a destination can't be opened, or is the source itself, or
-//   is
-//                                                 the same file as an earlier destination
+//                                                 another destination's file
 //   201 "can't open destination file (%@)"        a link can't be created at that path, or is the source
 // What ends the process, from whichever thread finds it:
 //   107 a destination exists and may not be overwritten
