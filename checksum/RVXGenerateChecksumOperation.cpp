@@ -34,13 +34,13 @@ std::optional<std::string> RVXGenerateChecksumOperation::checksum() {
   const auto attributes = attributesOfItem(path());
   if (attributes && attributes->type == RVXFileType::symbolicLink) return linkChecksum();
 
-  // What can't be examined is not opened either: it might be a link, and lead to a device without an end.
-  auto reader = attributes ? RVXRecoveringReader::openForReading(path()) : std::nullopt;
-  if (!reader) {
+  auto reader = RVXRecoveringReader::openForReading(path());
+  // What can't be examined might be a link, and lead to a device without an end.
+  if (!reader || (!attributes && !reader->isRegularFile())) {
     mError = RVXError::verifySourceNotOpened();
     return std::nullopt;
   }
-  setFileSize(attributes->size);
+  if (attributes) setFileSize(attributes->size);
   reader->bypassCacheAndReadAhead();
   return fileChecksum(*reader);
 }

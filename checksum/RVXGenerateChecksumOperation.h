@@ -42,11 +42,11 @@ class RVXGenerateChecksumOperation {
   [[nodiscard]] int64_t sizeOfAllFilesProcessed() const { return mSizeOfAllFilesProcessed; }
   void setSizeOfAllFilesProcessed(int64_t size) { mSizeOfAllFilesProcessed = size; }
 
-  // The digest string; none when the file can't be examined or opened, which is recorded as error() and not
-  // printed. For an algorithm code other than the two: an empty text, and none for a link. A chunk that can't
-  // be read is reported and tried once more after the file was opened again; where that fails, too, the
-  // process ends with ExitStatus::verifyReadFailed. A file that can't be opened again counts as ended at that
-  // chunk.
+  // The digest string; none when the file can't be opened, or can neither be examined nor is a regular file;
+  // this is recorded as error() and not printed. For an algorithm code other than the two: an empty text, and
+  // none for a link. A chunk that can't be read is reported and tried once more after the file was opened
+  // again; where that fails, too, the process ends with ExitStatus::verifyReadFailed. A file that can't be
+  // opened again counts as ended at that chunk.
   std::optional<std::string> checksum();
 
   // "rvxverify" 200 when the last checksum() could not open the file.

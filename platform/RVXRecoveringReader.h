@@ -23,6 +23,8 @@ class RVXRecoveringReader {
 
   // What makes the open file the same as another path's; none when it is closed.
   [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
+  // Whether it is one; false when it is closed.
+  [[nodiscard]] bool isRegularFile() const { return mReader && mReader->isRegularFile(); }
 
   void close() { mReader.reset(); }
 

@@ -16,7 +16,7 @@ std::optional<RVXStorageReader> RVXStorageReader::openForReading(const std::stri
 }
 
 void RVXStorageReader::bypassCache() {
-  mBypassesCache = mAttributes.type == RVXFileType::regular;
+  mBypassesCache = isRegularFile();
   mMayBeDirect = mBypassesCache;
   if (mBypassesCache) dropCachedFile(mHandle.descriptor());
 }

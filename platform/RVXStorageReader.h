@@ -35,6 +35,7 @@ class RVXStorageReader {
 
   // What makes the open file the same as another path's.
   [[nodiscard]] RVXFileIdentity identity() const { return mAttributes.identity; }
+  [[nodiscard]] bool isRegularFile() const { return mAttributes.type == RVXFileType::regular; }
 
  private:
   RVXStorageReader(RVXFileHandle handle, const RVXFileAttributes& attributes)
