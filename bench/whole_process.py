@@ -65,6 +65,11 @@ def shell(command):
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 
+def shell_side_by_side(commands):
+    shell("".join("%s & started=\"$started $!\"\n" % command for command in commands) +
+          "for one in $started; do wait $one; done")  # a plain wait would hide a failure
+
+
 def rvxcopy(program, *options, environment=None):
     def run(workload, destinations):
         source = ["-s", workload.identifier()] if workload.is_sequence else workload.files
@@ -114,12 +119,12 @@ def copy_then_digest(copy, digest):
         everything = workload.files + [copy for _, copies in each_copy(workload, destinations) for copy in copies]
         drop_from_cache(everything)
         folders = [os.path.join(workload.top, "card")] + destinations
-        shell(" & ".join("(cd '%s' && %s * >/dev/null)" % (folder, digest) for folder in folders) + " & wait")
+        shell_side_by_side("(cd '%s' && %s * >/dev/null)" % (folder, digest) for folder in folders)
     return run
 
 
 def by_cp(workload, destinations):
-    shell(" & ".join("cp '%s'/card/* '%s'" % (workload.top, folder) for folder in destinations) + " & wait")
+    shell_side_by_side("cp '%s'/card/* '%s'" % (workload.top, folder) for folder in destinations)
 
 
 def by_tee(digest):
@@ -179,7 +184,7 @@ def into_new_folders(copy):
 
 
 def timed(call):
-    """Wall-clock and CPU seconds, and the largest resident size in KiB, of the children of a call."""
+    """Wall-clock and CPU seconds of the children of a call."""
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
     begun = time.monotonic()
     call()
@@ -214,12 +219,11 @@ class Limit:
 
     @staticmethod
     def transfer(source, target, count, output_flags, input_flags):
-        """Seconds of CPU and of the clock for each byte; the best of three."""
+        """Seconds of CPU and of the clock for each byte; medians, as the contenders' are, for the disk is shared."""
         command = ["dd", "if=" + source, "of=" + target, "bs=2M", "count=%d" % count, "status=none"]
         command += ["oflag=" + flag for flag in output_flags] + ["iflag=" + flag for flag in input_flags]
-        results = [timed(lambda: subprocess.run(command, check=True)) for _ in range(3)]
-        return (min(cpu for _, cpu in results) / (count * 2 * MIB),
-                min(clock for clock, _ in results) / (count * 2 * MIB))
+        clocks, cpus = zip(*(timed(lambda: subprocess.run(command, check=True)) for _ in range(5)))
+        return statistics.median(cpus) / (count * 2 * MIB), statistics.median(clocks) / (count * 2 * MIB)
 
     def seconds(self, workload, algorithm, is_disk):
         size, copies = workload.total, workload.destinations
@@ -274,7 +278,8 @@ def print_table(workload, seconds, cpu, limits):
         print("| the limit, %s | %.2f | 1.00 | |" % (algorithm, value))
     for name in sorted(seconds, key=seconds.get):
         algorithm = "sha1" if "sha1" in name or "shim" in name else "md5"
-        print("| %s | %.2f | %.2f | %.2f |" % (name.replace("|", "\\|"), seconds[name], seconds[name] / limits[algorithm], cpu[name]))
+        print("| %s | %.2f | %.2f | %.2f |" % (name.replace("|", "\\|"), seconds[name],
+                                               seconds[name] / limits[algorithm], cpu[name]))
     sys.stdout.flush()
 
 
