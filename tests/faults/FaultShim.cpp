@@ -12,9 +12,13 @@
 //           match (fnmatch); or *
 //   NTH     the matching call, from 1, at which it begins
 //   COUNT   how many calls it lasts, 0 to only log them, or * for ever
-//   EFFECT  the name of an errno; short (half of the transfer); lie (a write that claims success and does
-//           nothing); run=COMMAND (runs it with sh before the call, which then succeeds; no ";" or blank in
-//           it: name a script); signal=NUMBER (the calling thread raises it before the call)
+//   EFFECT  the name of an errno; short (half of the transfer); lie (a call that claims
+//           success and does nothing); run=COMMAND (runs it with sh before the call, which then succeeds, but
+//           when a thread was started; no ";" or blank in it: name a script); signal=NUMBER (the calling
+//           thread raises it before the call)
+//
+// A rule that isn't understood ends the program at once: a test must not pass because its fault never
+// happened.
 //
 // With RVX_FAULTS_LOG, each matching call appends a line "CALL PATH" to that file, "!" in front where a rule
 // fired, so that a test can see that its fault did happen and count the calls.
@@ -63,18 +67,15 @@ struct Fault {
   std::string script;
 };
 
+constexpr const char* kThread = "thread";
 constexpr long kForEver = -1;
-
-const std::vector<std::pair<const char*, int>> kErrors = {
-    {"EIO", EIO},       {"ENOSPC", ENOSPC},         {"EINTR", EINTR},   {"EACCES", EACCES},
-    {"EDQUOT", EDQUOT}, {"EINVAL", EINVAL},         {"EROFS", EROFS},   {"ENOSYS", ENOSYS},
-    {"EPERM", EPERM},   {"EOPNOTSUPP", EOPNOTSUPP}, {"ENOENT", ENOENT}, {"EMFILE", EMFILE},
-    {"EAGAIN", EAGAIN}, {"EBADF", EBADF},           {"EFBIG", EFBIG},   {"ENOMEM", ENOMEM},
-    {"ESPIPE", ESPIPE}};
+constexpr int kRuleNotUnderstood = 99;  // no exit status of the program
 
 int errorNamed(const std::string& name) {
-  for (const auto& [text, number] : kErrors) {
-    if (name == text) return number;
+  constexpr int kLargestError = 133;
+  for (int number = 1; number <= kLargestError; ++number) {
+    const char* const text = ::strerrorname_np(number);
+    if (text != nullptr && name == text) return number;
   }
   return 0;
 }
@@ -108,10 +109,16 @@ class Shim {
     if (isInside()) return {};
     isInside() = true;
     const Fault fault = applyRules(call, path);
-    if (!fault.script.empty()) run(fault.script);
+    if (!fault.script.empty() && std::strcmp(call, kThread) != 0) run(fault.script);
     if (fault.signal != 0) ::raise(fault.signal);
     isInside() = false;
     return fault;
+  }
+
+  void runScript(const std::string& script) {
+    isInside() = true;
+    run(script);
+    isInside() = false;
   }
 
   // A signal handler may interrupt a thread in here and make calls of its own: neither the lock nor an
@@ -152,19 +159,30 @@ class Shim {
   Shim() {
     const char* text = std::getenv("RVX_FAULTS");
     std::istringstream rules(text != nullptr ? text : "");
-    for (std::string line; std::getline(rules, line, ';');) {
-      std::istringstream words(line);
-      Rule rule;
-      std::string count;
-      if (!(words >> rule.call >> rule.path >> rule.nth >> count >> rule.effect)) continue;
-      rule.count = count == "*" ? kForEver : std::stol(count);
-      mRules.push_back(rule);
-    }
+    for (std::string line; std::getline(rules, line, ';');) mRules.push_back(understood(line));
     const char* logFile = std::getenv("RVX_FAULTS_LOG");
     if (logFile != nullptr) {
       mLog = static_cast<int>(
           ::syscall(SYS_openat, AT_FDCWD, logFile, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
     }
+  }
+
+  static Rule understood(const std::string& line) {
+    std::istringstream words(line);
+    Rule rule;
+    std::string count;
+    if (words >> rule.call >> rule.path >> rule.nth >> count >> rule.effect && isKnownEffect(rule.effect)) {
+      rule.count = count == "*" ? kForEver : std::stol(count);
+      return rule;
+    }
+    const std::string message = "fault shim: can't understand the rule \"" + line + "\"\n";
+    ::syscall(SYS_write, STDERR_FILENO, message.data(), message.size());
+    ::_exit(kRuleNotUnderstood);
+  }
+
+  static bool isKnownEffect(const std::string& effect) {
+    return effect == "short" || effect == "lie" || effect.starts_with("run=") ||
+           effect.starts_with("signal=") || errorNamed(effect) != 0;
   }
 
   void log(const char* call, const std::string& path, bool fired) const {
@@ -437,7 +455,10 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
                    void* argument) noexcept {
   static const auto real =
       next<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
-  const Fault fault = faultFor("thread", "thread");
-  return fault.error != 0 ? fault.error : real(thread, attributes, body, argument);
+  const Fault fault = faultFor(kThread, kThread);
+  if (fault.error != 0) return fault.error;
+  const int result = real(thread, attributes, body, argument);
+  if (!fault.script.empty()) Shim::instance().runScript(fault.script);
+  return result;
 }
 }

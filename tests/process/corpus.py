@@ -9,7 +9,7 @@ import stat
 import subprocess
 import time
 
-from support import FAULT_SHIM, LONGEST_RUN, RVXCOPY, file_bytes
+from support import LONGEST_RUN, RVXCOPY, file_bytes, program_environment
 
 CORPUS = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "corpus")
 
@@ -90,15 +90,7 @@ class Case:
         return current
 
     def environment(self):
-        environment = {"PATH": os.environ["PATH"], "USER": "anna"}
-        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"):
-            if name in os.environ:
-                environment[name] = os.environ[name]
-        if self.faults:
-            environment.update(LD_PRELOAD=FAULT_SHIM, RVX_FAULTS=";".join(self.faults),
-                               RVX_FAULTS_LOG="../faults.log")
-        environment.update(self.variables)
-        return environment
+        return {**program_environment(self.faults, "../faults.log"), **self.variables}
 
     def files(self):
         """Name -> contents of what is stored of it."""

@@ -15,6 +15,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import typing
 import zlib
 
 from judge import Job, Judge
@@ -37,7 +38,7 @@ STATUSES_OF_FAILURE = {
     "truncate": (201,),
     "mkdir": (101, 114),
     "symlink": (201,),
-    "readlink": (109, 201),
+    "readlink": (109, 200),
     "rename": (115,),
 }
 LASTING = ("once", "ever")
@@ -73,6 +74,9 @@ class SweepJob:
             return os.path.join(folder, path)
         return Job(inside(self.source), [inside(destination) for destination in self.destinations],
                    frames=self.frames and [inside(frame) for frame in self.frames], **self.options)
+
+    def faults_in(self, folder, fault):
+        return [standing % folder for standing in self.standing] + [fault]
 
     def write_sources(self, folder):
         os.makedirs(os.path.join(folder, "card"))
@@ -129,14 +133,13 @@ def _jobs():
 JOBS = _jobs()
 
 
-class Case:
-    def __init__(self, job, call, path, nth, effect, lasting):
-        self.job = job
-        self.call = call
-        self.path = path
-        self.nth = nth
-        self.effect = effect
-        self.lasting = lasting
+class Case(typing.NamedTuple):
+    job: str
+    call: str
+    path: str
+    nth: int
+    effect: str
+    lasting: str
 
     @staticmethod
     def named(name):
@@ -225,7 +228,7 @@ class Stage:
         sweep_job = JOBS[name_of_job]
         job = sweep_job.job_in(self.folder)
         judge = Judge(job, [self.folder])
-        faults = [standing % self.folder for standing in sweep_job.standing] + [fault]
+        faults = sweep_job.faults_in(self.folder, fault)
         try:
             run = subprocess.run([RVXCOPY, *job.arguments()], stdin=subprocess.DEVNULL,
                                  env=program_environment(faults, self.log),
@@ -233,7 +236,7 @@ class Stage:
         except subprocess.TimeoutExpired as hang:
             return None, hang.stdout or b"", ["it did not end within %d seconds" % LONGEST_RUN], self.taken_log()
         problems = judge.problems(run.returncode, run.stdout, run.stderr, may_leave_temporary_file)
-        if any("source" in problem for problem in problems):
+        if judge.changed_sources():
             self.name_of_job = None
         return run.returncode, run.stdout, problems, self.taken_log()
 
@@ -252,7 +255,8 @@ class Stage:
     def taken_log(self):
         """The lines of the log, each the call with a path inside the folder, "!" in front where a fault fired."""
         with open(self.log, "rb") as file:
-            text = os.fsdecode(file.read())
+            # The name of a temporary file holds the number of its process.
+            text = re.sub(r"\.rvxcopy-\d+-", ".rvxcopy-*-", os.fsdecode(file.read()))
         os.remove(self.log)
         lines = []
         for line in text.splitlines():
@@ -265,8 +269,7 @@ class Stage:
         status, output, problems, log = self.run(name_of_job, "* %s 1 0 EIO" % self.folder)
         if problems or status != JOBS[name_of_job].status:
             raise AssertionError("%s without a fault: status %s, %s\n%s" % (name_of_job, status, problems, output))
-        # The name of a temporary file holds the number of its process.
-        calls = [re.sub(r"\.rvxcopy-\d+-", ".rvxcopy-*-", line.lstrip("!")) for line in log]
+        calls = [line.lstrip("!") for line in log]
         swept = JOBS[name_of_job].sweeps
         return [Case(name_of_job, *call.split(" ", 1), nth, effect, lasting)
                 for call, count in collections.Counter(calls).items() if swept.fullmatch(call)
@@ -276,8 +279,7 @@ class Stage:
 
     def run_case(self, case):
         status, output, problems, log = self.run(case.job, case.fault(self.folder), case.may_leave_temporary_file())
-        own = "!%s %s" % (case.call, case.path)
-        if not any(re.sub(r"\.rvxcopy-\d+-", ".rvxcopy-*-", line) == own for line in log):
+        if "!%s %s" % (case.call, case.path) not in log:
             problems = problems + ["its fault did not happen"]
         return status, output, problems + case.status_problems(status)
 
@@ -337,7 +339,7 @@ def sweep_one(name):
     with folder_in_memory() as top:
         stage = Stage(top)
         case = Case.named(name)
-        faults = [standing % stage.folder for standing in JOBS[case.job].standing] + [case.fault(stage.folder)]
+        faults = JOBS[case.job].faults_in(stage.folder, case.fault(stage.folder))
         print("LD_PRELOAD=%s RVX_FAULTS=%s \\\n  %s" % (
             FAULT_SHIM, shlex.quote(";".join(faults)),
             shlex.join([RVXCOPY, *JOBS[case.job].job_in(stage.folder).arguments()])))

@@ -7,7 +7,7 @@ import hashlib
 import os
 import re
 
-from grammar import output_problems
+from output_texts import REPORTS, VERBOSE_TEXTS, fatal_texts, texts_in
 from support import file_bytes
 
 
@@ -80,6 +80,23 @@ class Job:
         return [self.list_path(destination) for destination in self.destinations] if self.has_lists else []
 
 
+def output_problems(output, status, verbose):
+    """What is wrong with the output of a run with right arguments, one text for each."""
+    if status not in REPORTS:
+        return ["status %d is not documented for right arguments" % status]
+    texts, rest = texts_in(output)
+    problems = []
+    if rest:
+        problems.append("standard output holds %r" % rest[:200])
+    if not verbose and any(text in VERBOSE_TEXTS for text in texts):
+        problems.append("a run without -v prints what only -v shows")
+    if fatal_texts(texts) not in REPORTS[status]:
+        problems.append("status %d is reported with %s" % (status, fatal_texts(texts)))
+    if any(not text.endswith(("\n", "%U")) for text in texts[:-1]):
+        problems.append("something is printed behind a line without an end")
+    return problems
+
+
 class Judge:
     """Made before the run: it remembers what was there."""
 
@@ -96,8 +113,7 @@ class Judge:
         problems = output_problems(output, status, self.job.verbose)
         if errors:
             problems.append("standard error holds %r" % errors[:200])
-        problems += ["the source %s has changed" % source for source, item in self.sources.items()
-                     if item_at(source) != item]
+        problems += ["the source %s has changed" % source for source in self.changed_sources()]
         wrong_copies = [copy for copy, source in self.job.copies() if item_at(copy) != self.sources[source]]
         if status == 0:
             problems += ["status 0, but the copy %s is wrong" % copy for copy in wrong_copies]
@@ -112,6 +128,9 @@ class Judge:
         problems += ["%s was left behind" % path for path in sorted(self.foreign_paths())
                      if not (may_leave_temporary_file and path.endswith(".tmp"))]
         return problems
+
+    def changed_sources(self):
+        return [source for source, item in self.sources.items() if item_at(source) != item]
 
     def list_problems(self, status, wrong_copies):
         problems = []

@@ -269,10 +269,10 @@ class Soak:
         faults = random_job.faults(job)
         for storage in random_job.storages:
             storage.begin_job(random_job.random, random_job.has_faults)
+        environment = program_environment(faults, self.log)
         status, problems = None, ["it did not end within %d seconds" % LONGEST_JOB]
         try:
-            done = subprocess.run([RVXCOPY, *job.arguments()], stdin=subprocess.DEVNULL,
-                                  env=program_environment(faults, self.log),
+            done = subprocess.run([RVXCOPY, *job.arguments()], stdin=subprocess.DEVNULL, env=environment,
                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=LONGEST_JOB)
             status = done.returncode
         except subprocess.TimeoutExpired:

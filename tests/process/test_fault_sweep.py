@@ -3,7 +3,7 @@ import shutil
 
 import fault_sweep
 from judge import Judge
-from support import ProcessTest, main
+from support import SANITIZERS, ProcessTest, main
 
 # A sanitizer makes the program many times slower; what it is to find shows in a share of the cases.
 CASES_UNDER_SANITIZER = 150
@@ -13,7 +13,7 @@ MOST_FAILURES = 8
 
 def cases_to_run(cases):
     selected = [case for case in cases if case.is_in_selection()]
-    if not os.environ.get("RVX_SANITIZERS"):
+    if not SANITIZERS:
         return selected
     return selected[::len(selected) // CASES_UNDER_SANITIZER]
 
@@ -98,9 +98,9 @@ class JudgeTest(ProcessTest):
                 ("status -6 is not documented", -6, b""),
                 ("was written by a run with status 211", 211, not_written),
                 ("status 212 is reported with", 212, not_written),
-                ("status 211 is reported with []", 211, b""),
+                ("status 211 is reported with ()", 211, b""),
                 ("status 0 is reported with", 0, not_written),
-                ("status 109 is reported with []", 109, b"INFO: verifying d1\n"),
+                ("status 109 is reported with ()", 109, b"INFO: verifying d1\n"),
                 ("the reports are []", 0, b""),
                 ("standard output holds", 0, b"Segmentation fault\n"),
                 ("standard output holds", 0, b"INFO: verifying d1"),
@@ -110,7 +110,7 @@ class JudgeTest(ProcessTest):
                 self.assert_found(self.judged(status=status, output=output), text)
         self.assert_found(self.judged(errors=b"warning\n"), "standard error holds")
         # A run without -v.
-        self.assert_found(self.judged("unlisted-verify", output=b"INFO: verifying d1\n"), "standard output holds")
+        self.assert_found(self.judged("unlisted-verify", output=b"INFO: verifying d1\n"), "what only -v shows")
 
 
 if __name__ == "__main__":
