@@ -31,6 +31,7 @@ std::unique_ptr<RVXGenerateChecksumOperation> RVXGenerateChecksumOperation::init
 }
 
 std::optional<std::string> RVXGenerateChecksumOperation::checksum() {
+  mError.reset();
   const auto attributes = attributesOfItem(path());
   if (attributes && attributes->type == RVXFileType::symbolicLink) return linkChecksum();
 

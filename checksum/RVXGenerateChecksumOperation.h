@@ -43,13 +43,14 @@ class RVXGenerateChecksumOperation {
   void setSizeOfAllFilesProcessed(int64_t size) { mSizeOfAllFilesProcessed = size; }
 
   // The digest string; none when the file can't be opened, or can neither be examined nor is a regular file;
-  // this is recorded as error() and not printed. For an algorithm code other than the two: an empty text, and
-  // none for a link. A chunk that can't be read is reported and tried once more after the file was opened
-  // again; where that fails, too, the process ends with ExitStatus::verifyReadFailed. A file that can't be
-  // opened again counts as ended at that chunk.
+  // this is recorded as error() and not printed. None also, but without an error, for a link whose target
+  // can't be read. For an algorithm code other than the two: an empty text, and none for a link. A chunk that
+  // can't be read is reported and tried once more after the file was opened again; where that fails, too, the
+  // process ends with ExitStatus::verifyReadFailed. A file that can't be opened again counts as ended at that
+  // chunk.
   std::optional<std::string> checksum();
 
-  // "rvxverify" 200 when the last checksum() could not open the file.
+  // "rvxverify" 200 when the last checksum() could not open the file, or did not dare to.
   [[nodiscard]] const std::optional<RVXError>& error() const { return mError; }
 
  private:

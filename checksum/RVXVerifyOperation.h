@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "checksum/RVXGenerateChecksumOperation.h"
 #include "include/HashAlgorithm.h"
@@ -13,6 +14,7 @@
 // an operation queue; the result is asked for after the queue has been waited for.
 class RVXVerifyOperation {
  public:
+  // Without a checksum operation, which has to be set before anything else is asked for.
   static std::unique_ptr<RVXVerifyOperation> init();
   static std::unique_ptr<RVXVerifyOperation> initWithPath(const std::string& path, const std::string& hash,
                                                           HashAlgorithm algorithm, bool verbose);

@@ -27,7 +27,7 @@ class RVXCopyBufferManager {
 
   // A manager without writers.
   static std::unique_ptr<RVXCopyBufferManager> init();
-  // A manager for `numberOfWriterThreads` writers; none when that is below 1.
+  // A manager for `numberOfWriterThreads` writers; without writers when that is below 1.
   static std::unique_ptr<RVXCopyBufferManager> initWithNumberOfWriterThreads(int64_t numberOfWriterThreads);
 
   // For the reader, before it reads the next block: true while no consumer lags by more than kMostLag

@@ -66,7 +66,7 @@ std::optional<std::string> RVXHashList::hashStringForFile(const std::string& fil
 
 bool RVXHashList::writeToFile(const std::optional<std::string>& path, bool atomically) {
   if (!path) {
-    print("ERROR: can't write hashfile to empty path");
+    print("ERROR: can't write hashfile to empty path");  // without a line end, as its readers know it
     return false;
   }
   if (!mOriginalFiles) mOriginalFiles = "?";
@@ -108,7 +108,8 @@ std::optional<RVXHashList::Entries> RVXHashList::entriesOfText(std::string_view 
 }
 
 std::string RVXHashList::header() const {
+  // "rvxvscopy" and the blank before the last line end are what readers of these lists have always met.
   return "# hash created by rvxvscopy by " + environmentVariable("USER").value_or("?") + " on " +
          CPSystemInformation::computerName() + " " + currentTimeText() +
-         "\n# original file(s): " + mOriginalFiles.value_or("?") + " \n";
+         "\n# original file(s): " + *mOriginalFiles + " \n";
 }

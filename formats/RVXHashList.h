@@ -17,8 +17,8 @@ class RVXHashList {
   // An empty list.
   static RVXHashList init();
 
-  // The list in the file at `path`. A file that can't be read or parsed yields nothing, after
-  // "ERROR: couldn't read hash file %s.\n" or "ERROR: couldn't parse hash file in line #%lu: %s\n".
+  // The list in the file at `path`. A file that can't be read, is no UTF-8 or can't be parsed yields nothing,
+  // after "ERROR: couldn't read hash file %s.\n" or "ERROR: couldn't parse hash file in line #%lu: %s\n".
   static std::optional<RVXHashList> initWithPath(const std::string& path);
 
   // Enters a digest under a file name, replacing an earlier one that was added under it. Nothing is checked.

@@ -38,6 +38,7 @@ HashAlgorithm algorithmFrom(const std::optional<std::string>& value) {
 
 bool writeHashListFrom(const std::optional<std::string>& value) {
   if (!value) {
+    // The one text of these without a full stop; drivers compare it.
     endProcessOnWrongArguments(ExitStatus::writeHashListValueMissing,
                                "-o needs to be followed by 0 (false) or 1 (true)");
   }

@@ -70,8 +70,8 @@ void planSources(const CopyJobOptions& options, CopyPlan& plan) {
   plan.allFilesSize = plan.sequence ? sizeOfAllFrames(*plan.sequence) : filesizeCFI(options.sourceArgument);
 }
 
-std::optional<std::string> sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index) {
-  return plan.sequence ? plan.sequence->filenameForIndex(index) : options.sourceArgument;
+std::string sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index) {
+  return plan.sequence ? *plan.sequence->filenameForIndex(index) : options.sourceArgument;
 }
 
 bool visitExistingFrames(const RVXFileSequence& sequence,

@@ -33,8 +33,8 @@ void planDestinations(const CopyJobOptions& options, CopyPlan& plan);
 // of kMostMissingFrames do not count.
 void planSources(const CopyJobOptions& options, CopyPlan& plan);
 
-// The source file with that index, from 0; none for a frame outside its sequence.
-std::optional<std::string> sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index);
+// The source file with that index, from 0 and below the file count.
+std::string sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index);
 
 // Calls `visit` with the path of each source file of the plan that exists, in order. An identifier may name
 // two thousand million frames; behind a gap of kMostMissingFrames no further one is looked for. Returns

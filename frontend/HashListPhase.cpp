@@ -17,7 +17,7 @@ bool isSourceOrCopy(const std::string& path, const CopyJobOptions& options, cons
     return attributes && attributes->identity == item->identity;
   };
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    const std::string source = *sourceFile(options, plan, i);
+    const std::string source = sourceFile(options, plan, i);
     if (isThere(source)) return true;
     for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
       if (isThere(destinationFile(plan, k, source))) return true;

@@ -10,6 +10,7 @@ void printProgramHeader() {
 }
 
 void printUsage() {
+  // "filname" stays as it is spelt: drivers compare the text.
   print(
       "Usage:\n"
       "  rvxcopy [-s] /source/file.mov /path/dest1/ [/path/dest2/[filname.mov] /path/dest3/[filname.mov] "

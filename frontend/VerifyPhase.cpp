@@ -65,23 +65,22 @@ bool isSourceItself(const std::string& path, const std::string& file) {
 
 void reportResults(const CopyJobOptions& options, const CopyPlan& plan, const std::string& file, uint64_t i,
                    const VerifyOperations& operations) {
-  unsigned place = 0;  // in this file's list; what drivers read behind the "#"
+  int place = 0;  // in this file's list; what drivers read behind the "#"
   for (const auto& operation : operations) {
     ++place;
     const std::string path = operation->generateChecksumOperation()->path();
     const bool isSource = path == file;
     const char* const label = isSource ? "source" : "destination";
     if (operation->isFailed() || (!isSource && isSourceItself(path, file))) {
-      print("ERROR: verify of %s file #%d (%s) failed, wrong hash.\n", label, static_cast<int>(place),
-            path.c_str());
+      print("ERROR: verify of %s file #%d (%s) failed, wrong hash.\n", label, place, path.c_str());
       endProcess(ExitStatus::wrongHash);
     }
     if (!options.verbose) continue;
     if (plan.sequence) {
-      print("verify of %s file %d of %lu of sequence #%u (%s) ok.\n", label, static_cast<int>(i + 1),
+      print("verify of %s file %d of %lu of sequence #%d (%s) ok.\n", label, static_cast<int>(i + 1),
             static_cast<unsigned long>(plan.fileCount), place, path.c_str());
     } else {
-      print("verify of %s file #%d (%s) ok.\n", label, static_cast<int>(place), path.c_str());
+      print("verify of %s file #%d (%s) ok.\n", label, place, path.c_str());
     }
   }
 }
@@ -92,7 +91,7 @@ void runVerifyPhase(const CopyJobOptions& options, const CopyPlan& plan, const R
   announceVerification(options, plan);
   uint64_t bytesVerified = 0;
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    const std::string file = *sourceFile(options, plan, i);
+    const std::string file = sourceFile(options, plan, i);
     const VerifyOperations operations =
         verifyOperations(options, plan, file, expectedDigest(options, hashList, file), bytesVerified);
     runSideBySide(operations);
@@ -103,7 +102,7 @@ void runVerifyPhase(const CopyJobOptions& options, const CopyPlan& plan, const R
 
 void reportUnverifiedCopies(const CopyJobOptions& options, const CopyPlan& plan) {
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    const std::string file = *sourceFile(options, plan, i);
+    const std::string file = sourceFile(options, plan, i);
     for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
       const std::string path = destinationFile(plan, k, file);
       if (!fileExists(path)) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/RVXReadRecovery.h"
 #include "platform/RVXStorageReader.h"
