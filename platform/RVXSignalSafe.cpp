@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <execinfo.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <array>
@@ -59,6 +60,13 @@ void appendFrame(RVXFixedText& text, void* frame) {
   text.append("]");
 }
 
+// Of use only where its owner made it non-blocking.
+void waitForStandardOutput() {
+  constexpr int kForEver = -1;
+  pollfd output{STDOUT_FILENO, POLLOUT, 0};
+  ::poll(&output, 1, kForEver);
+}
+
 }  // namespace
 
 void prepareCallStack() {
@@ -78,8 +86,13 @@ void writeToStandardOutput(std::span<const char> text) {
   const int interruptedErrno = errno;
   while (!text.empty()) {
     const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
-    if (written <= 0 && errno != EINTR) break;
-    if (written > 0) text = text.subspan(static_cast<size_t>(written));
+    if (written > 0) {
+      text = text.subspan(static_cast<size_t>(written));
+    } else if (errno == EAGAIN) {
+      waitForStandardOutput();
+    } else if (errno != EINTR) {
+      break;
+    }
   }
   errno = interruptedErrno;
 }

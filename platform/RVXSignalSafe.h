@@ -14,5 +14,6 @@ void prepareCallStack();
 // Returns the length.
 size_t writeCallStack(std::span<char> text);
 
-// Writes the text to standard output with write(2). Leaves errno as it was.
+// Writes the text to standard output with write(2); waits where that takes no more just now. Leaves errno as
+// it was.
 void writeToStandardOutput(std::span<const char> text);
