@@ -16,8 +16,9 @@
 
 namespace {
 
+// Often enough that a small frame waits for little, too seldom to cost the copying threads anything.
 constexpr auto kPollInterval = std::chrono::milliseconds(1);
-constexpr int kPollsPerStatus = 500;
+constexpr int kPollsPerStatus = 500;  // about half a second
 constexpr const char* kDiscardingFolder = "/dev/null/";
 
 void pollAgainLater() {
@@ -72,7 +73,8 @@ std::optional<std::string> RVXCopyOperationThreaded::hash() const {
 }
 
 void RVXCopyOperationThreaded::copyLink() {
-  const std::string target = linkTarget(mSourcePath).value_or("");
+  const auto target = linkTarget(mSourcePath);
+  if (!target) return fail(RVXError::copySourceNotOpened());
   for (size_t i = 0; i < mDestPaths.size(); ++i) {
     if (isDiscarded(i)) continue;
     const std::string path = destinationFile(i);
@@ -82,11 +84,11 @@ void RVXCopyOperationThreaded::copyLink() {
     if (isDiscarded(i)) continue;
     const std::string path = destinationFile(i);
     endProcessIfExists(path, i);
-    if (createSymbolicLink(target, path)) return fail(RVXError::copyLinkNotCreated(path));
+    if (createSymbolicLink(*target, path)) return fail(RVXError::copyLinkNotCreated(path));
   }
   if (!mSkipVerification) {
-    mSHA1Digest = SHA1Sum(target);
-    mMD5Digest = md5(target);
+    mSHA1Digest = SHA1Sum(*target);
+    mMD5Digest = md5(*target);
   }
   printDigests(mSHA1Digest, mMD5Digest);
 }
@@ -114,9 +116,12 @@ bool RVXCopyOperationThreaded::openDestinations() {
 bool RVXCopyOperationThreaded::openDestination(size_t i) {
   const std::string path = destinationFile(i);
   if (!isDiscarded(i)) endProcessIfExists(path, i);
-  RVXStorageWriter file = RVXStorageWriter::openForWriting(path);
+  // Another run that was given the same path creates it now, or this one does; never both.
+  RVXStorageWriter file = mForceOverwrite || isDiscarded(i) ? RVXStorageWriter::openForWriting(path)
+                                                            : RVXStorageWriter::createForWriting(path);
   // In this order: the cache request is made before anybody knows whether the file could be opened.
   file.bypassCache();
+  if (!file.isOpen() && !isDiscarded(i)) endProcessIfExists(path, i);
   if (!file.isOpen() || !mayBeOverwritten(file) || file.truncate()) {
     fail(RVXError::copyDestinationNotOpened(numberOf(i)));
     return false;
@@ -130,11 +135,11 @@ bool RVXCopyOperationThreaded::mayBeOverwritten(const RVXStorageWriter& file) co
   const auto attributes = file.attributes();
   if (!attributes || attributes->identity == mSourceFH->identity()) return false;
   // Two destinations that are one file would be one copy, where two were asked for.
-  const bool isTaken = attributes->type == RVXFileType::regular &&
-                       std::any_of(mWriters.begin(), mWriters.end(), [&](const Writer& writer) {
-                         const auto other = writer.fileHandle.attributes();
-                         return other && other->identity == attributes->identity;
-                       });
+  const bool isTaken =
+      attributes->isOnStorage() && std::any_of(mWriters.begin(), mWriters.end(), [&](const Writer& writer) {
+        const auto other = writer.fileHandle.attributes();
+        return other && other->identity == attributes->identity;
+      });
   return !isTaken && (mForceOverwrite || attributes->size == 0);
 }
 
@@ -145,7 +150,8 @@ void RVXCopyOperationThreaded::copyFile() {
   // The first status line is due before any block is released, however fast the threads are.
   if (mFileSize != 0) printStatus();
   startThreads();
-  waitForAllBytes();
+  // What has no size, a device, has no count that could be waited for.
+  if (mFileSize != 0) waitForAllBytes();
   while (!allThreadsFinished()) pollAgainLater();
   closeFiles();
 }

@@ -23,15 +23,17 @@
 //
 // The caller constructs it, sets the properties, runs main() once on its own thread and then asks for the
 // result. What main() returns as failure:
-//   200 "can't open source file"                  the source can't be opened
-//   201 "can't open destination file (#%i)"       a destination can't be opened, or is the source itself, or
+//   200 "can't open source file"                  the source can't be opened, or its link not read
+//   201 "can't open destination file (#NUMBER)"   a destination can't be opened, or is the source itself, or
 //                                                 another destination's file
-//   201 "can't open destination file (%@)"        a link can't be created at that path, or is the source
+//   201 "can't open destination file (PATH)"      a link can't be created at that path, or is the source
 // What ends the process, from whichever thread finds it:
 //   107 a destination exists and may not be overwritten
+//   117 the machine refuses a thread or memory
 //   211, 212 a copy can't be written, synced or closed (212: no space left)
 //   220 a block of the source can't be read, tried twice
-// A source whose size differs from what it had before the copy makes main() wait for ever.
+// main() counts the bytes up to the size that the source had before. Where it has another by then, main()
+// waits for ever, unless the count passes exactly that size when it looks.
 class RVXCopyOperationThreaded {
  public:
   static constexpr size_t kBlockSize = size_t{2} * 1024 * 1024;
@@ -103,6 +105,8 @@ class RVXCopyOperationThreaded {
   void endProcessIfExists(const std::string& path, size_t i) const;
   [[nodiscard]] bool isDiscarded(size_t i) const;
   [[nodiscard]] std::string destinationFile(size_t i) const;
+  // The number that a writer has in the buffer manager. The threads take it in the order in which they come
+  // to run, so it isn't the number of the destination.
   int64_t takeThreadIndex() RVX_EXCLUDES(mThreadIndexLock);
 
   bool mVerbose = false;

@@ -28,25 +28,28 @@ std::vector<std::string> filenamesAtDestinations(const CopyPlan& plan, const std
   endProcessOnCopyError(RVXError::copyDestinationNotOpened(static_cast<unsigned>(k + 1)));
 }
 
-// Each copy operation looks after its own source; that a copy is no other frame's source, nor another frame's
-// copy ("day_1-3##/clip.mov"), is seen only here. Without the leave to overwrite, nothing that exists is
-// touched anyhow.
+// Each copy operation looks after its own source and its own copies; that a copy is no other frame's source,
+// nor another frame's copy ("day_1-3##/clip.mov", or links), is seen only here. Without the leave to
+// overwrite, nothing that exists is touched anyhow.
 void refuseToOverwriteFrames(const CopyJobOptions& options, const CopyPlan& plan) {
   if (!plan.sequence || !options.forceOverwrite) return;
-  std::set<RVXFileIdentity> sources;
+  std::set<RVXFileIdentity> taken;
   std::string previousName;
   const bool areAllSeen = visitExistingFrames(*plan.sequence, [&](const std::string& file) {
     const std::string name = lastPathComponent(file);
     if (name == previousName) endProcessOnRefusedDestination(0);
     previousName = name;
-    if (const auto source = attributesOfTarget(file)) sources.insert(source->identity);
+    if (const auto source = attributesOfTarget(file)) taken.insert(source->identity);
   });
   // A run with a missing frame ends with this anyhow, but the frames behind the gap were not looked at.
   if (!areAllSeen) endProcessOnCopyError(RVXError::copySourceNotOpened());
   visitExistingFrames(*plan.sequence, [&](const std::string& file) {
     for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
-      const auto copy = attributesOfTarget(destinationFile(plan, k, file));
-      if (copy && sources.contains(copy->identity)) endProcessOnRefusedDestination(k);
+      const std::string path = destinationFile(plan, k, file);
+      const auto copy = attributesOfTarget(path);
+      const bool isTaken = copy && copy->isOnStorage() && !taken.insert(copy->identity).second;
+      // What a link to nothing will create may be the next frame's copy.
+      if (isTaken || (!copy && attributesOfItem(path))) endProcessOnRefusedDestination(k);
     }
   });
 }
@@ -84,8 +87,7 @@ void runCopyPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashLi
   refuseToOverwriteFrames(options, plan);
   uint64_t bytesCopied = 0;
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    // Every index below the file count is in the sequence, so it has a name.
-    bytesCopied += copyFile(options, plan, *sourceFile(options, plan, i), bytesCopied, hashList);
+    bytesCopied += copyFile(options, plan, sourceFile(options, plan, i), bytesCopied, hashList);
   }
   syncDestinationFolders(plan);
 }

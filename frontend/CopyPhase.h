@@ -9,6 +9,8 @@
 //
 // The first failure ends the process; what was copied stays. A copy that comes back with an error prints
 // "ERROR: %s (%di)" (no line end) and ends with the error's code; the others are those of
-// RVXCopyOperationThreaded. A frame whose copy would overwrite another frame's source, through a link, is
-// such an error (201) before anything is copied. Runs on the main thread.
+// RVXCopyOperationThreaded, and 211 or 212 where a destination folder can't be synced at the end. With leave
+// to overwrite, these are such errors before anything is copied: a frame whose copy would overwrite another
+// frame's source or copy, through links, and frames of one name (201), and a gap of kMostMissingFrames (200).
+// Runs on the main thread.
 void runCopyPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList);

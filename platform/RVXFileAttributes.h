@@ -5,9 +5,10 @@
 #include <compare>
 #include <cstdint>
 
-enum class RVXFileType { regular, folder, symbolicLink, fifo, other };
+enum class RVXFileType { regular, folder, symbolicLink, fifo, blockDevice, other };
 
-// What makes two paths name one and the same file.
+// What makes two paths name one and the same file. Of a block device, which may have any number of nodes, it
+// is the device.
 struct RVXFileIdentity {
   dev_t device = 0;
   ino_t inode = 0;
@@ -18,6 +19,11 @@ struct RVXFileAttributes {
   RVXFileType type = RVXFileType::other;
   int64_t size = 0;  // bytes
   RVXFileIdentity identity;
+
+  // True where the page cache holds contents that the storage has, too, or is to have.
+  [[nodiscard]] bool isOnStorage() const {
+    return type == RVXFileType::regular || type == RVXFileType::blockDevice;
+  }
 };
 
 // From what stat(2) and its relatives give.

@@ -16,8 +16,8 @@ std::optional<RVXStorageReader> RVXStorageReader::openForReading(const std::stri
 }
 
 void RVXStorageReader::bypassCache() {
-  mBypassesCache = isRegularFile();
-  mMayBeDirect = mBypassesCache;
+  mBypassesCache = mAttributes.isOnStorage();
+  mMayBeDirect = isRegularFile();  // only these say where they end
   if (mBypassesCache) dropCachedFile(mHandle.descriptor());
 }
 

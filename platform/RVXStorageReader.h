@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "platform/RVXBlock.h"
 #include "platform/RVXFileHandle.h"

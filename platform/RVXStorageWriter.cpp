@@ -3,11 +3,24 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "platform/RVXCacheBypass.h"
+#include "platform/RVXFileSystem.h"
 #include "platform/RVXTransfer.h"
 
 RVXStorageWriter RVXStorageWriter::openForWriting(const std::string& path) {
-  RVXFileHandle handle = RVXFileHandle::openWithoutPeer(path, O_WRONLY | O_CREAT);
+  return openWithFlags(path, O_WRONLY | O_CREAT);
+}
+
+RVXStorageWriter RVXStorageWriter::createForWriting(const std::string& path) {
+  RVXStorageWriter writer = openWithFlags(path, O_WRONLY | O_CREAT | O_EXCL);
+  if (writer.isOpen() || errno != EEXIST || fileExists(path)) return writer;
+  return openForWriting(path);
+}
+
+RVXStorageWriter RVXStorageWriter::openWithFlags(const std::string& path, int flags) {
+  RVXFileHandle handle = RVXFileHandle::openWithoutPeer(path, flags);
   if (handle.isOpen()) ::fcntl(handle.descriptor(), F_SETFL, 0);
   return RVXStorageWriter(std::move(handle));
 }
@@ -24,7 +37,7 @@ std::optional<RVXIOFailure> RVXStorageWriter::truncate() {
 void RVXStorageWriter::bypassCache() {
   const int descriptor = isOpen() ? mHandle.descriptor() : STDIN_FILENO;
   adviseNoReuse(descriptor);
-  mBypassesCache = isOpen() && isRegularFile();
+  mBypassesCache = isOpen() && isOnStorage();
   mWritesUncached = mBypassesCache;
   mSettlesRanges = mBypassesCache && canWriteBackRanges(descriptor);
 }
@@ -56,7 +69,7 @@ std::optional<RVXIOFailure> RVXStorageWriter::settle() {
   return std::nullopt;
 }
 
-bool RVXStorageWriter::isRegularFile() const {
+bool RVXStorageWriter::isOnStorage() const {
   const auto attributes = mHandle.attributes();
-  return attributes && attributes->type == RVXFileType::regular;
+  return attributes && attributes->isOnStorage();
 }

@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "platform/RVXFileHandle.h"
 #include "platform/RVXIOFailure.h"
@@ -14,11 +15,16 @@ class RVXStorageWriter {
  public:
   // The most that may be written and not yet taken by the storage, in bytes: it bounds the memory that a slow
   // destination can bind, keeps progress honest and shows a dying disk early.
-  static constexpr int64_t kMostUnsettled = int64_t{8} * 2 * 1024 * 1024;
+  static constexpr int64_t kMostUnsettled = int64_t{16} * 1024 * 1024;
 
   // Opens the file at `path` for writing, creates it where there is none, and leaves the contents of an
   // existing one alone; isOpen() tells whether that worked. It never waits for a reader of a FIFO.
   static RVXStorageWriter openForWriting(const std::string& path);
+
+  // The same for a file that is not there yet. Where it is, it is left alone and not opened, also when
+  // another process creates it in this very moment; a link to nothing has its target created.
+  static RVXStorageWriter createForWriting(const std::string& path);
+
   [[nodiscard]] bool isOpen() const { return mHandle.isOpen(); }
 
   // Keeps what is written out of the page cache. May be called before isOpen() is asked: where the file is
@@ -42,9 +48,10 @@ class RVXStorageWriter {
   [[nodiscard]] std::optional<RVXIOFailure> close() { return mHandle.close(); }
 
  private:
+  static RVXStorageWriter openWithFlags(const std::string& path, int flags);
   explicit RVXStorageWriter(RVXFileHandle handle) : mHandle(std::move(handle)) {}
   [[nodiscard]] std::optional<RVXIOFailure> settle();
-  [[nodiscard]] bool isRegularFile() const;
+  [[nodiscard]] bool isOnStorage() const;
 
   RVXFileHandle mHandle;
   bool mBypassesCache = false;

@@ -17,8 +17,8 @@ TEST(RVXFileAttributesTest, Types) {
   EXPECT_EQ(typeOfMode(S_IFDIR), RVXFileType::folder);
   EXPECT_EQ(typeOfMode(S_IFLNK), RVXFileType::symbolicLink);
   EXPECT_EQ(typeOfMode(S_IFIFO), RVXFileType::fifo);
-  for (const unsigned mode : {S_IFCHR + 0U, S_IFBLK + 0U, S_IFSOCK + 0U})
-    EXPECT_EQ(typeOfMode(mode), RVXFileType::other);
+  EXPECT_EQ(typeOfMode(S_IFBLK), RVXFileType::blockDevice);
+  for (const unsigned mode : {S_IFCHR + 0U, S_IFSOCK + 0U}) EXPECT_EQ(typeOfMode(mode), RVXFileType::other);
 }
 
 TEST(RVXFileAttributesTest, SizeAndIdentity) {
@@ -29,6 +29,27 @@ TEST(RVXFileAttributesTest, SizeAndIdentity) {
   const RVXFileAttributes attributes = attributesFromStatus(status);
   EXPECT_EQ(attributes.size, 5'000'000'000);
   EXPECT_EQ(attributes.identity, (RVXFileIdentity{7, 8}));
+}
+
+TEST(RVXFileAttributesTest, NodesOfOneBlockDeviceAreOneFile) {
+  struct stat status {};
+  status.st_mode = S_IFBLK | 0600;
+  status.st_rdev = 1793;
+  status.st_dev = 7;
+  status.st_ino = 8;
+  const RVXFileIdentity identity = attributesFromStatus(status).identity;
+  status.st_ino = 9;
+  EXPECT_EQ(attributesFromStatus(status).identity, identity);
+  status.st_rdev = 1794;
+  EXPECT_NE(attributesFromStatus(status).identity, identity);
+}
+
+TEST(RVXFileAttributesTest, OnlyRegularFilesAndBlockDevicesAreOnStorage) {
+  for (const auto type : {RVXFileType::regular, RVXFileType::blockDevice})
+    EXPECT_TRUE((RVXFileAttributes{type, 0, {}}.isOnStorage()));
+  for (const auto type :
+       {RVXFileType::folder, RVXFileType::symbolicLink, RVXFileType::fifo, RVXFileType::other})
+    EXPECT_FALSE((RVXFileAttributes{type, 0, {}}.isOnStorage()));
 }
 
 TEST(RVXFileAttributesTest, IdentityIsDeviceAndInode) {

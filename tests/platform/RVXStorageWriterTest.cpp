@@ -55,6 +55,20 @@ TEST_F(RVXStorageWriterTest, CreatesAnEmptyFile) {
   EXPECT_EQ(readFile(mFile), "");
 }
 
+TEST_F(RVXStorageWriterTest, CreatesOnlyWhatIsNotThere) {
+  EXPECT_TRUE(RVXStorageWriter::createForWriting(mFile).isOpen());
+  EXPECT_EQ(readFile(mFile), "");
+  EXPECT_FALSE(RVXStorageWriter::createForWriting(mFile).isOpen());
+  EXPECT_FALSE(RVXStorageWriter::createForWriting(mFolder.path("no/file")).isOpen());
+}
+
+TEST_F(RVXStorageWriterTest, CreatesTheTargetOfALink) {
+  std::filesystem::create_symlink("target", mFile);
+  EXPECT_TRUE(RVXStorageWriter::createForWriting(mFile).isOpen());
+  EXPECT_EQ(readFile(mFolder.path("target")), "");
+  EXPECT_FALSE(RVXStorageWriter::createForWriting(mFile).isOpen()) << "now it leads to something";
+}
+
 TEST_F(RVXStorageWriterTest, OpeningLeavesAnExistingFileAlone) {
   writeFile(mFile, std::string(100000, 'x'));
   const RVXStorageWriter writer = openBypassing(mFile);

@@ -6,7 +6,7 @@ import signal
 import subprocess
 import time
 
-from support import BLOCK, ProcessTest, coreutils_digest, file_bytes, main, pattern
+from support import BLOCK, LONGEST_RUN, ProcessTest, coreutils_digest, file_bytes, main, pattern
 
 
 class MovieTest(ProcessTest):
@@ -149,6 +149,29 @@ class ExistingDestinationTest(ProcessTest):
         result = self.run_tool("clip.mov", "d/", "./d/")
         self.assert_run(result, 107, "ERROR: File destination #2 (./d/clip.mov) already exists.\n")
 
+    def test_file_that_appears_when_the_copy_is_created_is_left_alone(self):
+        # Another run with the same destination makes it, and may not have written anything yet.
+        self.write("clip.mov", b"movie")
+        for contents in (b"", b"other"):
+            with self.subTest(contents):
+                create = self.script("create", "printf '%s' > d/clip.mov" % contents.decode())
+                result = self.run_tool("clip.mov", "d/", faults=["openw d/clip.mov 1 1 run=" + create])
+                self.assert_run(result, 107, "ERROR: File destination #1 (d/clip.mov) already exists.\n")
+                self.assertEqual(self.tree("d"), {"clip.mov": contents})
+                os.remove(self.path("d/clip.mov"))
+
+    def test_of_two_runs_to_one_destination_one_copies(self):
+        takes = [b"first take", b"second take"]
+        for number, take in enumerate(takes):
+            self.write("card%d/clip.mov" % number, take)
+        for attempt in range(40):
+            folder = "d%d/" % attempt
+            runs = [subprocess.Popen(self.command("card%d/clip.mov" % number, folder), cwd=self.folder,
+                                     env=self.environment(), stdout=subprocess.DEVNULL) for number in range(len(takes))]
+            statuses = [run.wait(timeout=LONGEST_RUN) for run in runs]
+            self.assertEqual(sorted(statuses), [0, 107])
+            self.assertEqual(self.read(folder + "clip.mov"), takes[statuses.index(0)])
+
     def test_existence_follows_links(self):
         self.write("clip.mov", b"movie")
         os.makedirs(self.path("d"))
@@ -200,6 +223,29 @@ class SourceAsDestinationTest(ProcessTest):
         result = self.run_tool("-f", "-s", "a/f_1-3##.dpx", "d1/")
         self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
         self.assertEqual(self.tree("."), before)
+
+    def test_copies_of_two_frames_that_are_one_file(self):
+        self.write_frames("a/f_%02d.dpx", (1, 2, 3))
+        self.write("d1/f_01.dpx", b"old")
+        places = (lambda path: os.link(self.path("d1/f_01.dpx"), path), lambda path: os.symlink("f_01.dpx", path),
+                  lambda path: os.symlink("f_03.dpx", path))  # which isn't there: frame 2 would create it
+        for place in places:
+            place(self.path("d1/f_02.dpx"))
+            before = self.tree(".")
+            for options in (["-f"], ["-f", "-n"]):
+                result = self.run_tool(*options, "-s", "a/f_1-3##.dpx", "d1/")
+                self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
+                self.assertEqual(self.tree("."), before)
+            os.remove(self.path("d1/f_02.dpx"))
+
+    def test_copies_of_two_frames_that_are_one_file_in_two_folders(self):
+        self.write_frames("a/f_%02d.dpx", (1, 2, 3))
+        self.write("d1/f_02.dpx", b"old")
+        os.makedirs(self.path("d2"))
+        os.link(self.path("d1/f_02.dpx"), self.path("d2/f_03.dpx"))
+        result = self.run_tool("-f", "-n", "-s", "a/f_1-3##.dpx", "d1/", "d2/")
+        self.assert_run(result, 201, "ERROR: can't open destination file (#2) (201i)")
+        self.assertEqual(self.read("d1/f_02.dpx"), b"old")
 
     def test_link_onto_itself(self):
         os.symlink("target text", self.path("a/link"))
@@ -283,6 +329,11 @@ class LinkTest(ProcessTest):
         result = self.run_tool("-f", "link", "d/")
         self.assert_run(result, 201, "ERROR: can't open destination file (d/link) (201i)")
         self.assertEqual(self.read("d/link"), b"old")
+
+    def test_link_that_can_not_be_read_is_no_source(self):
+        result = self.run_tool("link", "d/", faults=["readlink =link 1 1 EIO"])
+        self.assert_run(result, 200, "ERROR: can't open source file (200i)")
+        self.assertEqual(self.tree("d"), {})
 
     def test_unverified_link_prints_absent_digests(self):
         self.write("no/such target", b"now it exists")

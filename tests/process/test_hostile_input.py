@@ -263,6 +263,11 @@ class KindTest(StorageTest):
         self.addCleanup(run, "losetup", "--detach", device)
         return device
 
+    def hold_open(self, path):
+        """The last one who closes a device empties its cache; that is not the program now."""
+        descriptor = os.open(path, os.O_RDONLY)
+        self.addCleanup(os.close, descriptor)
+
 
 class SourceKindTest(KindTest):
     """What ends is read until its end. What can't be opened without waiting for somebody is no source."""
@@ -301,6 +306,21 @@ class SourceKindTest(KindTest):
         self.assertEqual(self.read("d/card.img"), pattern(BLOCK + 4096))
         self.assert_list_entries("d/sha1/card.img.sha1", ["SHA1(../%s)= %s" % (
             os.path.basename(device), coreutils_digest("sha1sum", self.path("device.img")))])
+
+    def test_block_device_that_others_use_is_read_twice(self):
+        device = self.loop_device(pattern(2 * BLOCK + 4096))
+        self.hold_open(device)
+        before = self.bytes_read_from(os.path.basename(device))
+        self.assert_run(self.run_tool(device, "d/card.img"), 0, "")
+        self.assertGreaterEqual(self.bytes_read_from(os.path.basename(device)) - before, 2 * (2 * BLOCK + 4096))
+
+    def test_block_device_is_copied_whatever_the_threads_do(self):
+        # It has no size that its bytes could be counted up to. Who starts the threads comes too late to see none.
+        device = self.loop_device(pattern(10 * BLOCK + 4096))
+        wait = self.script("wait", "sleep 0.3")
+        result = self.run_tool(device, "d/card.img", faults=["thread thread 1 * run=" + wait])
+        self.assert_run(result, 0, "")
+        self.assertEqual(self.read("d/card.img"), pattern(10 * BLOCK + 4096))
 
 
 class DestinationKindTest(KindTest):
@@ -371,6 +391,28 @@ class DestinationKindTest(KindTest):
         self.assert_run(self.run_tool("-f", "clip.mov", "d/"), 0, "")
         self.assertEqual(self.read("device.img"), self.read("clip.mov"))
         self.assert_list_entries("d/sha1/clip.mov.sha1", ["SHA1(../clip.mov)= " + self.digest])
+
+    def test_block_device_that_others_use_is_read_back_from_the_storage(self):
+        device = self.loop_device(b"\0" * (BLOCK + 4096))
+        self.make_device(stat.S_IFBLK, os.stat(device).st_rdev)
+        self.hold_open(device)
+        flip = self.script("flip", "printf '\\377' | dd of=device.img bs=1 seek=5000 conv=notrunc status=none")
+        result = self.run_tool("-f", "clip.mov", "d/", faults=["lstat d/clip.mov 1 1 run=" + flip])
+        damaged = bytearray(self.read("clip.mov"))
+        damaged[5000] = 255
+        self.assert_run(result, 109, "INFO: expected hash: %s but got hash: %s.\n" % (
+            self.digest, hashlib.sha1(damaged).hexdigest()) +
+                        "ERROR: verify of destination file #1 (d/clip.mov) failed, wrong hash.\n")
+        self.assert_no_hash_lists()
+
+    def test_one_block_device_is_not_two_copies(self):
+        device = self.loop_device(b"\0" * (BLOCK + 4096))
+        self.make_device(stat.S_IFBLK, os.stat(device).st_rdev)
+        for other in ("d/../d/", "d/other.mov"):
+            if not os.path.exists(self.path("d/other.mov")):
+                os.mknod(self.path("d/other.mov"), stat.S_IFBLK | 0o666, os.stat(device).st_rdev)
+            result = self.run_tool("-f", "-n", "clip.mov", "d/", other)
+            self.assert_run(result, 201, "ERROR: can't open destination file (#2) (201i)")
 
     def test_block_device_that_is_larger(self):
         # What lies behind the copy is read back as well: it is not the movie.

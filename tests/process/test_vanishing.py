@@ -136,7 +136,7 @@ class KilledServerTest(VanishingTest):
 
 
 class ChangedSizeTest(VanishingTest):
-    """A source that changes its size makes the run wait for ever; it never ends with 0."""
+    """A source that changes its size makes the run wait for ever, where the count does not pass the size it had."""
 
     def assert_waits(self, action, bytes_copied):
         change = self.script("change", action)
