@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <ctime>
 
 #include "formats/RVXHashList.h"
+#include "include/Print.h"
 #include "tests/support/Files.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/OutputCapture.h"
 #include "tests/support/Text.h"
 #include "tests/support/Tools.h"
@@ -88,6 +92,17 @@ TEST_F(RVXHashListTest, SecondHeaderLineEndsWithABlank) {
   auto list = RVXHashList::init();
   list.setOriginalFiles("/Volumes/Card/clip_1-100####.dpx");
   EXPECT_EQ(linesOf(written(list)).at(1), "# original file(s): /Volumes/Card/clip_1-100####.dpx ");
+}
+
+TEST_F(RVXHashListTest, ComputerWithoutANameIsAnUnknownHost) {
+  if (!OtherRoot::isAllowed()) GTEST_SKIP() << "to change the root folder needs root";
+  const OtherRoot root;
+  const std::string text = root.outputOf([] {
+    if (::unshare(CLONE_NEWUTS) != 0 || ::sethostname("", 0) != 0) return;
+    RVXHashList::init().writeToFile("/list", true);
+    print("%s", readFile("/list").c_str());
+  });
+  EXPECT_TRUE(text.starts_with("# hash created by rvxvscopy by anna on unknown-hostname 2")) << text;
 }
 
 TEST_F(RVXHashListTest, UserThatIsNotSetIsAQuestionMark) {

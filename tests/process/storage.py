@@ -1,4 +1,4 @@
-"""File systems of the tests' own: images on loop devices, tmpfs, overlays and FUSE, and what the system tells of them."""
+"""File systems of the tests' own: images on loop devices, tmpfs, overlays, FUSE, and what the system tells of them."""
 
 import os
 import shutil

@@ -106,13 +106,14 @@ class ProcessTest(unittest.TestCase):
     def environment(self, faults=None, variables=None):
         return {**program_environment(faults, self.path("faults.log")), **(variables or {})}
 
-    def run_tool(self, *arguments, faults=None, variables=None, timeout=LONGEST_RUN, **options):
+    def run_tool(self, *arguments, faults=None, variables=None, timeout=LONGEST_RUN, stdin=subprocess.DEVNULL,
+                 **options):
         """Runs to the end. With faults, at least one of them must have happened: else the test shows nothing."""
         if faults and os.path.exists(self.path("faults.log")):
             os.remove(self.path("faults.log"))
         run = subprocess.run(
             self.command(*arguments), cwd=self.folder, env=self.environment(faults, variables),
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=timeout, **options)
+            stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=timeout, **options)
         self.assertEqual(run.stderr, b"", "nothing is written to standard error")
         if faults:
             log = self.read("faults.log").decode(errors="surrogateescape")

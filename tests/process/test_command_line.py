@@ -175,6 +175,25 @@ class ProcessSetUpTest(ProcessTest):
                 self.assertNotIn(b"\n", result.output)
                 self.assertEqual(self.read("d/clip.mov"), b"x" * 3000000)
 
+    def test_a_signal_is_reported_where_standard_output_is_full_and_does_not_block(self):
+        self.write("clip.mov", b"movie")
+        reading, writing = os.pipe()
+        size = fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+        os.set_blocking(writing, False)
+        os.write(writing, b"." * size)
+        os.mkfifo(self.path("gate"))
+        faults = ["write d/clip.mov 1 1 run=" + self.script("tell", "echo now > gate"),
+                  "write d/clip.mov 1 1 signal=%d" % signal.SIGSEGV]
+        process = subprocess.Popen(self.command("clip.mov", "d/"), cwd=self.folder, env=self.environment(faults),
+                                   stdout=writing)
+        os.close(writing)
+        self.assertEqual(self.read("gate"), b"now\n")
+        time.sleep(0.5)  # the report finds the pipe full before it is read
+        with open(reading, "rb") as pipe:
+            output = pipe.read()
+        self.assertEqual(process.wait(), 0)
+        self.assertTrue(output[size:].startswith(b"Received signal: SIGSEGV"), output[size:])
+
     def test_kill_can_not_be_caught(self):
         self.assertEqual(self.run_with_signal(signal.SIGKILL).status, -9)
 

@@ -56,10 +56,13 @@ class MovieTest(ProcessTest):
     def test_status_lines_come_while_the_copy_runs(self):
         self.write("clip.mov", pattern(BLOCK + 5))
         pause = self.script("pause", "sleep 1.2")
+        begun = time.monotonic()
         result = self.run_tool("-v", "-o", "0", "clip.mov", "d/", faults=["write d/clip.mov 2 1 run=" + pause])
+        most = (time.monotonic() - begun) / 0.5
         lines = [line for line in result.output.decode().split("\n") if line.startswith("INFO: copied")]
         self.assertEqual(lines[0], "INFO: copied 0 of 2097157 bytes")
         self.assertGreaterEqual(len(lines), 2)
+        self.assertLessEqual(len(lines) - 1, most)
         # The first block counts once it is digested and written, the second not before it is, too.
         self.assertEqual(set(lines[1:]) - {lines[0]}, {"INFO: copied 2097152 of 2097157 bytes"})
 
@@ -421,6 +424,13 @@ class OpenFailureTest(ProcessTest):
             after = subprocess.run(["cat", "/proc/self/fdinfo/0"], stdin=standard_input, stdout=subprocess.PIPE).stdout
             self.assertEqual(after, flags)
             os.close(standard_input)
+
+    def test_cache_request_of_a_failed_open_goes_to_standard_input(self):
+        self.write("clip.mov", b"movie")
+        os.makedirs(self.path("d/clip.mov"))
+        with open(self.write("stdin.txt", b"")) as standard_input:
+            result = self.run_tool("-f", "clip.mov", "d/", stdin=standard_input, faults=["advise stdin.txt 1 1 EIO"])
+        self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
 
 
 class WriteFailureTest(ProcessTest):

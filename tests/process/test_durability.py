@@ -64,7 +64,8 @@ class BitRotTest(StorageTest):
         self.assertEqual(result.status, 109)
         expected = coreutils_digest("sha1sum", self.path("clip.mov"))
         self.assertRegex(result.output.decode(), r"\AINFO: expected hash: %s but got hash: [0-9a-f]{40}\.\n"
-                         r"ERROR: verify of destination file #2 \(disk/d2/clip\.mov\) failed, wrong hash\.\n\Z" % expected)
+                         r"ERROR: verify of destination file #2 \(disk/d2/clip\.mov\) failed, wrong hash\.\n\Z" %
+                         expected)
         self.assert_no_hash_lists()
 
     def test_ext4(self):
@@ -196,7 +197,8 @@ class BrokenFileSystemTest(StorageTest):
         for options in ([], ["-n"], ["-o", "0"]):
             with self.subTest(options):
                 os.makedirs(self.path("disk/d"), exist_ok=True)
-                result = self.run_tool(*options, "clip.mov", "disk/d/", faults=["fdatasync d/clip.mov 1 1 run=" + breaking])
+                result = self.run_tool(*options, "clip.mov", "disk/d/",
+                                       faults=["fdatasync d/clip.mov 1 1 run=" + breaking])
                 self.assert_run(result, 211, "ERROR: unexpected EROFS during write: Read-only file system\n"
                                 "ERROR: failed writing to disk/d/\n")
                 self.unmount("disk")
@@ -217,7 +219,7 @@ class KilledTest(StorageTest):
         self.assert_run(self.run_tool("clip.mov", "d/"), 0, "")
         old = self.read("d/sha1/clip.mov.sha1")
         new = re.compile(rb"# hash created by rvxvscopy by anna on [^\n]*\n# original file\(s\): clip.mov \n"
-                         rb"SHA1\(\.\./clip.mov\)= " + coreutils_digest("sha1sum", self.path("clip.mov")).encode() + b"\n")
+                         rb"SHA1\(\.\./clip.mov\)= %s\n" % coreutils_digest("sha1sum", self.path("clip.mov")).encode())
         self.assertIsNotNone(new.fullmatch(old))
         begun = time.monotonic()
         self.assert_run(self.run_tool("-f", "clip.mov", "d/"), 0, "")

@@ -101,6 +101,14 @@ class HashListFailureTest(ProcessTest):
                                 "ERROR: Can't write hash file (d/sha1/clip.mov.sha1).\n")
                 self.assertEqual(self.tree("d/sha1"), {"clip.mov.sha1": b"an old list"})
 
+    def test_list_whose_folder_can_not_be_synced_is_there_and_whole(self):
+        self.write("d/sha1/clip.mov.sha1", b"an old list")
+        result = self.run_tool("clip.mov", "d/", faults=["fsync =*/d/sha1 1 1 EIO"])
+        self.assert_run(result, 115, "ERROR: couldn't write hash file to d/sha1/clip.mov.sha1\n"
+                        "ERROR: Can't write hash file (d/sha1/clip.mov.sha1).\n")
+        self.assert_checks("d/sha1/clip.mov.sha1")
+        self.assertEqual(os.listdir(self.path("d/sha1")), ["clip.mov.sha1"])
+
     def test_name_too_long_for_its_extension_ends_with_115(self):
         name = "n" * 252
         self.write(name, b"movie")

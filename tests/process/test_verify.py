@@ -1,5 +1,6 @@
 import hashlib
 import os
+import time
 
 from support import CHUNK, ProcessTest, coreutils_digest, main, pattern
 
@@ -114,6 +115,12 @@ class ReadFailureTest(ProcessTest):
         result = self.run_tool("clip.mov", "d/", faults=["read d/clip.mov %d 1 EIO" % nth for nth in (1, 3, 5)])
         self.assert_run(result, 0, "".join(map(self.first_lines, (0, CHUNK, 2 * CHUNK))))
 
+    def test_file_that_ends_with_a_full_chunk_is_read_once_more(self):
+        self.write("clip.mov", pattern(CHUNK))
+        result = self.run_tool("clip.mov", "d/", faults=["read d/clip.mov 2 1 EIO"])
+        self.assert_run(result, 0, self.first_lines(CHUNK))
+        self.assert_checks("d/sha1/clip.mov.sha1")
+
     def test_second_failure_ends_with_109_and_names_the_first(self):
         for nth, position in ((1, 0), (2, CHUNK), (3, 2 * CHUNK)):
             with self.subTest(nth):
@@ -150,6 +157,17 @@ class ProgressTest(ProcessTest):
         lines = [line for line in result.output.decode().split("\n") if line.endswith("of path d")]
         self.assertEqual(lines, ["INFO: verified %d of 8388613 bytes of path d" % size
                                  for size in (CHUNK, 2 * CHUNK, 2 * CHUNK + 5)])
+
+    def test_lines_come_at_most_twice_a_second(self):
+        self.write("clip.mov", pattern(7 * CHUNK + 5))
+        pause = self.script("pause", "sleep 0.1")
+        begun = time.monotonic()
+        result = self.run_tool("-v", "clip.mov", "d/", faults=["read d/clip.mov 1 7 run=" + pause])
+        most = (time.monotonic() - begun) / 0.5
+        for folder in ("d", ""):
+            lines = [line for line in result.output.decode().split("\n") if line.endswith(" of path " + folder)]
+            self.assertEqual(lines[-1], "INFO: verified 29360133 of 29360133 bytes of path " + folder)
+            self.assertLessEqual(len(lines) - 1, most)
 
 
 if __name__ == "__main__":
