@@ -35,11 +35,10 @@ bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& iden
   return attributes && attributes->identity == identity;
 }
 
-// True when the very item at `path` is the item at `otherPath`.
-bool isSameItem(const std::string& path, const std::string& otherPath) {
+// True when the very item at `path` is the item `identity`.
+bool isItem(const std::string& path, const RVXFileIdentity& identity) {
   const auto attributes = attributesOfItem(path);
-  const auto otherAttributes = attributesOfItem(otherPath);
-  return attributes && otherAttributes && attributes->identity == otherAttributes->identity;
+  return attributes && attributes->identity == identity;
 }
 
 }  // namespace
@@ -59,7 +58,7 @@ std::unique_ptr<RVXCopyOperationThreaded> RVXCopyOperationThreaded::initWithSour
 void RVXCopyOperationThreaded::main() {
   const auto attributes = attributesOfItem(mSourcePath);
   if (!attributes) return fail(RVXError::copySourceNotOpened());
-  if (attributes->type == RVXFileType::symbolicLink) return copyLink();
+  if (attributes->type == RVXFileType::symbolicLink) return copyLink(attributes->identity);
   mFileSize = attributes->size;
   if (openSource() && openDestinations()) copyFile();
   mBufferManager.reset();
@@ -72,13 +71,13 @@ std::optional<std::string> RVXCopyOperationThreaded::hash() const {
   return std::nullopt;
 }
 
-void RVXCopyOperationThreaded::copyLink() {
+void RVXCopyOperationThreaded::copyLink(const RVXFileIdentity& source) {
   const auto target = linkTarget(mSourcePath);
   if (!target) return fail(RVXError::copySourceNotOpened());
   for (size_t i = 0; i < mDestPaths.size(); ++i) {
     if (isDiscarded(i)) continue;
     const std::string path = destinationFile(i);
-    if (isSameItem(path, mSourcePath)) return fail(RVXError::copyLinkNotCreated(path));
+    if (isItem(path, source)) return fail(RVXError::copyLinkNotCreated(path));
   }
   for (size_t i = 0; i < mDestPaths.size(); ++i) {
     if (isDiscarded(i)) continue;
@@ -115,13 +114,13 @@ bool RVXCopyOperationThreaded::openDestinations() {
 
 bool RVXCopyOperationThreaded::openDestination(size_t i) {
   const std::string path = destinationFile(i);
-  if (!isDiscarded(i)) endProcessIfExists(path, i);
+  endProcessIfExists(path, i);
   // Another run that was given the same path creates it now, or this one does; never both.
   RVXStorageWriter file = mForceOverwrite || isDiscarded(i) ? RVXStorageWriter::openForWriting(path)
                                                             : RVXStorageWriter::createForWriting(path);
   // In this order: the cache request is made before anybody knows whether the file could be opened.
   file.bypassCache();
-  if (!file.isOpen() && !isDiscarded(i)) endProcessIfExists(path, i);
+  if (!file.isOpen()) endProcessIfExists(path, i);
   if (!file.isOpen() || !mayBeOverwritten(file) || file.truncate()) {
     fail(RVXError::copyDestinationNotOpened(numberOf(i)));
     return false;
@@ -277,7 +276,7 @@ void RVXCopyOperationThreaded::fail(RVXError error) {
 }
 
 void RVXCopyOperationThreaded::endProcessIfExists(const std::string& path, size_t i) const {
-  if (mForceOverwrite || !fileExists(path)) return;
+  if (mForceOverwrite || isDiscarded(i) || !fileExists(path)) return;
   print("ERROR: File destination #%u (%s) already exists.\n", numberOf(i), path.c_str());
   endProcess(ExitStatus::destinationFileExists);
 }

@@ -82,7 +82,7 @@ class RVXCopyOperationThreaded {
 
   RVXCopyOperationThreaded() = default;
 
-  void copyLink();
+  void copyLink(const RVXFileIdentity& source);
   void copyFile();
   bool openSource();
   bool openDestinations();

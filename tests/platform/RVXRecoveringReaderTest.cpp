@@ -120,8 +120,10 @@ TEST_F(RVXRecoveringReaderTest, IdentityIsThatOfTheOpenFile) {
   const auto identity = attributesOfItem(mPath).value().identity;
   auto reader = open();
   EXPECT_EQ(reader.identity(), identity);
+  EXPECT_TRUE(reader.isRegularFile());
   reader.close();
   EXPECT_FALSE(reader.identity().has_value());
+  EXPECT_FALSE(reader.isRegularFile());
 }
 
 TEST_F(RVXRecoveringReaderTest, ClosedReaderGivesNothing) {

@@ -9,7 +9,6 @@ import os
 import random
 import shlex
 import shutil
-import signal
 import subprocess
 import sys
 import time
@@ -81,7 +80,8 @@ class FuseStorage(Storage):
 
     def end_job(self):
         run("umount", self.folder)
-        self.server.send_signal(signal.SIGTERM)
+        # Asked to end, it would unmount what lies below as well where another process still sees its file system.
+        self.server.kill()
         self.server.wait(timeout=60)
         return fired_faults(self.log)
 

@@ -77,6 +77,11 @@ class DestinationTest(ProcessTest):
         self.assert_run(result, 101, "ERROR: Can't create destination folder #2 (mnt/backup/).\n")
         self.assertEqual(self.tree("ok"), {}, "earlier folders stay, nothing is copied")
 
+    def test_folders_that_can_not_be_examined_up_to_the_root_end_with_101(self):
+        folder = self.path("mnt") + "/"
+        result = self.run_tool("V/CARD/DCIM/A001/clip.mov", folder, faults=["stat =/* 1 * EIO"])
+        self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (%s).\n" % folder)
+
     def test_folder_that_is_a_file_ends_with_101(self):
         self.write("mnt", b"a file")
         result = self.run_tool("V/CARD/DCIM/A001/clip.mov", "mnt/")
