@@ -85,6 +85,7 @@ size_t writeCallStack(std::span<char> text) {
 void writeToStandardOutput(std::span<const char> text) {
   const int interruptedErrno = errno;
   while (!text.empty()) {
+    errno = 0;  // what a write that takes nothing leaves as it is
     const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
     if (written > 0) {
       text = text.subspan(static_cast<size_t>(written));
