@@ -22,7 +22,8 @@ class RVXStorageWriter {
   static RVXStorageWriter openForWriting(const std::string& path);
 
   // The same for a file that is not there yet. Where it is, it is left alone and not opened, also when
-  // another process creates it in this very moment; a link to nothing has its target created.
+  // another process creates it in this very moment. A link to nothing has its target created; what can't be
+  // examined counts as one.
   static RVXStorageWriter createForWriting(const std::string& path);
 
   [[nodiscard]] bool isOpen() const { return mHandle.isOpen(); }

@@ -12,10 +12,10 @@
 //           match (fnmatch); or *
 //   NTH     the matching call, from 1, at which it begins
 //   COUNT   how many calls it lasts, 0 to only log them, or * for ever
-//   EFFECT  the name of an errno; short (half of the transfer); lie (a call that claims
-//           success and does nothing); run=COMMAND (runs it with sh before the call, which then succeeds, but
-//           when a thread was started; no ";" or blank in it: name a script); signal=NUMBER (the calling
-//           thread raises it before the call)
+//   EFFECT  the name of an errno; short (half of the transfer); lie (a call that claims success and does
+//           nothing); run=COMMAND (runs it with sh before the call, of thread behind it, which then
+//           succeeds; no ";" or blank in it: name a script); signal=NUMBER (the calling thread raises it
+//           before the call)
 //
 // A rule that isn't understood ends the program at once: a test must not pass because its fault never
 // happened.
