@@ -2,7 +2,7 @@
 
 #include <sys/mman.h>
 
-#include <cerrno>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -11,6 +11,14 @@
 #include "platform/RVXMutex.h"
 
 namespace {
+
+// A device takes so many pieces of memory in one request. In huge pages a block has one or two, and its
+// direct transfer is one request instead of several: with 4 MiB from ext4 a quarter as many.
+constexpr size_t kHugePage = size_t{2} * 1024 * 1024;
+
+size_t inWholeHugePages(size_t capacity) {
+  return (capacity + kHugePage - 1) / kHugePage * kHugePage;
+}
 
 // The memory of destroyed blocks, all of one capacity. A run works with one capacity at a time (that of the
 // copy, then that of the verification), so memory of the former one is given back when the next is asked for.
@@ -35,20 +43,37 @@ class RVXBlockMemory {
     if (capacity == mCapacity) {
       mFree.push_back(memory);
     } else {
-      ::munmap(memory, capacity);
+      unmap(memory, capacity);
     }
   }
 
  private:
   static std::byte* map(size_t capacity) {
-    void* const memory =
-        ::mmap(nullptr, capacity, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED) endProcessWithout("memory", failureFromErrno().reason.c_str());
-    return static_cast<std::byte*>(memory);
+    const size_t length = inWholeHugePages(capacity);
+    void* const mapped =
+        ::mmap(nullptr, length + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) endProcessWithout("memory", failureFromErrno().reason.c_str());
+    std::byte* const memory = cutToHugePages(static_cast<std::byte*>(mapped), length);
+    // Only a wish: without huge pages the memory is as good, but slower.
+    ::madvise(memory, length, MADV_HUGEPAGE);
+    return memory;
   }
 
+  // Gives back what a mapping of `length` and one huge page more has before and behind whole huge pages.
+  static std::byte* cutToHugePages(std::byte* mapped, size_t length) {
+    void* start = mapped;
+    size_t space = length + kHugePage;
+    std::align(kHugePage, length, start, space);
+    auto* const memory = static_cast<std::byte*>(start);
+    ::munmap(mapped, static_cast<size_t>(memory - mapped));
+    ::munmap(memory + length, space - length);
+    return memory;
+  }
+
+  static void unmap(std::byte* memory, size_t capacity) { ::munmap(memory, inWholeHugePages(capacity)); }
+
   void releaseAll() RVX_REQUIRES(mLock) {
-    for (std::byte* const memory : mFree) ::munmap(memory, mCapacity);
+    for (std::byte* const memory : mFree) unmap(memory, mCapacity);
     mFree.clear();
   }
 

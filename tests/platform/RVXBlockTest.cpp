@@ -1,7 +1,12 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -11,6 +16,29 @@
 namespace {
 
 constexpr size_t kCapacity = 65536;
+constexpr size_t kHugePage = size_t{2} << 20U;
+
+// What the system says of the mapping that holds an address: the flags of proc(5), two letters each.
+std::string mappingFlags(const std::byte* address) {
+  const auto wanted = reinterpret_cast<uintptr_t>(address);
+  std::ifstream mappings("/proc/self/smaps");
+  bool isIn = false;
+  for (std::string line; std::getline(mappings, line);) {
+    std::istringstream words(line);
+    uintptr_t start = 0;
+    uintptr_t end = 0;
+    char dash = 0;
+    if (words >> std::hex >> start >> dash >> end && dash == '-') isIn = start <= wanted && wanted < end;
+    if (isIn && line.starts_with("VmFlags:")) return line + " ";
+  }
+  return "";
+}
+
+size_t addressSpaceInUse() {
+  size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  return pages * static_cast<size_t>(::sysconf(_SC_PAGESIZE));
+}
 
 }  // namespace
 
@@ -34,6 +62,28 @@ TEST(RVXBlockTest, MemoryIsAlignedForDirectTransfers) {
     blocks.push_back(RVXBlock::withCapacity(kCapacity));
     EXPECT_EQ(reinterpret_cast<uintptr_t>(blocks.back().storage().data()) % 4096, 0U);
   }
+}
+
+TEST(RVXBlockTest, MemoryIsAskedForInHugePages) {
+  if (!std::filesystem::exists("/sys/kernel/mm/transparent_hugepage")) {
+    GTEST_SKIP() << "skipped: the kernel has no transparent huge pages";
+  }
+  std::vector<RVXBlock> blocks;
+  for (int i = 0; i < 3; ++i) {
+    blocks.push_back(RVXBlock::withCapacity(2 * kHugePage));
+    std::byte* const memory = blocks.back().storage().data();
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(memory) % kHugePage, 0U);
+    EXPECT_NE(mappingFlags(memory).find(" hg "), std::string::npos) << mappingFlags(memory);
+    EXPECT_NE(mappingFlags(memory + 2 * kHugePage - 1).find(" hg "), std::string::npos);
+  }
+}
+
+TEST(RVXBlockTest, BlocksTakeNoMoreAddressesThanTheyHold) {
+  constexpr size_t kCount = 50;
+  const size_t before = addressSpaceInUse();
+  std::vector<RVXBlock> blocks(kCount);
+  for (RVXBlock& block : blocks) block = RVXBlock::withCapacity(2 * kHugePage);
+  EXPECT_LT(addressSpaceInUse() - before, (kCount + 1) * 2 * kHugePage);
 }
 
 TEST(RVXBlockTest, LengthTellsWhatHoldsData) {
