@@ -28,21 +28,33 @@ std::vector<std::string> filenamesAtDestinations(const CopyPlan& plan, const std
   endProcessOnCopyError(RVXError::copyDestinationNotOpened(static_cast<unsigned>(k + 1)));
 }
 
-// Each copy operation looks after its own source and its own copies; that a copy is no other frame's source,
-// nor another frame's copy ("day_1-3##/clip.mov", or links), is seen only here. Without the leave to
-// overwrite, nothing that exists is touched anyhow.
-void refuseToOverwriteFrames(const CopyJobOptions& options, const CopyPlan& plan) {
-  if (!plan.sequence || !options.forceOverwrite) return;
-  std::set<RVXFileIdentity> taken;
+// "day_1-3##/clip.mov": every frame's copy would be the one before.
+void refuseFramesOfOneName(const RVXFileSequence& sequence) {
   std::string previousName;
-  const bool areAllSeen = visitExistingFrames(*plan.sequence, [&](const std::string& file) {
+  visitExistingFrames(sequence, [&](const std::string& file) {
     const std::string name = lastPathComponent(file);
     if (name == previousName) endProcessOnRefusedDestination(0);
     previousName = name;
-    if (const auto source = attributesOfTarget(file)) taken.insert(source->identity);
+  });
+}
+
+std::set<RVXFileIdentity> filesOfFrames(const RVXFileSequence& sequence) {
+  std::set<RVXFileIdentity> files;
+  const bool areAllSeen = visitExistingFrames(sequence, [&](const std::string& file) {
+    if (const auto source = attributesOfTarget(file)) files.insert(source->identity);
   });
   // A run with a missing frame ends with this anyhow, but the frames behind the gap were not looked at.
   if (!areAllSeen) endProcessOnCopyError(RVXError::copySourceNotOpened());
+  return files;
+}
+
+// Each copy operation looks after its own source and its own copies; that a copy is no other frame's source,
+// nor another frame's copy, is seen only here. Without the leave to overwrite, nothing that exists is touched
+// anyhow.
+void refuseToOverwriteFrames(const CopyJobOptions& options, const CopyPlan& plan) {
+  if (!plan.sequence || !options.forceOverwrite) return;
+  refuseFramesOfOneName(*plan.sequence);
+  std::set<RVXFileIdentity> taken = filesOfFrames(*plan.sequence);
   visitExistingFrames(*plan.sequence, [&](const std::string& file) {
     for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
       const std::string path = destinationFile(plan, k, file);
