@@ -70,11 +70,16 @@ std::string RVXGenerateChecksumOperation::fileChecksum(RVXRecoveringReader& read
     RVXBlock& chunk = chunks[i];
     reader.read(chunk, recovery);
     digestQueue.waitUntilAllOperationsAreFinished();
-    digestQueue.addOperation([&digest, &chunk] {
+    const auto update = [&digest, &chunk] {
       if (digest) digest->update(chunk.bytes());
-    });
+    };
     bytesRead += chunk.length();
-    if (chunk.length() != kChunkSize) break;
+    if (chunk.length() != kChunkSize) {
+      // Nothing is read beside it, and starting a thread would take longer than to digest a small frame.
+      digestQueue.addLastOperation(update);
+      break;
+    }
+    digestQueue.addOperation(update);
   }
   digestQueue.waitUntilAllOperationsAreFinished();
   if (mVerbose) printProgress(bytesRead);

@@ -13,13 +13,16 @@ void RVXOperationQueue::addOperation(std::function<void()> operation) {
   bool needsWorker = false;
   {
     const RVXConditionLock lock(mCondition);
-    mWaiting.push_back(std::move(operation));
-    ++mUnfinished;
+    enqueue(std::move(operation));
     needsWorker = takesAnotherWorker();
     if (needsWorker) ++mIdleWorkers;
-    mCondition.broadcast();
   }
   if (needsWorker) mWorkers.emplace_back([this] { work(); });
+}
+
+void RVXOperationQueue::addLastOperation(std::function<void()> operation) {
+  const RVXConditionLock lock(mCondition);
+  enqueue(std::move(operation));
 }
 
 void RVXOperationQueue::waitUntilAllOperationsAreFinished() {
@@ -31,6 +34,12 @@ void RVXOperationQueue::waitUntilAllOperationsAreFinished() {
       runNext();
     }
   }
+}
+
+void RVXOperationQueue::enqueue(std::function<void()> operation) {
+  mWaiting.push_back(std::move(operation));
+  ++mUnfinished;
+  mCondition.broadcast();
 }
 
 bool RVXOperationQueue::takesAnotherWorker() {

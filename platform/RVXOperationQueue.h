@@ -12,7 +12,8 @@
 // operations as well, so that a thread less is needed, and one wake-up less for each operation.
 //
 // Its user sets no limit on how many run at once. The queue itself runs at most kMostAtOnce; further
-// operations wait their turn, in order. The first operation starts at once, also without the wait.
+// operations wait their turn, in order. The first one added with addOperation() starts at once, also without
+// the wait.
 class RVXOperationQueue {
  public:
   // Three checksum readers hold 24 MiB of chunks, which with the rest of the process stays below 32 MiB
@@ -29,9 +30,14 @@ class RVXOperationQueue {
   // has finished. What it does is visible to the adder after the next wait.
   void addOperation(std::function<void()> operation) RVX_EXCLUDES(mCondition);
 
+  // The same for one that the adder is about to wait for, with nothing to do until then: no worker is started
+  // for it. It runs in that wait, or sooner where a worker is idle.
+  void addLastOperation(std::function<void()> operation) RVX_EXCLUDES(mCondition);
+
   void waitUntilAllOperationsAreFinished() RVX_EXCLUDES(mCondition);
 
  private:
+  void enqueue(std::function<void()> operation) RVX_REQUIRES(mCondition);
   void work() RVX_EXCLUDES(mCondition);
   bool takesAnotherWorker() RVX_REQUIRES(mCondition);
   void runNext() RVX_REQUIRES(mCondition);

@@ -41,6 +41,36 @@ TEST_F(RVXOperationQueueTest, FirstOperationRunsOnAnotherThreadWithoutAWait) {
   EXPECT_NE(id.load(), std::this_thread::get_id());
 }
 
+TEST_F(RVXOperationQueueTest, LastOperationOfAQueueWithoutAWorkerRunsInTheWait) {
+  std::thread::id id;
+  RVXOperationQueue queue;
+  queue.addLastOperation([&] { id = std::this_thread::get_id(); });
+  queue.waitUntilAllOperationsAreFinished();
+  EXPECT_EQ(id, std::this_thread::get_id());
+}
+
+TEST_F(RVXOperationQueueTest, LastOperationRunsBehindTheOthersAndOnce) {
+  int runs = 0;  // not atomic on purpose
+  RVXOperationQueue queue;
+  for (int i = 0; i < 100; ++i) {
+    queue.addOperation([&] { ++runs; });
+    queue.waitUntilAllOperationsAreFinished();
+    queue.addLastOperation([&] { runs *= 2; });
+    queue.waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(runs, 2);
+    runs = 0;
+  }
+}
+
+TEST_F(RVXOperationQueueTest, EndOfTheQueueWaitsForALastOperation) {
+  bool isRun = false;
+  {
+    RVXOperationQueue queue;
+    queue.addLastOperation([&] { isRun = true; });
+  }
+  EXPECT_TRUE(isRun);
+}
+
 TEST_F(RVXOperationQueueTest, WaitingThreadRunsWhatNoWorkerHasBegun) {
   std::promise<void> mayEnd;
   const std::shared_future<void> theEnd = mayEnd.get_future().share();
