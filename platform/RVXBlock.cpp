@@ -12,8 +12,8 @@
 
 namespace {
 
-// A device takes so many pieces of memory in one request. In huge pages a block has one or two, and its
-// direct transfer is one request instead of several: with 4 MiB from ext4 a quarter as many.
+// A device takes only so many pieces of memory in one request. In huge pages a block has one or two, and its
+// direct transfer is one request instead of several: with 4 MiB from ext4 one instead of four.
 constexpr size_t kHugePage = size_t{2} * 1024 * 1024;
 
 size_t inWholeHugePages(size_t capacity) {
