@@ -14,8 +14,8 @@ namespace {
 
 // Two cores, of which the MD5 digest alone fills one; a movie of 1 GiB to two destinations. On a tmpfs its
 // copy takes 2.01 s with 0, 1.93 s with 5, 1.87 s with 7 and 1.83 s with 10. But beside two programs that use
-// all they get, the whole run on a disk takes 5.6 s with 7 and 6.8 s with 10. (Medians of nine or more, and
-// of five.)
+// all they get, the whole run on a disk takes 5.4 to 5.6 s with 7 and 6.0 to 6.8 s with 10. (Medians of nine
+// or more, and of five.)
 constexpr int kYieldingNiceness = 7;
 
 void yieldToOthers() {
