@@ -197,41 +197,53 @@ class Limit:
     """What the machine could do at best, measured now."""
 
     def __init__(self, workload, is_disk):
-        self.md5, self.sha1 = self.digest_speed("md5"), self.digest_speed("sha1")
+        digests = ("md5", "sha1")
+        # Two speeds, for all cores together may do less than each of them alone.
+        self.of_one_core = {name: self.digest_speed(name, 1) for name in digests}
+        self.of_all_cores = {name: self.digest_speed(name, CORES) for name in digests}
         sample = os.path.join(workload.top, "sample")
         size = min(workload.total, 512 * MIB) // (2 * MIB) or 1
-        data = os.path.join(workload.top, "zeros")
+        data = os.path.join(workload.top, "data")
         flags = ["direct"] if is_disk else []
         shell("dd if=/dev/urandom of='%s' bs=2M count=%d" % (data, size))
         os.sync()
-        # CPU of one read and one write, each less the other half of its dd.
-        self.read_cpu, self.read_time = self.transfer(data, "/dev/null", size, [], flags)
+        # CPU of one read and one write, each with the other half of its dd.
+        if is_disk:
+            self.read_cpu, self.read_time = self.transfer(data, "/dev/null", size, [], flags)
+        else:
+            # The first read of what was just written, as the verification's is: later ones cost less.
+            self.read_cpu, self.read_time = self.transfer(sample, "/dev/null", size, [], [],
+                                                          lambda: shutil.copyfile(data, sample))
         self.write_cpu, self.write_time = self.transfer("/dev/zero", sample, size, flags, [])
         os.remove(data)
         os.remove(sample)
 
     @staticmethod
-    def digest_speed(name):
-        """Bytes a second on one core."""
-        text = subprocess.run(["openssl", "speed", "-evp", name, "-bytes", str(2 * MIB), "-seconds", "1"],
-                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout.decode()
+    def digest_speed(name, cores):
+        """Bytes a second."""
+        text = subprocess.run(["openssl", "speed", "-multi", str(cores), "-evp", name, "-bytes", str(2 * MIB),
+                               "-seconds", "1"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout.decode()
         return float(re.findall(r"([\d.]+)k\s*$", text)[-1]) * 1000
 
     @staticmethod
-    def transfer(source, target, count, output_flags, input_flags):
+    def transfer(source, target, count, output_flags, input_flags, prepare=lambda: None):
         """Seconds of CPU and of the clock for each byte; medians, as the contenders' are, for the disk is shared."""
         command = ["dd", "if=" + source, "of=" + target, "bs=2M", "count=%d" % count, "status=none"]
         command += ["oflag=" + flag for flag in output_flags] + ["iflag=" + flag for flag in input_flags]
-        clocks, cpus = zip(*(timed(lambda: subprocess.run(command, check=True)) for _ in range(5)))
+        times = []
+        for _ in range(5):
+            prepare()
+            times.append(timed(lambda: subprocess.run(command, check=True)))
+        clocks, cpus = zip(*times)
         return statistics.median(cpus) / (count * 2 * MIB), statistics.median(clocks) / (count * 2 * MIB)
 
     def seconds(self, workload, algorithm, is_disk):
         size, copies = workload.total, workload.destinations
-        digest = 1 / (self.md5 if algorithm == "md5" else self.sha1)
-        one_file = max(workload.sizes)
-        all_work = 1 / self.md5 + 1 / self.sha1 + self.read_cpu + copies * self.write_cpu
-        copy = max(size / self.md5, size * all_work / CORES)
-        verify = max(one_file * digest, size * (copies + 1) * (digest + self.read_cpu) / CORES)
+        both_digests = sum(1 / speed for speed in self.of_all_cores.values())
+        copying = (self.read_cpu + copies * self.write_cpu) / CORES
+        copy = max(size / self.of_one_core["md5"], size * (both_digests + copying))
+        digest_and_read = 1 / self.of_all_cores[algorithm] + self.read_cpu / CORES
+        verify = max(max(workload.sizes) / self.of_one_core[algorithm], size * (copies + 1) * digest_and_read)
         if is_disk:
             copy = max(copy, size * (self.read_time + copies * self.write_time))
             verify = max(verify, size * (copies + 1) * self.read_time)
@@ -239,7 +251,7 @@ class Limit:
 
 
 def measure(workload, runners, rounds, is_disk):
-    """Median seconds, CPU seconds for each contender, and of the limit for either digest."""
+    """Seconds and CPU seconds of each contender, and the limit for either digest, of every round."""
     workload.make()
     seconds = {name: [] for name in runners}
     cpu = {name: [] for name in runners}
@@ -265,21 +277,22 @@ def measure(workload, runners, rounds, is_disk):
                 os.sync()
     finally:
         workload.remove()
-    return ({name: statistics.median(values) for name, values in seconds.items()},
-            {name: statistics.median(values) for name, values in cpu.items()},
-            {name: statistics.median(values) for name, values in limits.items()})
+    return seconds, cpu, limits
 
 
 def print_table(workload, seconds, cpu, limits):
+    """Medians of the rounds; a ratio is one of a round's seconds to the same round's limit."""
     print("\n### %s\n" % workload.name)
-    print("| contender | seconds | times the limit | CPU seconds |")
-    print("|---|---|---|---|")
-    for algorithm, value in limits.items():
-        print("| the limit, %s | %.2f | 1.00 | |" % (algorithm, value))
-    for name in sorted(seconds, key=seconds.get):
+    print("| contender | seconds | times the limit | lowest to highest | CPU seconds |")
+    print("|---|---|---|---|---|")
+    for algorithm, values in limits.items():
+        print("| the limit, %s | %.2f | 1.00 | | |" % (algorithm, statistics.median(values)))
+    for name in sorted(seconds, key=lambda name: statistics.median(seconds[name])):
         algorithm = "sha1" if "sha1" in name or "shim" in name else "md5"
-        print("| %s | %.2f | %.2f | %.2f |" % (name.replace("|", "\\|"), seconds[name],
-                                               seconds[name] / limits[algorithm], cpu[name]))
+        ratios = [one / limit for one, limit in zip(seconds[name], limits[algorithm])]
+        print("| %s | %.2f | %.2f | %.2f to %.2f | %.2f |" % (
+            name.replace("|", "\\|"), statistics.median(seconds[name]), statistics.median(ratios),
+            min(ratios), max(ratios), statistics.median(cpu[name])))
     sys.stdout.flush()
 
 
@@ -304,22 +317,21 @@ def main():
     parser.add_argument("--rvxcopy", default=os.path.join(REPOSITORY, "build/run/rvxcopy"))
     parser.add_argument("--shim", default=os.path.join(REPOSITORY, "build/release/tests/librvx_fault_shim.so"))
     parser.add_argument("--only", help="only the contenders whose name contains this")
-    parser.add_argument("--csv", help="also write the medians to this file")
+    parser.add_argument("--csv", help="also write every round's times to this file")
     parser.add_argument("workload", nargs="*")
     arguments = parser.parse_args()
 
-    runners = {name: runner for name, runner in contenders(arguments.rvxcopy).items()
-               if not arguments.only or arguments.only in name}
     rows = []
     known = workloads(arguments.disk, arguments.memory)
     for name in arguments.workload or known:
         workload, is_disk = known[name]
-        mine = dict(runners)
+        runners = contenders(arguments.rvxcopy)
         if name == "small-frames-disk" and os.path.exists(arguments.shim):
-            mine.update(without_syncs(arguments.rvxcopy, arguments.shim))
-        seconds, cpu, limits = measure(workload, mine, arguments.rounds, is_disk)
+            runners.update(without_syncs(arguments.rvxcopy, arguments.shim))
+        runners = {name: runner for name, runner in runners.items() if not arguments.only or arguments.only in name}
+        seconds, cpu, limits = measure(workload, runners, arguments.rounds, is_disk)
         print_table(workload, seconds, cpu, limits)
-        rows += [(name, contender, seconds[contender], cpu[contender]) for contender in seconds]
+        rows += [(name, contender, *one) for contender in seconds for one in zip(seconds[contender], cpu[contender])]
     if arguments.csv:
         with open(arguments.csv, "w", newline="") as file:
             csv.writer(file).writerows([("workload", "contender", "seconds", "cpu_seconds"), *rows])
