@@ -77,8 +77,8 @@ void reportResults(const CopyJobOptions& options, const CopyPlan& plan, const st
     }
     if (!options.verbose) continue;
     if (plan.sequence) {
-      print("verify of %s file %d of %lu of sequence #%d (%s) ok.\n", label, static_cast<int>(i + 1),
-            static_cast<unsigned long>(plan.fileCount), place, path.c_str());
+      print("verify of %s file %d of %lu of sequence #%u (%s) ok.\n", label, static_cast<int>(i + 1),
+            static_cast<unsigned long>(plan.fileCount), static_cast<unsigned>(place), path.c_str());
     } else {
       print("verify of %s file #%d (%s) ok.\n", label, place, path.c_str());
     }
