@@ -207,7 +207,7 @@ class Limit:
         flags = ["direct"] if is_disk else []
         shell("dd if=/dev/urandom of='%s' bs=2M count=%d" % (data, size))
         os.sync()
-        # CPU of one read and one write, each with the other half of its dd.
+        # With what dd itself needs to throw a read away and to have zeros to write.
         if is_disk:
             self.read_cpu, self.read_time = self.transfer(data, "/dev/null", size, [], flags)
         else:
