@@ -1,11 +1,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <unistd.h>
 
 #include <array>
-#include <chrono>
-#include <csignal>
 #include <thread>
 
 #include "include/Print.h"
@@ -13,6 +10,7 @@
 #include "platform/RVXTransfer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
+#include "tests/support/Interruptions.h"
 #include "tests/support/Waiting.h"
 
 namespace {
@@ -41,25 +39,6 @@ void writePiece(const Pipe& pipe, const std::string& piece) {
   EXPECT_EQ(::write(pipe.writeEnd.descriptor(), piece.data(), piece.size()),
             static_cast<ssize_t>(piece.size()));
 }
-
-// Interrupts the calls of the thread that makes it, all the time.
-class Interruptions {
- public:
-  Interruptions() {
-    struct sigaction action {};
-    action.sa_handler = [](int) {};  // without SA_RESTART
-    ::sigaction(SIGUSR1, &action, nullptr);
-    mInterrupter = std::jthread([interrupted = ::pthread_self()](const std::stop_token& stop) {
-      while (!stop.stop_requested()) {
-        std::this_thread::sleep_for(std::chrono::microseconds(500));
-        ::pthread_kill(interrupted, SIGUSR1);
-      }
-    });
-  }
-
- private:
-  std::jthread mInterrupter;
-};
 
 void expectFailure(const std::optional<RVXIOFailure>& failure, const std::string& name) {
   ASSERT_TRUE(failure.has_value());
@@ -138,7 +117,7 @@ TEST_F(RVXTransferTest, InterruptedWriteIsRepeated) {
     const std::string bytes = patternBytes(1000000);
     std::string received(bytes.size(), '\0');
     std::jthread reader([&] {
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      Interruptions::waitForSome();
       const auto result = readWhole(pipe.readEnd.descriptor(), storageOf(received));
       print("read %d ", result.failure.has_value() ? 1 : 0);
     });
@@ -156,7 +135,7 @@ TEST_F(RVXTransferTest, InterruptedReadIsRepeated) {
   const ChildEnd end = runInChild([] {
     const Pipe pipe;
     const std::jthread writer([&] {
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      Interruptions::waitForSome();
       writePiece(pipe, "abc");
     });
     const Interruptions interruptions;
