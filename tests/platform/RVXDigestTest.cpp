@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -92,21 +93,19 @@ TEST(RVXDigestTest, DigestsSideBySideAreIndependent) {
 // In a process of its own, whose digest library has not been used before.
 class RVXDigestDeathTest : public testing::Test {
  protected:
-  RVXDigestDeathTest() {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    // A library without its default algorithms, as a host that forbids a digest has none.
-    const std::string configuration =
-        "openssl_conf = a\n[a]\nproviders = b\n[b]\nnull = c\n[c]\nactivate = 1\n";
-    ::setenv("OPENSSL_CONF", writeFile(mFolder.path("openssl.cnf"), configuration).c_str(), 1);
-  }
+  RVXDigestDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
   static void makeDigest(HashAlgorithm algorithm) {
+    // A library without its default algorithms, as a host that forbids a digest has none. The file goes with
+    // the process, which ends without a destructor.
+    const std::string file = "/proc/self/fd/" + std::to_string(::memfd_create("openssl.cnf", 0));
+    const std::string configuration =
+        "openssl_conf = a\n[a]\nproviders = b\n[b]\nnull = c\n[c]\nactivate = 1\n";
+    ::setenv("OPENSSL_CONF", writeFile(file, configuration).c_str(), 1);
     ::dup2(STDERR_FILENO, STDOUT_FILENO);  // where the message is looked for
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     const RVXDigest digest(algorithm);
   }
-
-  const TemporaryFolder mFolder;
 };
 
 TEST_F(RVXDigestDeathTest, RefusedSHA1EndsTheProcess) {
