@@ -1,9 +1,10 @@
 import os
 import subprocess
 
-from corpus import FAILED, VERIFIED, build_tree
-from corpus_cases import CASES, MOVIE
+from corpus import FAILED, VERIFIED, cases
 from support import LONGEST_RUN, RVXCOPY, ProcessTest, main
+
+CASES = cases()
 
 EXAMPLES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "examples")
 
@@ -38,10 +39,10 @@ class ExampleTest:
     def replay(self, case):
         """The example reads a stored output, and gets the stored status. Once for all tests."""
         if (self.example, case.name) not in self.replayed:
-            status = case.stored("status").decode().split()
-            end = "kill -%s $$" % status[1] if status[0] == "signal" else "exit %s" % status[0]
-            program = self.program("replay", "cat '%s/output'\n%s" % (case.folder(), end))
-            self.replayed[self.example, case.name] = self.drive(case.stored("arguments").split(b"\0")[:-1], program)
+            end = "kill -%d $$" % -case.status if case.status < 0 else "exit %d" % case.status
+            output = self.write("replayed", case.output)
+            program = self.program("replay", "cat '%s'\n%s" % (output, end))
+            self.replayed[self.example, case.name] = self.drive(case.arguments, program)
         return self.replayed[self.example, case.name]
 
     def program(self, name, text):
@@ -60,7 +61,7 @@ class ExampleTest:
     def test_each_stored_run_is_judged_rightly(self):
         for case in CASES:
             with self.subTest(case.name):
-                self.assert_tells(self.replay(case), case.stored("verdict").decode().strip(), case.status)
+                self.assert_tells(self.replay(case), case.verdict, case.status)
 
     def test_each_run_of_the_program_is_judged_rightly(self):
         for case in CASES:
@@ -81,7 +82,7 @@ class ExampleTest:
         for case in CASES:
             with self.subTest(case.name):
                 shown = self.replay(case).shown
-                for line in case.stored("output").split(b"\n"):
+                for line in case.output.split(b"\n"):
                     if line.startswith(b"ERROR: ") and line.isascii():
                         self.assertIn(line, shown)
                 if "name" not in case.name:
@@ -126,14 +127,14 @@ class ExampleTest:
         self.assert_tells(driver, FAILED, 127)
 
     def test_program_is_found_in_the_path(self):
-        build_tree(self.folder, {"card": None, "card/clip.mov": MOVIE})
+        self.write("card/clip.mov", b"a movie")
         os.makedirs(self.path("bin"))
         os.symlink(RVXCOPY, self.path("bin/rvxcopy"))
         environment = self.environment(variables={"PATH": self.path("bin") + ":" + os.environ["PATH"]})
         run = subprocess.run([os.path.join(EXAMPLES, self.example), "card/clip.mov", "raid/"], cwd=self.folder,
                              env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=LONGEST_RUN)
         self.assert_tells(Driver(run), VERIFIED, 0)
-        self.assertEqual(self.read("raid/clip.mov"), MOVIE)
+        self.assertEqual(self.read("raid/clip.mov"), b"a movie")
         self.assert_checks("raid/sha1/clip.mov.sha1")
 
 
