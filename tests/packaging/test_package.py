@@ -19,7 +19,7 @@ BUILD = os.environ["RVX_BUILD"]
 DOCUMENTATION = "usr/share/doc/rvxcopy/"
 
 COMPLETIONS = {"usr/share/bash-completion/completions/rvxcopy", "usr/share/zsh/vendor-completions/_rvxcopy",
-               "usr/share/fish/vendor_completions.d/rvxcopy.fish"}
+               "usr/share/fish/vendor_completions.d/rvxcopy.fish", "usr/share/rvxcopy/sequences.sh"}
 
 
 def files_below(top):
