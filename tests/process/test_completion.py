@@ -11,8 +11,9 @@ import threading
 import time
 import unittest
 
+from output_texts import USAGE
 from storage import require
-from support import LONGEST_RUN, RVXCOPY, USAGE, ProcessTest, file_bytes, main
+from support import LONGEST_RUN, RVXCOPY, ProcessTest, file_bytes, main
 
 COMPLETIONS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "completions")
 

@@ -46,12 +46,8 @@ for one in CASES:
 
 def texts_of(case):
     """The texts that an output consists of besides signals' reports, and what stands behind the last known one."""
-    output = case.output
-    for path in case.before:
-        # A line end in a name would not be told from the line's own.
-        name = os.fsencode(os.path.basename(path))
-        output = output.replace(name, name.replace(b"\n", b"?"))
-    return texts_in(re.sub(rb"Received signal: SIG(?:ABRT|SEGV|FPE)rvxcopy\(\+0x1000\) \[0x1000\]", b"", output))
+    report = rb"Received signal: SIG(?:ABRT|SEGV|FPE)rvxcopy\(\+0x1000\) \[0x1000\]"
+    return texts_in(re.sub(report, b"", case.output_without_odd_names()))
 
 
 class WholeCorpusTest(ProcessTest):
