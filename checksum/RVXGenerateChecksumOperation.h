@@ -50,13 +50,17 @@ class RVXGenerateChecksumOperation {
   // chunk.
   std::optional<std::string> checksum();
 
+  // What checksum() has read; none when it could not be opened. The file stays open as long as the operation
+  // lives, because some file systems (exFAT) give a file another number once nobody holds it.
+  [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
+
   // "rvxverify" 200 when the last checksum() could not open the file, or did not dare to.
   [[nodiscard]] const std::optional<RVXError>& error() const { return mError; }
 
  private:
   RVXGenerateChecksumOperation() = default;
   [[nodiscard]] std::optional<std::string> linkChecksum() const;
-  std::string fileChecksum(RVXRecoveringReader& reader);
+  std::string fileChecksum();
   void printProgress(uint64_t bytesRead) const;
   [[nodiscard]] bool hasKnownAlgorithm() const;
 
@@ -64,6 +68,8 @@ class RVXGenerateChecksumOperation {
   RVXAtomicProperty<std::string> mPath;
   HashAlgorithm mAlgorithm = HashAlgorithm::SHA1;
   std::optional<RVXError> mError;
+  std::optional<RVXFileIdentity> mLinkIdentity;
+  std::optional<RVXRecoveringReader> mReader;
   std::atomic<int64_t> mFileSize{0};
   std::atomic<int64_t> mAllFilesSize{0};
   std::atomic<int64_t> mSizeOfAllFilesProcessed{0};

@@ -29,15 +29,16 @@ bool isSourceOrCopy(const std::string& path, const CopyJobOptions& options, cons
 }  // namespace
 
 void runHashListPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList) {
-  const std::string label = lowerCaseHashAlgorithmLabel(options.algorithm);
+  const std::string algorithmName = lowerCaseHashAlgorithmLabel(options.algorithm);
   for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
-    const std::string folder = pathByAppendingComponent(plan.destinationPaths[k], label);
-    if (createFolderWithIntermediates(folder)) {
+    const std::string folder = pathByAppendingComponent(plan.destinationPaths[k], algorithmName);
+    // Not with intermediate folders: where the destination's own folder is gone, so are the copies.
+    if (createFolder(folder)) {
       print("ERROR: Can't create folder for hashes (%s).\n", folder.c_str());
       endProcess(ExitStatus::hashFolderNotCreated);
     }
-    const std::string path =
-        pathByAppendingExtension(pathByAppendingComponent(folder, plan.destinationFilenames[k]), label);
+    const std::string path = pathByAppendingExtension(
+        pathByAppendingComponent(folder, plan.destinationFilenames[k]), algorithmName);
     if (isSourceOrCopy(path, options, plan) || !hashList.writeToFile(path, true)) {
       print("ERROR: Can't write hash file (%s).\n", path.c_str());
       endProcess(ExitStatus::hashListNotWritten);

@@ -25,8 +25,9 @@ std::string stringByDeletingPrefix(const std::string& text, const std::string& p
 
 std::string expectedDigest(const CopyJobOptions& options, const RVXHashList& hashList,
                            const std::string& file) {
+  const std::string algorithmName = hashAlgorithmLabel(options.algorithm);
   const std::string entry = hashList.hashStringForFile(hashListKey(file)).value_or("");
-  return stringByDeletingPrefix(entry, hashAlgorithmLabel(options.algorithm) + ":");
+  return stringByDeletingPrefix(entry, algorithmName + ":");
 }
 
 // One operation for each copy, in the order of the destinations, and last one for the source.
@@ -55,23 +56,27 @@ void runSideBySide(const VerifyOperations& operations) {
   queue.waitUntilAllOperationsAreFinished();
 }
 
-// A destination folder that became a link to the source's in mid-run shows the source in the place of the
-// copy.
-bool isSourceItself(const std::string& path, const std::string& file) {
-  const auto copy = attributesOfItem(path);
-  const auto source = attributesOfItem(file);
-  return copy && source && copy->identity == source->identity;
+// What was read back is only safe if it is still what lies at the path: a copy may be removed or replaced, or
+// its folder renamed, while it is open.
+bool isInItsPlace(const RVXGenerateChecksumOperation& checksum) {
+  const auto item = attributesOfItem(checksum.path());
+  return item && item->identity == checksum.identity();
 }
 
 void reportResults(const CopyJobOptions& options, const CopyPlan& plan, const std::string& file, uint64_t i,
                    const VerifyOperations& operations) {
-  int place = 0;  // in this file's list; what drivers read behind the "#"
+  const auto source = operations.back()->generateChecksumOperation()->identity();
+  int place = 0;  // in this file's list; what drivers read after the "#"
   for (const auto& operation : operations) {
     ++place;
-    const std::string path = operation->generateChecksumOperation()->path();
+    const auto checksum = operation->generateChecksumOperation();
+    const std::string path = checksum->path();
     const bool isSource = path == file;
     const char* const label = isSource ? "source" : "destination";
-    if (operation->isFailed() || (!isSource && isSourceItself(path, file))) {
+    // A destination folder that became a link to the source's folder shows the source in the place of the
+    // copy.
+    const bool isSourceInstead = !isSource && checksum->identity() == source;
+    if (operation->isFailed() || !isInItsPlace(*checksum) || isSourceInstead) {
       print("ERROR: verify of %s file #%d (%s) failed, wrong hash.\n", label, place, path.c_str());
       endProcess(ExitStatus::wrongHash);
     }

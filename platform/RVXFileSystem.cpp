@@ -58,12 +58,17 @@ std::optional<RVXIOFailure> createFolderWithIntermediates(const std::string& pat
   if (parent != path) {
     if (auto failure = createFolderWithIntermediates(parent)) return failure;
   }
+  return createFolder(path);
+}
+
+std::optional<RVXIOFailure> createFolder(const std::string& path) {
+  if (isFolder(path)) return std::nullopt;
   if (::mkdir(path.c_str(), kNewFolderPermissions) != 0) {
     const RVXIOFailure failure = failureFromErrno();
     // Another program may have been faster; "a/." can't be made and is there all the same.
     return isFolder(path) ? std::nullopt : std::optional(failure);
   }
-  return syncFolder(parent);
+  return syncFolder(pathWithoutLastComponent(path));
 }
 
 std::optional<RVXIOFailure> syncFolder(const std::string& path) {

@@ -23,8 +23,10 @@ bool isFolder(const std::string& path);
 // The size in bytes of the item itself; 0 for one that is missing or can't be examined.
 uint64_t filesizeCFI(const std::string& path);
 
-// Creates the folder with all missing intermediate ones and hands each new name to the storage. A folder
-// that is there already is a success.
+// Creates the folder and hands its name to the storage. A folder that is there already is a success.
+std::optional<RVXIOFailure> createFolder(const std::string& path);
+
+// The same with all missing intermediate folders.
 std::optional<RVXIOFailure> createFolderWithIntermediates(const std::string& path);
 
 // Hands the names in a folder to the storage (fsync of the folder). A file system that has no such sync is

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "checksum/RVXGenerateChecksumOperation.h"
+#include "platform/RVXFileSystem.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
 #include "tests/support/OutputCapture.h"
@@ -216,11 +217,14 @@ TEST_F(RVXGenerateChecksumOperationTest, PathOfAFailedReadIsPrintedAsASCIIOnly) 
             "ERROR: again failed reading from (null)\n");
 }
 
-TEST_F(RVXGenerateChecksumOperationTest, EverythingIsClosedWhenItReturns) {
+TEST_F(RVXGenerateChecksumOperationTest, FileStaysOpenAsLongAsTheOperationLives) {
   writeFile(mFile, "abc");
   const size_t before = entryCount("/proc/self/fd");
-  const auto operation = Operation::initWithPath(mFile, HashAlgorithm::SHA1, false);
+  auto operation = Operation::initWithPath(mFile, HashAlgorithm::SHA1, false);
   operation->checksum();
+  EXPECT_EQ(entryCount("/proc/self/fd"), before + 1);
+  EXPECT_EQ(operation->identity(), attributesOfItem(mFile)->identity);
+  operation.reset();
   EXPECT_EQ(entryCount("/proc/self/fd"), before);
 }
 
