@@ -1,6 +1,5 @@
 #include "copy/RVXCopyOperationThreaded.h"
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -18,7 +17,7 @@ namespace {
 
 // Often enough that a small frame waits for little, too seldom to cost the copying threads anything.
 constexpr auto kPollInterval = std::chrono::milliseconds(1);
-constexpr int kPollsPerStatus = 500;  // about half a second
+constexpr uint64_t kPollsPerStatus = 500;  // about half a second
 constexpr const char* kDiscardingFolder = "/dev/null/";
 
 void pollAgainLater() {
@@ -43,10 +42,14 @@ bool isItem(const std::string& path, const RVXFileIdentity& identity) {
 
 }  // namespace
 
+std::unique_ptr<RVXCopyOperationThreaded> RVXCopyOperationThreaded::init() {
+  return std::unique_ptr<RVXCopyOperationThreaded>(new RVXCopyOperationThreaded);
+}
+
 std::unique_ptr<RVXCopyOperationThreaded> RVXCopyOperationThreaded::initWithSourcePath(
     std::string sourcePath, std::vector<std::string> destinationPaths,
     std::vector<std::string> destinationFilenames, bool forceOverwrite, bool skipVerification) {
-  std::unique_ptr<RVXCopyOperationThreaded> operation(new RVXCopyOperationThreaded);
+  auto operation = init();
   operation->mSourcePath = std::move(sourcePath);
   operation->mDestPaths = std::move(destinationPaths);
   operation->mDestFilenames = std::move(destinationFilenames);
@@ -74,15 +77,15 @@ std::optional<std::string> RVXCopyOperationThreaded::hash() const {
 void RVXCopyOperationThreaded::copyLink(const RVXFileIdentity& source) {
   const auto target = linkTarget(mSourcePath);
   if (!target) return fail(RVXError::copySourceNotOpened());
-  for (size_t i = 0; i < mDestPaths.size(); ++i) {
-    if (isDiscarded(i)) continue;
+  for (size_t i = 0; mForceOverwrite && i < mDestPaths.size(); ++i) {
     const std::string path = destinationFile(i);
     if (isItem(path, source)) return fail(RVXError::copyLinkNotCreated(path));
   }
   for (size_t i = 0; i < mDestPaths.size(); ++i) {
     if (isDiscarded(i)) continue;
     const std::string path = destinationFile(i);
-    endProcessIfExists(path, i);
+    // Of links that lead nowhere only the source itself counts as a file that exists.
+    if (!mForceOverwrite && (fileExists(path) || isItem(path, source))) endProcessOnExisting(path, i);
     if (createSymbolicLink(*target, path)) return fail(RVXError::copyLinkNotCreated(path));
   }
   if (!mSkipVerification) {
@@ -99,8 +102,8 @@ bool RVXCopyOperationThreaded::openSource() {
 }
 
 bool RVXCopyOperationThreaded::openDestinations() {
-  // All of them first: nothing is created or truncated in a run that would overwrite its own source.
-  for (size_t i = 0; i < mDestPaths.size(); ++i) {
+  // All of them first: nothing is created or emptied in a run that would overwrite its own source.
+  for (size_t i = 0; mForceOverwrite && i < mDestPaths.size(); ++i) {
     if (!isDiscarded(i) && leadsTo(destinationFile(i), mSourceFH->identity())) {
       fail(RVXError::copyDestinationNotOpened(numberOf(i)));
       return false;
@@ -121,7 +124,7 @@ bool RVXCopyOperationThreaded::openDestination(size_t i) {
   // In this order: the cache request is made before anybody knows whether the file could be opened.
   file.bypassCache();
   if (!file.isOpen()) endProcessIfExists(path, i);
-  if (!file.isOpen() || !mayBeOverwritten(file) || file.truncate()) {
+  if (!file.isOpen() || isSource(file) || file.truncate()) {
     fail(RVXError::copyDestinationNotOpened(numberOf(i)));
     return false;
   }
@@ -129,17 +132,10 @@ bool RVXCopyOperationThreaded::openDestination(size_t i) {
   return true;
 }
 
-bool RVXCopyOperationThreaded::mayBeOverwritten(const RVXStorageWriter& file) const {
-  // Once more on what was really opened: the path may have led elsewhere, or nowhere, when it was examined.
+bool RVXCopyOperationThreaded::isSource(const RVXStorageWriter& file) const {
+  // Once more on what was really opened: the path may have led elsewhere when it was examined.
   const auto attributes = file.attributes();
-  if (!attributes || attributes->identity == mSourceFH->identity()) return false;
-  // Two destinations that are one file would be one copy, where two were asked for.
-  const bool isTaken =
-      attributes->isOnStorage() && std::any_of(mWriters.begin(), mWriters.end(), [&](const Writer& writer) {
-        const auto other = writer.fileHandle.attributes();
-        return other && other->identity == attributes->identity;
-      });
-  return !isTaken && (mForceOverwrite || attributes->size == 0);
+  return !attributes || attributes->identity == mSourceFH->identity();
 }
 
 void RVXCopyOperationThreaded::copyFile() {
@@ -157,17 +153,22 @@ void RVXCopyOperationThreaded::copyFile() {
 
 void RVXCopyOperationThreaded::startThreads() {
   // The digests decide how long a copy takes; the threads that wait for files leave the cores to them.
-  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); }, RVXThreadStanding::yielding);
+  const auto standing = mSkipVerification ? RVXThreadStanding::normal : RVXThreadStanding::yielding;
+  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); }, standing);
   mDigestThread =
       std::make_unique<RVXThread>([this] { mSkipVerification ? fakeDigestThread() : digestThread(); });
+  {
+    const RVXMutexLock lock(mThreadIndexLock);
+    mThreadIndex = 0;
+  }
   for (Writer& writer : mWriters) {
-    mWriterThreads.emplace_back([this, &writer] { writeThread(writer); }, RVXThreadStanding::yielding);
+    mWriterThreads.emplace_back([this, &writer] { writeThread(writer); }, standing);
   }
 }
 
 void RVXCopyOperationThreaded::waitForAllBytes() {
   // Only exact equality ends it: a source that changed its size was not the file that was to be copied.
-  for (int i = 0; mBufferManager->bytesWritten() != static_cast<uint64_t>(mFileSize); ++i) {
+  for (uint64_t i = 0; mBufferManager->bytesWritten() != static_cast<uint64_t>(mFileSize); ++i) {
     if (mForceExit) return;
     if (i != 0 && i % kPollsPerStatus == 0) printStatus();
     pollAgainLater();
@@ -276,7 +277,10 @@ void RVXCopyOperationThreaded::fail(RVXError error) {
 }
 
 void RVXCopyOperationThreaded::endProcessIfExists(const std::string& path, size_t i) const {
-  if (mForceOverwrite || isDiscarded(i) || !fileExists(path)) return;
+  if (!mForceOverwrite && !isDiscarded(i) && fileExists(path)) endProcessOnExisting(path, i);
+}
+
+void RVXCopyOperationThreaded::endProcessOnExisting(const std::string& path, size_t i) {
   print("ERROR: File destination #%u (%s) already exists.\n", numberOf(i), path.c_str());
   endProcess(ExitStatus::destinationFileExists);
 }

@@ -74,11 +74,10 @@ std::string sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint
   return plan.sequence ? *plan.sequence->filenameForIndex(index) : options.sourceArgument;
 }
 
-bool visitExistingFrames(const RVXFileSequence& sequence,
+void visitExistingFrames(const RVXFileSequence& sequence,
                          const std::function<void(const std::string& path)>& visit) {
   uint64_t missing = 0;
-  for (uint64_t i = 0; i < sequence.duration(); ++i) {
-    if (missing == kMostMissingFrames) return false;
+  for (uint64_t i = 0; i < sequence.duration() && missing < kMostMissingFrames; ++i) {
     const std::string path = *sequence.filenameForIndex(i);
     if (attributesOfItem(path)) {
       missing = 0;
@@ -87,7 +86,6 @@ bool visitExistingFrames(const RVXFileSequence& sequence,
       ++missing;
     }
   }
-  return true;
 }
 
 std::string sourceFolder(const CopyJobOptions& options) {
