@@ -24,22 +24,6 @@ void pollAgainLater() {
   std::this_thread::sleep_for(kPollInterval);
 }
 
-unsigned numberOf(size_t i) {
-  return static_cast<unsigned>(i + 1);
-}
-
-// True when `path` leads, by whatever name or link, to the file `identity`.
-bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& identity) {
-  const auto attributes = attributesOfTarget(path);
-  return attributes && attributes->identity == identity;
-}
-
-// True when the very item at `path` is the item `identity`.
-bool isItem(const std::string& path, const RVXFileIdentity& identity) {
-  const auto attributes = attributesOfItem(path);
-  return attributes && attributes->identity == identity;
-}
-
 }  // namespace
 
 std::unique_ptr<RVXCopyOperationThreaded> RVXCopyOperationThreaded::init() {
@@ -74,19 +58,30 @@ std::optional<std::string> RVXCopyOperationThreaded::hash() const {
   return std::nullopt;
 }
 
+std::vector<RVXCopyOperationThreaded::Destination> RVXCopyOperationThreaded::destinations() const {
+  std::vector<Destination> destinations;
+  for (size_t i = 0; i < mDestPaths.size(); ++i) {
+    const bool isDiscarded = mDestPaths[i] == kDiscardingFolder;
+    const std::string file = pathByAppendingComponent(mDestPaths[i], mDestFilenames[i]);
+    destinations.push_back(
+        {static_cast<unsigned>(i + 1), mDestPaths[i], isDiscarded ? "/dev/null" : file, isDiscarded});
+  }
+  return destinations;
+}
+
 void RVXCopyOperationThreaded::copyLink(const RVXFileIdentity& source) {
   const auto target = linkTarget(mSourcePath);
   if (!target) return fail(RVXError::copySourceNotOpened());
-  for (size_t i = 0; mForceOverwrite && i < mDestPaths.size(); ++i) {
-    const std::string path = destinationFile(i);
-    if (isItem(path, source)) return fail(RVXError::copyLinkNotCreated(path));
+  const std::vector<Destination> places = destinations();
+  for (const Destination& place : places) {
+    if (mForceOverwrite && isItem(place.file, source)) return fail(RVXError::copyLinkNotCreated(place.file));
   }
-  for (size_t i = 0; i < mDestPaths.size(); ++i) {
-    if (isDiscarded(i)) continue;
-    const std::string path = destinationFile(i);
+  for (const Destination& place : places) {
+    if (place.isDiscarded) continue;
     // Of links that lead nowhere only the source itself counts as a file that exists.
-    if (!mForceOverwrite && (fileExists(path) || isItem(path, source))) endProcessOnExisting(path, i);
-    if (createSymbolicLink(*target, path)) return fail(RVXError::copyLinkNotCreated(path));
+    if (!mForceOverwrite && (fileExists(place.file) || isItem(place.file, source)))
+      endProcessOnExisting(place);
+    if (createSymbolicLink(*target, place.file)) return fail(RVXError::copyLinkNotCreated(place.file));
   }
   if (!mSkipVerification) {
     mSHA1Digest = SHA1Sum(*target);
@@ -102,33 +97,34 @@ bool RVXCopyOperationThreaded::openSource() {
 }
 
 bool RVXCopyOperationThreaded::openDestinations() {
+  const std::vector<Destination> places = destinations();
   // All of them first: nothing is created or emptied in a run that would overwrite its own source.
-  for (size_t i = 0; mForceOverwrite && i < mDestPaths.size(); ++i) {
-    if (!isDiscarded(i) && leadsTo(destinationFile(i), mSourceFH->identity())) {
-      fail(RVXError::copyDestinationNotOpened(numberOf(i)));
+  for (const Destination& place : places) {
+    if (mForceOverwrite && !place.isDiscarded && leadsTo(place.file, mSourceFH->identity())) {
+      fail(RVXError::copyDestinationNotOpened(place.number));
       return false;
     }
   }
-  for (size_t i = 0; i < mDestPaths.size(); ++i) {
-    if (!openDestination(i)) return false;
+  for (const Destination& place : places) {
+    if (!openDestination(place)) return false;
   }
   return true;
 }
 
-bool RVXCopyOperationThreaded::openDestination(size_t i) {
-  const std::string path = destinationFile(i);
-  endProcessIfExists(path, i);
+bool RVXCopyOperationThreaded::openDestination(const Destination& place) {
+  endProcessIfExists(place);
   // Another run that was given the same path creates it now, or this one does; never both.
-  RVXStorageWriter file = mForceOverwrite || isDiscarded(i) ? RVXStorageWriter::openForWriting(path)
-                                                            : RVXStorageWriter::createForWriting(path);
+  RVXStorageWriter file = mForceOverwrite || place.isDiscarded
+                              ? RVXStorageWriter::openForWriting(place.file)
+                              : RVXStorageWriter::createForWriting(place.file);
   // In this order: the cache request is made before anybody knows whether the file could be opened.
   file.bypassCache();
-  if (!file.isOpen()) endProcessIfExists(path, i);
+  if (!file.isOpen()) endProcessIfExists(place);
   if (!file.isOpen() || isSource(file) || file.truncate()) {
-    fail(RVXError::copyDestinationNotOpened(numberOf(i)));
+    fail(RVXError::copyDestinationNotOpened(place.number));
     return false;
   }
-  mWriters.push_back({std::move(file), mDestPaths[i]});
+  mWriters.push_back({std::move(file), place.folder});
   return true;
 }
 
@@ -276,21 +272,13 @@ void RVXCopyOperationThreaded::fail(RVXError error) {
   mIsFailed = true;
 }
 
-void RVXCopyOperationThreaded::endProcessIfExists(const std::string& path, size_t i) const {
-  if (!mForceOverwrite && !isDiscarded(i) && fileExists(path)) endProcessOnExisting(path, i);
+void RVXCopyOperationThreaded::endProcessIfExists(const Destination& place) const {
+  if (!mForceOverwrite && !place.isDiscarded && fileExists(place.file)) endProcessOnExisting(place);
 }
 
-void RVXCopyOperationThreaded::endProcessOnExisting(const std::string& path, size_t i) {
-  print("ERROR: File destination #%u (%s) already exists.\n", numberOf(i), path.c_str());
+void RVXCopyOperationThreaded::endProcessOnExisting(const Destination& place) {
+  print("ERROR: File destination #%u (%s) already exists.\n", place.number, place.file.c_str());
   endProcess(ExitStatus::destinationFileExists);
-}
-
-bool RVXCopyOperationThreaded::isDiscarded(size_t i) const {
-  return mDestPaths[i] == kDiscardingFolder;
-}
-
-std::string RVXCopyOperationThreaded::destinationFile(size_t i) const {
-  return isDiscarded(i) ? "/dev/null" : pathByAppendingComponent(mDestPaths[i], mDestFilenames[i]);
 }
 
 int64_t RVXCopyOperationThreaded::takeThreadIndex() {

@@ -78,7 +78,15 @@ class RVXCopyOperationThreaded {
  private:
   friend struct RVXCopyOperationThreadedProbe;  // lets the tests force an exit and look at the threads
 
-  // One destination's file, opened, and its folder.
+  // One destination: what the entries of both lists with the same index say.
+  struct Destination {
+    unsigned number = 0;  // from 1, as messages name it
+    std::string folder;
+    std::string file;          // the whole path
+    bool isDiscarded = false;  // whatever is written there is to be lost
+  };
+
+  // A destination's file, opened, and its folder.
   struct Writer {
     RVXStorageWriter fileHandle;
     std::string destPath;
@@ -86,11 +94,12 @@ class RVXCopyOperationThreaded {
 
   RVXCopyOperationThreaded() = default;
 
+  [[nodiscard]] std::vector<Destination> destinations() const;
   void copyLink(const RVXFileIdentity& source);
   void copyFile();
   bool openSource();
   bool openDestinations();
-  bool openDestination(size_t i);
+  bool openDestination(const Destination& place);
   [[nodiscard]] bool isSource(const RVXStorageWriter& file) const;
   void startThreads();
   void waitForAllBytes();
@@ -107,10 +116,8 @@ class RVXCopyOperationThreaded {
   bool forcedExit(const char* threadName) const;
   void fail(RVXError error);
   // The first only where it may not be overwritten.
-  void endProcessIfExists(const std::string& path, size_t i) const;
-  [[noreturn]] static void endProcessOnExisting(const std::string& path, size_t i);
-  [[nodiscard]] bool isDiscarded(size_t i) const;
-  [[nodiscard]] std::string destinationFile(size_t i) const;
+  void endProcessIfExists(const Destination& place) const;
+  [[noreturn]] static void endProcessOnExisting(const Destination& place);
   // The number that a writer has in the buffer manager. The threads take it in the order in which they come
   // to run, so it isn't the number of the destination.
   int64_t takeThreadIndex() RVX_EXCLUDES(mThreadIndexLock);

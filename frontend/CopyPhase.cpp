@@ -4,37 +4,31 @@
 #include "copy/RVXWriteFailure.h"
 #include "frontend/CopyError.h"
 #include "frontend/OverwriteGuard.h"
-#include "include/EndProcess.h"
+#include "frontend/RVXSourceFile.h"
 #include "include/Print.h"
 #include "platform/RVXFileSystem.h"
-#include "platform/RVXPathText.h"
 
 namespace {
 
-std::vector<std::string> filenamesAtDestinations(const CopyPlan& plan, const std::string& file) {
-  std::vector<std::string> names;
-  for (size_t k = 0; k < plan.destinationPaths.size(); ++k)
-    names.push_back(destinationFilename(plan, k, file));
-  return names;
-}
-
 // Copies one file and returns its size in bytes.
-uint64_t copyFile(const CopyJobOptions& options, const CopyPlan& plan, const std::string& file,
+uint64_t copyFile(const CopyJobOptions& options, const CopyPlan& plan, const RVXSourceFile& file,
                   uint64_t bytesCopied, RVXHashList& hashList) {
   const std::string algorithmName = hashAlgorithmLabel(options.algorithm);
+  std::vector<std::string> filenames;
+  for (const auto& copy : file.copies) filenames.push_back(copy.name);
   const auto operation = RVXCopyOperationThreaded::initWithSourcePath(
-      file, plan.destinationPaths, filenamesAtDestinations(plan, file), options.forceOverwrite,
-      options.skipVerification);
+      file.path, plan.destinationPaths, filenames, options.forceOverwrite, options.skipVerification);
   operation->setVerbose(options.verbose);
   operation->setAlgorithm(options.algorithm);
   operation->setAllFilesSize(static_cast<int64_t>(plan.allFilesSize));
   operation->setSizeOfAllFilesProcessed(static_cast<int64_t>(bytesCopied));
   operation->main();
+  const auto fileSize = static_cast<uint64_t>(operation->fileSize());
   if (operation->isFailed()) endProcessOnCopyError(*operation->error());
   if (!options.skipVerification) {
-    hashList.addHash(operation->hash().value_or(""), algorithmName, hashListKey(file));
+    hashList.addHash(operation->hash().value_or(""), algorithmName, file.hashListKey);
   }
-  return static_cast<uint64_t>(operation->fileSize());
+  return fileSize;
 }
 
 // A copy is only safe from a power cut when its name is, too. Once for all files: a folder's sync is slow.
@@ -51,7 +45,7 @@ void runCopyPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashLi
   refuseToOverwriteSources(options, plan);
   uint64_t bytesCopied = 0;
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    bytesCopied += copyFile(options, plan, sourceFile(options, plan, i), bytesCopied, hashList);
+    bytesCopied += copyFile(options, plan, RVXSourceFile::ofPlan(options, plan, i), bytesCopied, hashList);
   }
   syncDestinationFolders(plan);
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "frontend/CopyError.h"
+#include "frontend/RVXSourceFile.h"
 #include "platform/RVXFileSystem.h"
 
 void refuseToOverwriteSources(const CopyJobOptions& options, const CopyPlan& plan) {
@@ -12,14 +13,16 @@ void refuseToOverwriteSources(const CopyJobOptions& options, const CopyPlan& pla
   std::set<RVXFileIdentity> sources;
   std::vector<std::pair<RVXFileIdentity, unsigned>>
       copies;  // those that exist, each with its destination's number
-  visitExistingFrames(*plan.sequence, [&](const std::string& file) {
-    const auto source = attributesOfItem(file);
+  visitExistingFrames(*plan.sequence, [&](const std::string& path) {
+    const auto source = attributesOfItem(path);
     // A link is copied as a link, which is written over nothing.
     if (!source || source->type == RVXFileType::symbolicLink) return;
     sources.insert(source->identity);
-    for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
-      const auto copy = attributesOfItem(destinationFile(plan, k, file));
-      if (copy) copies.emplace_back(copy->identity, static_cast<unsigned>(k + 1));
+    unsigned number = 0;
+    for (const auto& place : RVXSourceFile::ofPlan(plan, path).copies) {
+      ++number;
+      const auto copy = attributesOfItem(place.path);
+      if (copy) copies.emplace_back(copy->identity, number);
     }
   });
   for (const auto& [copy, number] : copies) {

@@ -37,6 +37,16 @@ std::optional<RVXFileAttributes> attributesOfTarget(const std::string& path) {
   return attributesFromStatus(status);
 }
 
+bool isItem(const std::string& path, const std::optional<RVXFileIdentity>& identity) {
+  const auto attributes = attributesOfItem(path);
+  return attributes && attributes->identity == identity;
+}
+
+bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& identity) {
+  const auto attributes = attributesOfTarget(path);
+  return attributes && attributes->identity == identity;
+}
+
 bool fileExists(const std::string& path) {
   return attributesOfTarget(path).has_value();
 }

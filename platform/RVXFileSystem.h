@@ -16,6 +16,11 @@ std::optional<RVXFileAttributes> attributesOfItem(const std::string& path);
 // The attributes of what the path leads to, links followed; none when they can't be read.
 std::optional<RVXFileAttributes> attributesOfTarget(const std::string& path);
 
+// Is it the same file? True when the very item at `path` is the item `identity`; and when `path` leads to it,
+// by whatever name or link. What can't be examined is no file, and so is an identity that is absent.
+bool isItem(const std::string& path, const std::optional<RVXFileIdentity>& identity);
+bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& identity);
+
 // Both follow links: a link to nothing does not exist.
 bool fileExists(const std::string& path);
 bool isFolder(const std::string& path);
