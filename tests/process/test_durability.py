@@ -308,6 +308,14 @@ class SlowDestinationTest(StorageTest):
     def test_with_direct_io(self):
         self.assert_honest("direct_io")
 
+    def test_what_can_not_be_written_back_in_parts_is_synced_every_now_and_then(self):
+        self.fuse("mount", "writeback_cache")
+        self.write("clip.mov", pattern(self.MOVIE))
+        note = self.script("note", "echo >> synced")
+        result = self.run_tool("-n", "clip.mov", "mount/d/", faults=["fdatasync d/clip.mov 1 * run=" + note])
+        self.assertEqual(result.status, 0)
+        self.assertGreaterEqual(len(self.read("synced")), 1 + self.MOVIE // self.BOUND + 1, "with the one at the end")
+
 
 if __name__ == "__main__":
     main()
