@@ -58,7 +58,7 @@ class Case:
     """One run. All of it is written by hand in corpus_cases.py, from the documented texts."""
 
     def __init__(self, name, about, arguments, *, before, output="", status=0, verdict, left=None, faults=(),
-                 scripts=None, variables=None):
+                 scripts=None):
         self.name = name
         self.about = about
         self.arguments = [os.fsencode(argument) for argument in arguments]
@@ -71,7 +71,6 @@ class Case:
         self.after = with_parents({path: item for path, item in after.items() if item is not GONE})
         self.faults = list(faults)
         self.scripts = scripts or {}
-        self.variables = variables or {}
 
     def folder(self):
         return os.path.join(CORPUS, self.name)
@@ -90,7 +89,7 @@ class Case:
         return current
 
     def environment(self):
-        return {**program_environment(self.faults, "../faults.log"), **self.variables}
+        return program_environment(self.faults, "../faults.log")
 
     def files(self):
         """Name -> contents of what is stored of it."""
