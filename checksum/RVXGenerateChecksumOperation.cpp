@@ -84,12 +84,11 @@ std::string RVXGenerateChecksumOperation::fileChecksum() {
     bytesRead += chunk.length();
     if (chunk.length() != kChunkSize) {
       // Nothing is read beside it, and starting a thread would take longer than to digest a small frame.
-      digestQueue.addLastOperation(update);
+      update();
       break;
     }
     digestQueue.addOperation(update);
   }
-  digestQueue.waitUntilAllOperationsAreFinished();
   if (mVerbose) printProgress(bytesRead);
   return digest ? digest->final() : "";
 }
