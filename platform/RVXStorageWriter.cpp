@@ -15,9 +15,7 @@ RVXStorageWriter RVXStorageWriter::createForWriting(const std::string& path) {
 }
 
 RVXStorageWriter RVXStorageWriter::openWithFlags(const std::string& path, int flags) {
-  RVXFileHandle handle = RVXFileHandle::openWithoutPeer(path, flags);
-  if (handle.isOpen()) ::fcntl(handle.descriptor(), F_SETFL, 0);
-  return RVXStorageWriter(std::move(handle));
+  return RVXStorageWriter(RVXFileHandle::openWithoutPeer(path, flags));
 }
 
 std::optional<RVXIOFailure> RVXStorageWriter::truncate() {

@@ -4,6 +4,7 @@ import os
 import resource
 import signal
 import subprocess
+import threading
 import time
 
 from storage import require_mounts
@@ -648,6 +649,20 @@ class ReadFailureTest(ProcessTest):
         self.assertEqual(result.status, 220)
         self.assertTrue(result.output.startswith(b"ERROR: unexpected EISDIR during read: Is a directory of file: "
                                                  b"f_02.dpx at position:0\n"), result.output)
+
+
+class TerminalTest(ProcessTest):
+    def test_terminal_is_waited_for(self):
+        terminal, path_end = os.openpty()
+        self.addCleanup(os.close, terminal)
+        self.addCleanup(os.close, path_end)
+        source = os.ttyname(path_end)
+        typing = threading.Timer(0.5, os.write, (terminal, b"late\n\x04"))  # a line and the end
+        typing.start()
+        result = self.run_tool("-n", source, "d/copy")
+        typing.join()
+        self.assert_run(result, 0, "Copy completed successfully for destination file (d/copy)\n")
+        self.assertEqual(self.read("d/copy"), b"late\n")
 
 
 if __name__ == "__main__":
