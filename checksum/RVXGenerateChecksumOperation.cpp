@@ -45,7 +45,7 @@ std::optional<std::string> RVXGenerateChecksumOperation::checksum() {
     mError = RVXError::verifySourceNotOpened();
     return std::nullopt;
   }
-  if (attributes) setFileSize(attributes->size);
+  setFileSize(attributes ? attributes->size : 0);
   mReader->bypassCacheAndReadAhead();
   return fileChecksum();
 }

@@ -33,8 +33,8 @@ class RVXGenerateChecksumOperation {
   [[nodiscard]] std::string path() const { return mPath.get(); }
   void setPath(const std::string& path) { mPath.set(path); }
 
-  // Sizes in bytes. The file's own is known once checksum() has opened it, and stays 0 for a link; the two of
-  // the whole run are the caller's, for the progress lines only.
+  // Sizes in bytes. The file's own is known once checksum() has opened it, and is 0 where it can't be
+  // examined; it stays 0 for a link. The two of the whole run are the caller's, for the progress lines only.
   [[nodiscard]] int64_t fileSize() const { return mFileSize; }
   void setFileSize(int64_t size) { mFileSize = size; }
   [[nodiscard]] int64_t allFilesSize() const { return mAllFilesSize; }

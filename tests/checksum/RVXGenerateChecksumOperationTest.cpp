@@ -1,6 +1,8 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <thread>
 
@@ -25,6 +27,8 @@ std::optional<std::string> checksumOf(const std::string& path, HashAlgorithm alg
   return Operation::initWithPath(path, algorithm, false)->checksum();
 }
 
+bool refusesToExamine = false;
+
 class RVXGenerateChecksumOperationTest : public testing::Test {
  protected:
   // The checksum of a file or link by both algorithms must be the tools' digest of those bytes.
@@ -39,6 +43,13 @@ class RVXGenerateChecksumOperationTest : public testing::Test {
 };
 
 }  // namespace
+
+// In the place of the C library's, so that a file can be opened that can't be examined.
+extern "C" int lstat(const char* path, struct stat* status) noexcept {
+  if (!refusesToExamine) return ::fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW);
+  errno = EIO;
+  return -1;
+}
 
 TEST_F(RVXGenerateChecksumOperationTest, InitLeavesEverythingAtZero) {
   const auto operation = Operation::init();
@@ -84,6 +95,17 @@ TEST_F(RVXGenerateChecksumOperationTest, FileSizeIsSet) {
   operation->checksum();
   EXPECT_EQ(operation->fileSize(), 4321);
   EXPECT_FALSE(operation->error().has_value());
+}
+
+TEST_F(RVXGenerateChecksumOperationTest, FileSizeOfAFileThatCantBeExaminedIsZero) {
+  writeFile(mFile, "abc");
+  const auto operation = Operation::initWithPath(mFile, HashAlgorithm::MD5, false);
+  operation->setFileSize(4321);
+  refusesToExamine = true;
+  const auto digest = operation->checksum();
+  refusesToExamine = false;
+  EXPECT_EQ(digest, "900150983cd24fb0d6963f7d28e17f72");
+  EXPECT_EQ(operation->fileSize(), 0);
 }
 
 TEST_F(RVXGenerateChecksumOperationTest, QuietChecksumPrintsNothing) {
