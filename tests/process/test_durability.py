@@ -42,12 +42,8 @@ class LyingDiskTest(StorageTest):
 class BitRotTest(StorageTest):
     MARK = b"this very byte sequence stands once in the movie: \x01"
 
-    def rot(self, file_system, options=(), call="lstat", before="true"):
-        """A run in which a byte of copy 2 changes on its device, at that call of its verification, behind `before`."""
-        device = self.disk("disk", file_system, options=options)
-        movie = bytearray(pattern(6 * BLOCK + 99))
-        movie[3 * BLOCK:3 * BLOCK + len(self.MARK)] = self.MARK
-        self.write("clip.mov", bytes(movie))
+    def flip(self, device, mark, before="true"):
+        """A script that changes a bit of what stands once on that device, behind the command `before`."""
         self.write("flip.py", (
             "image = open('disk.img', 'r+b')\n"
             "import mmap\n"
@@ -55,9 +51,17 @@ class BitRotTest(StorageTest):
             "place = device.find(%r)\n"
             "assert place >= 0 and device.find(%r, place + 1) < 0\n"
             "device[place] ^= 1\n"
-            "device.flush()\n" % (self.MARK, self.MARK)).encode())
+            "device.flush()\n" % (mark, mark)).encode())
         # The block device has a cache of its own, between the image and the file system.
-        flip = self.script("flip", before + " && python3 flip.py && blockdev --flushbufs /dev/" + device)
+        return self.script("flip", before + " && python3 flip.py && blockdev --flushbufs /dev/" + device)
+
+    def rot(self, file_system, options=(), call="lstat", before="true"):
+        """A run in which a byte of copy 2 changes on its device, at that call of its verification, behind `before`."""
+        device = self.disk("disk", file_system, options=options)
+        movie = bytearray(pattern(6 * BLOCK + 99))
+        movie[3 * BLOCK:3 * BLOCK + len(self.MARK)] = self.MARK
+        self.write("clip.mov", bytes(movie))
+        flip = self.flip(device, self.MARK, before)
         return self.run_tool("-f", "clip.mov", "d1/", "disk/d2/", faults=[call + " d2/clip.mov 1 1 run=" + flip])
 
     def assert_found(self, file_system, options=(), **rotting):
@@ -111,6 +115,17 @@ class BitRotTest(StorageTest):
                     player.kill()
                     player.communicate()
                     self.unmount("disk")
+
+    def test_hash_list(self):
+        self.write("clip.mov", b"movie")
+        digest = coreutils_digest("sha1sum", self.path("clip.mov")).encode()
+        for file_system in ("ext4", "xfs"):  # btrfs keeps so short a file among its own data
+            with self.subTest(file_system):
+                flip = self.flip(self.disk("disk", file_system), digest)
+                result = self.run_tool("clip.mov", "disk/d/", faults=["fsync disk/d/sha1 1 1 run=" + flip])
+                self.assert_run(result, 115, "ERROR: couldn't write hash file to disk/d/sha1/clip.mov.sha1\n"
+                                "ERROR: Can't write hash file (disk/d/sha1/clip.mov.sha1).\n")
+                self.unmount("disk")
 
 
 class PowerCutTest(StorageTest):

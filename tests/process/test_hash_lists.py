@@ -119,6 +119,18 @@ class HashListFailureTest(ProcessTest):
         self.assert_checks("d/sha1/clip.mov.sha1")
         self.assertEqual(os.listdir(self.path("d/sha1")), ["clip.mov.sha1"])
 
+    def test_list_that_is_not_what_was_written_ends_with_115(self):
+        damages = {"removed": "rm $list", "cut": "truncate -s 20 $list", "longer": "echo >> $list",
+                   "zeros": "size=$(stat -c %s $list); truncate -s 0 $list; truncate -s $size $list"}
+        faults = ["fsync =*/d/sha1 1 1 run=" + self.script(name, "list=d/sha1/clip.mov.sha1\n" + text)
+                  for name, text in damages.items()]
+        for fault in faults + ["write .tmp 1 1 lie", "rename .sha1 1 1 lie", "openr .sha1 1 1 EIO",
+                               "read .sha1 1 1 EIO"]:
+            with self.subTest(fault):
+                result = self.run_tool("-f", "clip.mov", "d/", faults=[fault])
+                self.assert_run(result, 115, "ERROR: couldn't write hash file to d/sha1/clip.mov.sha1\n"
+                                "ERROR: Can't write hash file (d/sha1/clip.mov.sha1).\n")
+
     def test_name_too_long_for_its_extension_ends_with_115(self):
         name = "n" * 252
         self.write(name, b"movie")
