@@ -33,17 +33,25 @@ std::unique_ptr<RVXGenerateChecksumOperation> RVXGenerateChecksumOperation::init
 std::optional<std::string> RVXGenerateChecksumOperation::checksum() {
   mError.reset();
   const auto attributes = attributesOfItem(path());
-  if (attributes && attributes->type == RVXFileType::symbolicLink) return linkChecksum();
+  if (attributes && attributes->type == RVXFileType::symbolicLink) {
+    mLinkIdentity = attributes->identity;
+    return linkChecksum();
+  }
 
-  auto reader = RVXRecoveringReader::openForReading(path());
+  mReader = RVXRecoveringReader::openForReading(path());
   // What can't be examined might be a link, and lead to a device without an end.
-  if (!reader || (!attributes && !reader->isRegularFile())) {
+  if (!mReader || (!attributes && !mReader->isRegularFile())) {
+    mReader.reset();
     mError = RVXError::verifySourceNotOpened();
     return std::nullopt;
   }
-  if (attributes) setFileSize(attributes->size);
-  reader->bypassCacheAndReadAhead();
-  return fileChecksum(*reader);
+  setFileSize(attributes ? attributes->size : 0);
+  mReader->bypassCacheAndReadAhead();
+  return fileChecksum();
+}
+
+std::optional<RVXFileIdentity> RVXGenerateChecksumOperation::identity() const {
+  return mReader ? mReader->identity() : mLinkIdentity;
 }
 
 std::optional<std::string> RVXGenerateChecksumOperation::linkChecksum() const {
@@ -52,7 +60,7 @@ std::optional<std::string> RVXGenerateChecksumOperation::linkChecksum() const {
   return mAlgorithm == HashAlgorithm::MD5 ? md5(*target) : SHA1Sum(*target);
 }
 
-std::string RVXGenerateChecksumOperation::fileChecksum(RVXRecoveringReader& reader) {
+std::string RVXGenerateChecksumOperation::fileChecksum() {
   RVXChecksumReadRecovery recovery(path());
   std::optional<RVXDigest> digest;
   if (hasKnownAlgorithm()) digest.emplace(mAlgorithm);
@@ -68,7 +76,7 @@ std::string RVXGenerateChecksumOperation::fileChecksum(RVXRecoveringReader& read
       lastProgress = Clock::now();
     }
     RVXBlock& chunk = chunks[i];
-    reader.read(chunk, recovery);
+    mReader->read(chunk, recovery);
     digestQueue.waitUntilAllOperationsAreFinished();
     const auto update = [&digest, &chunk] {
       if (digest) digest->update(chunk.bytes());
@@ -76,12 +84,11 @@ std::string RVXGenerateChecksumOperation::fileChecksum(RVXRecoveringReader& read
     bytesRead += chunk.length();
     if (chunk.length() != kChunkSize) {
       // Nothing is read beside it, and starting a thread would take longer than to digest a small frame.
-      digestQueue.addLastOperation(update);
+      update();
       break;
     }
     digestQueue.addOperation(update);
   }
-  digestQueue.waitUntilAllOperationsAreFinished();
   if (mVerbose) printProgress(bytesRead);
   return digest ? digest->final() : "";
 }

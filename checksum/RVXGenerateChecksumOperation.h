@@ -33,8 +33,8 @@ class RVXGenerateChecksumOperation {
   [[nodiscard]] std::string path() const { return mPath.get(); }
   void setPath(const std::string& path) { mPath.set(path); }
 
-  // Sizes in bytes. The file's own is known once checksum() has opened it, and stays 0 for a link; the two of
-  // the whole run are the caller's, for the progress lines only.
+  // Sizes in bytes. The file's own is known once checksum() has opened it, and is 0 where it can't be
+  // examined; it stays 0 for a link. The two of the whole run are the caller's, for the progress lines only.
   [[nodiscard]] int64_t fileSize() const { return mFileSize; }
   void setFileSize(int64_t size) { mFileSize = size; }
   [[nodiscard]] int64_t allFilesSize() const { return mAllFilesSize; }
@@ -50,13 +50,17 @@ class RVXGenerateChecksumOperation {
   // chunk.
   std::optional<std::string> checksum();
 
+  // What checksum() has read; none when it could not be opened. The file stays open as long as the operation
+  // lives, because some file systems (exFAT) give a file another number once nobody holds it.
+  [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
+
   // "rvxverify" 200 when the last checksum() could not open the file, or did not dare to.
   [[nodiscard]] const std::optional<RVXError>& error() const { return mError; }
 
  private:
   RVXGenerateChecksumOperation() = default;
   [[nodiscard]] std::optional<std::string> linkChecksum() const;
-  std::string fileChecksum(RVXRecoveringReader& reader);
+  std::string fileChecksum();
   void printProgress(uint64_t bytesRead) const;
   [[nodiscard]] bool hasKnownAlgorithm() const;
 
@@ -64,6 +68,8 @@ class RVXGenerateChecksumOperation {
   RVXAtomicProperty<std::string> mPath;
   HashAlgorithm mAlgorithm = HashAlgorithm::SHA1;
   std::optional<RVXError> mError;
+  std::optional<RVXFileIdentity> mLinkIdentity;
+  std::optional<RVXRecoveringReader> mReader;
   std::atomic<int64_t> mFileSize{0};
   std::atomic<int64_t> mAllFilesSize{0};
   std::atomic<int64_t> mSizeOfAllFilesProcessed{0};

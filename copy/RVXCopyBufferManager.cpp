@@ -43,17 +43,18 @@ void RVXCopyBufferManager::setFinishedReading() {
 
 const RVXBlock* RVXCopyBufferManager::nextBufferForDigest() {
   const RVXConditionLock lock(mBuffersCondition);
-  const int64_t count = mFinishedDigestCount.load(std::memory_order_relaxed);
-  waitForBufferAfter(count);
+  int64_t count = mFinishedDigestCount.load(std::memory_order_relaxed);
+  while (mustWaitForBufferAfter(count)) {
+    mBuffersCondition.wait();
+    count = mFinishedDigestCount.load(std::memory_order_relaxed);
+  }
   return bufferAfter(static_cast<int32_t>(count));
 }
 
 const RVXBlock* RVXCopyBufferManager::nextBufferForWritingInThread(int64_t index) {
   const RVXConditionLock lock(mBuffersCondition);
-  mCountsLock.lock();
-  const int32_t count = mFinishedWriteCounts[static_cast<size_t>(index)];
-  mCountsLock.unlock();
-  waitForBufferAfter(count);
+  const int32_t count = finishedWriteCount(index);
+  while (mustWaitForBufferAfter(count)) mBuffersCondition.wait();
   return bufferAfter(count);
 }
 
@@ -75,9 +76,7 @@ void RVXCopyBufferManager::finishedWritingInThread(int64_t index) {
 
 void RVXCopyBufferManager::cleanupBuffers() {
   const RVXMutexLock lock(mBuffersLock);
-  mCountsLock.lock();
-  const std::vector<int32_t> writeCounts = mFinishedWriteCounts;
-  mCountsLock.unlock();
+  const std::vector<int32_t> writeCounts = finishedWriteCounts();
   std::erase_if(mBuffers, [&](const auto& entry) {
     const auto& [number, buffer] = entry;
     const auto isBehind = [number = number](int64_t count) { return count < number; };
@@ -88,11 +87,19 @@ void RVXCopyBufferManager::cleanupBuffers() {
   });
 }
 
-void RVXCopyBufferManager::waitForBufferAfter(int64_t count) {
+int32_t RVXCopyBufferManager::finishedWriteCount(int64_t index) {
+  const RVXMutexLock lock(mCountsLock);
+  return mFinishedWriteCounts[static_cast<size_t>(index)];
+}
+
+std::vector<int32_t> RVXCopyBufferManager::finishedWriteCounts() {
+  const RVXMutexLock lock(mCountsLock);
+  return mFinishedWriteCounts;
+}
+
+bool RVXCopyBufferManager::mustWaitForBufferAfter(int64_t count) const {
   // The end is only looked at when the consumer has caught up: what was handed in is still delivered.
-  while (mFinishedReadCount.load(std::memory_order_relaxed) <= count && !mFinish && !mAbort) {
-    mBuffersCondition.wait();
-  }
+  return mFinishedReadCount.load(std::memory_order_relaxed) <= count && !mFinish && !mAbort;
 }
 
 const RVXBlock* RVXCopyBufferManager::bufferAfter(int32_t count) {

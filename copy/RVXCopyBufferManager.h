@@ -19,8 +19,9 @@
 // most kMostLag + 1 buffers are unfinished at once. (One more may exist for the moment between a consumer's
 // report and the release that follows it.)
 //
-// Locks, outermost first: the condition's mutex, mBuffersLock, mCountsLock. The reader does not wait on the
-// condition: it polls willAcceptReadBuffer(). One manager serves one file copy; there is no reset.
+// Locks, outermost first: the condition's mutex, mBuffersLock, mCountsLock; a released buffer takes the lock
+// of the blocks' memory inside mBuffersLock. The reader does not wait on the condition: it polls
+// willAcceptReadBuffer(). One manager serves one file copy; there is no reset.
 class RVXCopyBufferManager {
  public:
   static constexpr int64_t kMostLag = 8;
@@ -64,9 +65,12 @@ class RVXCopyBufferManager {
 
   RVXCopyBufferManager() = default;
 
-  // Both are called by a consumer that has finished `count` buffers. The first returns when its next buffer
-  // is there or will never be.
-  void waitForBufferAfter(int64_t count) RVX_REQUIRES(mBuffersCondition);
+  [[nodiscard]] int32_t finishedWriteCount(int64_t index) RVX_EXCLUDES(mCountsLock);
+  [[nodiscard]] std::vector<int32_t> finishedWriteCounts() RVX_EXCLUDES(mCountsLock);
+
+  // Both are asked for a consumer that has finished `count` buffers. The first is true while its next buffer
+  // is not there but may still come.
+  [[nodiscard]] bool mustWaitForBufferAfter(int64_t count) const RVX_REQUIRES(mBuffersCondition);
   const RVXBlock* bufferAfter(int32_t count) RVX_EXCLUDES(mBuffersLock);
 
   int64_t mNumWriteThreads = 0;

@@ -1,6 +1,5 @@
 #include "copy/RVXCopyOperationThreaded.h"
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -18,35 +17,23 @@ namespace {
 
 // Often enough that a small frame waits for little, too seldom to cost the copying threads anything.
 constexpr auto kPollInterval = std::chrono::milliseconds(1);
-constexpr int kPollsPerStatus = 500;  // about half a second
+constexpr uint64_t kPollsPerStatus = 500;  // about half a second
 constexpr const char* kDiscardingFolder = "/dev/null/";
 
 void pollAgainLater() {
   std::this_thread::sleep_for(kPollInterval);
 }
 
-unsigned numberOf(size_t i) {
-  return static_cast<unsigned>(i + 1);
-}
-
-// True when `path` leads, by whatever name or link, to the file `identity`.
-bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& identity) {
-  const auto attributes = attributesOfTarget(path);
-  return attributes && attributes->identity == identity;
-}
-
-// True when the very item at `path` is the item `identity`.
-bool isItem(const std::string& path, const RVXFileIdentity& identity) {
-  const auto attributes = attributesOfItem(path);
-  return attributes && attributes->identity == identity;
-}
-
 }  // namespace
+
+std::unique_ptr<RVXCopyOperationThreaded> RVXCopyOperationThreaded::init() {
+  return std::unique_ptr<RVXCopyOperationThreaded>(new RVXCopyOperationThreaded);
+}
 
 std::unique_ptr<RVXCopyOperationThreaded> RVXCopyOperationThreaded::initWithSourcePath(
     std::string sourcePath, std::vector<std::string> destinationPaths,
     std::vector<std::string> destinationFilenames, bool forceOverwrite, bool skipVerification) {
-  std::unique_ptr<RVXCopyOperationThreaded> operation(new RVXCopyOperationThreaded);
+  auto operation = init();
   operation->mSourcePath = std::move(sourcePath);
   operation->mDestPaths = std::move(destinationPaths);
   operation->mDestFilenames = std::move(destinationFilenames);
@@ -71,19 +58,30 @@ std::optional<std::string> RVXCopyOperationThreaded::hash() const {
   return std::nullopt;
 }
 
+std::vector<RVXCopyOperationThreaded::Destination> RVXCopyOperationThreaded::destinations() const {
+  std::vector<Destination> destinations;
+  for (size_t i = 0; i < mDestPaths.size(); ++i) {
+    const bool isDiscarded = mDestPaths[i] == kDiscardingFolder;
+    const std::string file = pathByAppendingComponent(mDestPaths[i], mDestFilenames[i]);
+    destinations.push_back(
+        {static_cast<unsigned>(i + 1), mDestPaths[i], isDiscarded ? "/dev/null" : file, isDiscarded});
+  }
+  return destinations;
+}
+
 void RVXCopyOperationThreaded::copyLink(const RVXFileIdentity& source) {
   const auto target = linkTarget(mSourcePath);
   if (!target) return fail(RVXError::copySourceNotOpened());
-  for (size_t i = 0; i < mDestPaths.size(); ++i) {
-    if (isDiscarded(i)) continue;
-    const std::string path = destinationFile(i);
-    if (isItem(path, source)) return fail(RVXError::copyLinkNotCreated(path));
+  const std::vector<Destination> places = destinations();
+  for (const Destination& place : places) {
+    if (mForceOverwrite && isItem(place.file, source)) return fail(RVXError::copyLinkNotCreated(place.file));
   }
-  for (size_t i = 0; i < mDestPaths.size(); ++i) {
-    if (isDiscarded(i)) continue;
-    const std::string path = destinationFile(i);
-    endProcessIfExists(path, i);
-    if (createSymbolicLink(*target, path)) return fail(RVXError::copyLinkNotCreated(path));
+  for (const Destination& place : places) {
+    if (place.isDiscarded) continue;
+    // Of links that lead nowhere only the source itself counts as a file that exists.
+    if (!mForceOverwrite && (fileExists(place.file) || isItem(place.file, source)))
+      endProcessOnExisting(place);
+    if (createSymbolicLink(*target, place.file)) return fail(RVXError::copyLinkNotCreated(place.file));
   }
   if (!mSkipVerification) {
     mSHA1Digest = SHA1Sum(*target);
@@ -99,47 +97,41 @@ bool RVXCopyOperationThreaded::openSource() {
 }
 
 bool RVXCopyOperationThreaded::openDestinations() {
-  // All of them first: nothing is created or truncated in a run that would overwrite its own source.
-  for (size_t i = 0; i < mDestPaths.size(); ++i) {
-    if (!isDiscarded(i) && leadsTo(destinationFile(i), mSourceFH->identity())) {
-      fail(RVXError::copyDestinationNotOpened(numberOf(i)));
+  const std::vector<Destination> places = destinations();
+  // All of them first: nothing is created or emptied in a run that would overwrite its own source.
+  for (const Destination& place : places) {
+    if (mForceOverwrite && !place.isDiscarded && leadsTo(place.file, mSourceFH->identity())) {
+      fail(RVXError::copyDestinationNotOpened(place.number));
       return false;
     }
   }
-  for (size_t i = 0; i < mDestPaths.size(); ++i) {
-    if (!openDestination(i)) return false;
+  for (const Destination& place : places) {
+    if (!openDestination(place)) return false;
   }
   return true;
 }
 
-bool RVXCopyOperationThreaded::openDestination(size_t i) {
-  const std::string path = destinationFile(i);
-  endProcessIfExists(path, i);
+bool RVXCopyOperationThreaded::openDestination(const Destination& place) {
+  endProcessIfExists(place);
   // Another run that was given the same path creates it now, or this one does; never both.
-  RVXStorageWriter file = mForceOverwrite || isDiscarded(i) ? RVXStorageWriter::openForWriting(path)
-                                                            : RVXStorageWriter::createForWriting(path);
+  RVXStorageWriter file = mForceOverwrite || place.isDiscarded
+                              ? RVXStorageWriter::openForWriting(place.file)
+                              : RVXStorageWriter::createForWriting(place.file);
   // In this order: the cache request is made before anybody knows whether the file could be opened.
   file.bypassCache();
-  if (!file.isOpen()) endProcessIfExists(path, i);
-  if (!file.isOpen() || !mayBeOverwritten(file) || file.truncate()) {
-    fail(RVXError::copyDestinationNotOpened(numberOf(i)));
+  if (!file.isOpen()) endProcessIfExists(place);
+  if (!file.isOpen() || isSource(file) || file.truncate()) {
+    fail(RVXError::copyDestinationNotOpened(place.number));
     return false;
   }
-  mWriters.push_back({std::move(file), mDestPaths[i]});
+  mWriters.push_back({std::move(file), place.folder});
   return true;
 }
 
-bool RVXCopyOperationThreaded::mayBeOverwritten(const RVXStorageWriter& file) const {
-  // Once more on what was really opened: the path may have led elsewhere, or nowhere, when it was examined.
+bool RVXCopyOperationThreaded::isSource(const RVXStorageWriter& file) const {
+  // Once more on what was really opened: the path may have led elsewhere when it was examined.
   const auto attributes = file.attributes();
-  if (!attributes || attributes->identity == mSourceFH->identity()) return false;
-  // Two destinations that are one file would be one copy, where two were asked for.
-  const bool isTaken =
-      attributes->isOnStorage() && std::any_of(mWriters.begin(), mWriters.end(), [&](const Writer& writer) {
-        const auto other = writer.fileHandle.attributes();
-        return other && other->identity == attributes->identity;
-      });
-  return !isTaken && (mForceOverwrite || attributes->size == 0);
+  return !attributes || attributes->identity == mSourceFH->identity();
 }
 
 void RVXCopyOperationThreaded::copyFile() {
@@ -157,17 +149,22 @@ void RVXCopyOperationThreaded::copyFile() {
 
 void RVXCopyOperationThreaded::startThreads() {
   // The digests decide how long a copy takes; the threads that wait for files leave the cores to them.
-  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); }, RVXThreadStanding::yielding);
+  const auto standing = mSkipVerification ? RVXThreadStanding::normal : RVXThreadStanding::yielding;
+  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); }, standing);
   mDigestThread =
       std::make_unique<RVXThread>([this] { mSkipVerification ? fakeDigestThread() : digestThread(); });
+  {
+    const RVXMutexLock lock(mThreadIndexLock);
+    mThreadIndex = 0;
+  }
   for (Writer& writer : mWriters) {
-    mWriterThreads.emplace_back([this, &writer] { writeThread(writer); }, RVXThreadStanding::yielding);
+    mWriterThreads.emplace_back([this, &writer] { writeThread(writer); }, standing);
   }
 }
 
 void RVXCopyOperationThreaded::waitForAllBytes() {
   // Only exact equality ends it: a source that changed its size was not the file that was to be copied.
-  for (int i = 0; mBufferManager->bytesWritten() != static_cast<uint64_t>(mFileSize); ++i) {
+  for (uint64_t i = 0; mBufferManager->bytesWritten() != static_cast<uint64_t>(mFileSize); ++i) {
     if (mForceExit) return;
     if (i != 0 && i % kPollsPerStatus == 0) printStatus();
     pollAgainLater();
@@ -275,18 +272,13 @@ void RVXCopyOperationThreaded::fail(RVXError error) {
   mIsFailed = true;
 }
 
-void RVXCopyOperationThreaded::endProcessIfExists(const std::string& path, size_t i) const {
-  if (mForceOverwrite || isDiscarded(i) || !fileExists(path)) return;
-  print("ERROR: File destination #%u (%s) already exists.\n", numberOf(i), path.c_str());
+void RVXCopyOperationThreaded::endProcessIfExists(const Destination& place) const {
+  if (!mForceOverwrite && !place.isDiscarded && fileExists(place.file)) endProcessOnExisting(place);
+}
+
+void RVXCopyOperationThreaded::endProcessOnExisting(const Destination& place) {
+  print("ERROR: File destination #%u (%s) already exists.\n", place.number, place.file.c_str());
   endProcess(ExitStatus::destinationFileExists);
-}
-
-bool RVXCopyOperationThreaded::isDiscarded(size_t i) const {
-  return mDestPaths[i] == kDiscardingFolder;
-}
-
-std::string RVXCopyOperationThreaded::destinationFile(size_t i) const {
-  return isDiscarded(i) ? "/dev/null" : pathByAppendingComponent(mDestPaths[i], mDestFilenames[i]);
 }
 
 int64_t RVXCopyOperationThreaded::takeThreadIndex() {

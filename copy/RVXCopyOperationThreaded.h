@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -24,9 +25,9 @@
 // The caller constructs it, sets the properties, runs main() once on its own thread and then asks for the
 // result. What main() returns as failure:
 //   200 "can't open source file"                  the source can't be opened, or its link not read
-//   201 "can't open destination file (#NUMBER)"   a destination can't be opened, or is the source itself, or
-//                                                 another destination's file
-//   201 "can't open destination file (PATH)"      a link can't be created at that path, or is the source
+//   201 "can't open destination file (#NUMBER)"   a destination can't be opened, is a symbolic link, or is
+//                                                 the source itself and might be overwritten
+//   201 "can't open destination file (PATH)"      a link can't be created at that path
 // What ends the process, from whichever thread finds it:
 //   107 a destination exists and may not be overwritten
 //   117 the machine refuses a thread or memory
@@ -37,6 +38,9 @@
 class RVXCopyOperationThreaded {
  public:
   static constexpr size_t kBlockSize = size_t{2} * 1024 * 1024;
+
+  // An operation without a source or destinations.
+  static std::unique_ptr<RVXCopyOperationThreaded> init();
 
   // Entry i of both lists, which are equally long, describes destination i: its folder and the name to use
   // there. The folder "/dev/null/" discards what it gets.
@@ -74,7 +78,15 @@ class RVXCopyOperationThreaded {
  private:
   friend struct RVXCopyOperationThreadedProbe;  // lets the tests force an exit and look at the threads
 
-  // One destination's file, opened, and its folder.
+  // One destination: what the entries of both lists with the same index say.
+  struct Destination {
+    unsigned number = 0;  // from 1, as messages name it
+    std::string folder;
+    std::string file;          // the whole path
+    bool isDiscarded = false;  // whatever is written there is to be lost
+  };
+
+  // A destination's file, opened, and its folder.
   struct Writer {
     RVXStorageWriter fileHandle;
     std::string destPath;
@@ -82,12 +94,13 @@ class RVXCopyOperationThreaded {
 
   RVXCopyOperationThreaded() = default;
 
+  [[nodiscard]] std::vector<Destination> destinations() const;
   void copyLink(const RVXFileIdentity& source);
   void copyFile();
   bool openSource();
   bool openDestinations();
-  bool openDestination(size_t i);
-  [[nodiscard]] bool mayBeOverwritten(const RVXStorageWriter& file) const;
+  bool openDestination(const Destination& place);
+  [[nodiscard]] bool isSource(const RVXStorageWriter& file) const;
   void startThreads();
   void waitForAllBytes();
   void closeFiles();
@@ -102,9 +115,9 @@ class RVXCopyOperationThreaded {
   [[nodiscard]] bool allThreadsFinished() const;
   bool forcedExit(const char* threadName) const;
   void fail(RVXError error);
-  void endProcessIfExists(const std::string& path, size_t i) const;
-  [[nodiscard]] bool isDiscarded(size_t i) const;
-  [[nodiscard]] std::string destinationFile(size_t i) const;
+  // The first only where it may not be overwritten.
+  void endProcessIfExists(const Destination& place) const;
+  [[noreturn]] static void endProcessOnExisting(const Destination& place);
   // The number that a writer has in the buffer manager. The threads take it in the order in which they come
   // to run, so it isn't the number of the destination.
   int64_t takeThreadIndex() RVX_EXCLUDES(mThreadIndexLock);
@@ -124,11 +137,12 @@ class RVXCopyOperationThreaded {
   std::atomic<int64_t> mFileSize{0};
   std::atomic<int64_t> mAllFilesSize{0};
   std::atomic<int64_t> mSizeOfAllFilesProcessed{0};
+  [[maybe_unused]] std::optional<std::chrono::steady_clock::time_point> mOutputTimer;  // reserved, not used
   std::unique_ptr<RVXCopyBufferManager> mBufferManager;  // exists only during main()
   std::deque<Writer> mWriters;                           // in destination order; only during main()
 
   // Nothing sets it; every thread and the progress loop test it all the same, so that setting it would stop
-  // them all. It carries no data with it, hence relaxed wherever it is read.
+  // them all.
   std::atomic<bool> mForceExit{false};
 
   RVXMutex mThreadIndexLock;

@@ -56,6 +56,10 @@ std::string textOf(const Characters& characters, size_t from, size_t to) {
 
 }  // namespace
 
+RVXFileSequence RVXFileSequence::init() {
+  return {};
+}
+
 std::optional<RVXFileSequence> RVXFileSequence::initWithIdentifier(const std::string& identifier) {
   const Characters characters = charactersOf(identifier);
   const auto lastHash = indexOfLastHash(characters);
@@ -63,7 +67,7 @@ std::optional<RVXFileSequence> RVXFileSequence::initWithIdentifier(const std::st
     print("ERROR: Wrong arguments - missing hashes in identifier.\n");
     return std::nullopt;
   }
-  RVXFileSequence sequence;
+  RVXFileSequence sequence = init();
   const size_t digits = lengthOfHashRun(characters, *lastHash);
   sequence.mNumberOfDigits = static_cast<int32_t>(digits);
 
@@ -86,7 +90,8 @@ std::optional<std::string> RVXFileSequence::filenameForFrameNumber(uint64_t fram
     print("ERROR: framenumber not in range of sequence.\n");
     return std::nullopt;
   }
-  const std::string nameTemplate = mPrefix + "%0" + std::to_string(mNumberOfDigits) + "i" + mPostfix;
+  const std::string nameTemplate =
+      mPrefix.value_or("") + "%0" + std::to_string(mNumberOfDigits) + "i" + mPostfix.value_or("");
   return frameNameFromTemplate(nameTemplate, static_cast<int32_t>(frameNumber),
                                std::max(mNumberOfDigits, PATH_MAX));
 }

@@ -1,7 +1,8 @@
 #include "formats/RVXHashList.h"
 
 #include <array>
-#include <ctime>
+#include <chrono>
+#include <cstdio>
 
 #include "formats/CPSystemInformation.h"
 #include "formats/RVXHashListLine.h"
@@ -23,13 +24,19 @@ std::string entryLine(const std::string& fileName, const std::string& value) {
   return value.substr(0, colon) + "(" + fileName + ")= " + value.substr(colon + 1) + "\n";
 }
 
+// Without the C library's time zones: it reads files for them, whose leap seconds shift UTC as well.
 std::string currentTimeText() {
-  const std::time_t now = std::time(nullptr);
-  std::tm utc{};
-  ::gmtime_r(&now, &utc);
+  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  const auto today = std::chrono::floor<std::chrono::days>(now);
+  const std::chrono::year_month_day date(today);
+  const std::chrono::hh_mm_ss time(now - today);
   std::array<char, 64> text;
-  const size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S +0000", &utc);
-  return {text.data(), length};
+  const int length =
+      std::snprintf(text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d +0000",
+                    static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                    static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+                    static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
+  return {text.data(), static_cast<size_t>(length)};
 }
 
 }  // namespace

@@ -28,11 +28,12 @@ class RVXHashList {
   // file hides one that was added later under the same name.
   [[nodiscard]] std::optional<std::string> hashStringForFile(const std::string& fileName) const;
 
-  // Writes the list, in the order of the file names, and hands it to the storage. An absent path yields false
-  // after "ERROR: can't write hashfile to empty path" (without a line end), a failed write false after
-  // "ERROR: couldn't write hash file to %s\n". Atomically: the file at `path` is either left as it was or
-  // replaced by the whole list. Only what was added is written, not what was only read. An absent text of the
-  // original files becomes "?". May be called any number of times; each takes the time anew.
+  // Writes the list, in the order of the file names, hands it to the storage and reads it back from there. An
+  // absent path yields false after "ERROR: can't write hashfile to empty path" (without a line end), a failed
+  // write, also one that reads back as anything else, false after "ERROR: couldn't write hash file to %s\n".
+  // Atomically: the file at `path` is either left as it was or replaced by the whole list. Only what was
+  // added is written, not what was only read. An absent text of the original files becomes "?". May be called
+  // any number of times; each takes the time anew.
   bool writeToFile(const std::optional<std::string>& path, bool atomically);
 
   // The file names of the entries that were read from a file, not of those that were added.

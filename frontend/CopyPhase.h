@@ -9,8 +9,6 @@
 //
 // The first failure ends the process; what was copied stays. A copy that comes back with an error prints
 // "ERROR: %s (%di)" (no line end) and ends with the error's code; the others are those of
-// RVXCopyOperationThreaded, and 211 or 212 where a destination folder can't be synced at the end. With leave
-// to overwrite, these are such errors before anything is copied: a frame whose copy would overwrite another
-// frame's source or copy, through links, and frames of one name (201), and a gap of kMostMissingFrames (200).
-// Runs on the main thread.
+// RVXCopyOperationThreaded, and 211 or 212 where a destination folder can't be synced at the end. Before that
+// refuseToOverwriteSources() is asked. Runs on the main thread.
 void runCopyPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList);

@@ -70,15 +70,10 @@ void planSources(const CopyJobOptions& options, CopyPlan& plan) {
   plan.allFilesSize = plan.sequence ? sizeOfAllFrames(*plan.sequence) : filesizeCFI(options.sourceArgument);
 }
 
-std::string sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index) {
-  return plan.sequence ? *plan.sequence->filenameForIndex(index) : options.sourceArgument;
-}
-
-bool visitExistingFrames(const RVXFileSequence& sequence,
+void visitExistingFrames(const RVXFileSequence& sequence,
                          const std::function<void(const std::string& path)>& visit) {
   uint64_t missing = 0;
-  for (uint64_t i = 0; i < sequence.duration(); ++i) {
-    if (missing == kMostMissingFrames) return false;
+  for (uint64_t i = 0; i < sequence.duration() && missing < kMostMissingFrames; ++i) {
     const std::string path = *sequence.filenameForIndex(i);
     if (attributesOfItem(path)) {
       missing = 0;
@@ -87,21 +82,8 @@ bool visitExistingFrames(const RVXFileSequence& sequence,
       ++missing;
     }
   }
-  return true;
 }
 
 std::string sourceFolder(const CopyJobOptions& options) {
   return pathWithoutLastComponent(options.sourceArgument);
-}
-
-std::string destinationFilename(const CopyPlan& plan, size_t k, const std::string& sourceFile) {
-  return plan.sequence ? lastPathComponent(sourceFile) : plan.destinationFilenames[k];
-}
-
-std::string destinationFile(const CopyPlan& plan, size_t k, const std::string& sourceFile) {
-  return pathByAppendingComponent(plan.destinationPaths[k], destinationFilename(plan, k, sourceFile));
-}
-
-std::string hashListKey(const std::string& sourceFile) {
-  return "../" + lastPathComponent(sourceFile);
 }

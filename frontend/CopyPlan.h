@@ -33,25 +33,11 @@ void planDestinations(const CopyJobOptions& options, CopyPlan& plan);
 // of kMostMissingFrames do not count.
 void planSources(const CopyJobOptions& options, CopyPlan& plan);
 
-// The source file with that index, from 0 and below the file count.
-std::string sourceFile(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index);
-
-// Calls `visit` with the path of each source file of the plan that exists, in order. An identifier may name
-// two thousand million frames; behind a gap of kMostMissingFrames no further one is looked for. Returns
-// whether all were.
+// Calls `visit` with the path of each frame that exists, in order. An identifier may name two billion frames,
+// so after kMostMissingFrames missing ones in a row no further frame is looked for.
 inline constexpr uint64_t kMostMissingFrames = 100'000;
-bool visitExistingFrames(const RVXFileSequence& sequence,
+void visitExistingFrames(const RVXFileSequence& sequence,
                          const std::function<void(const std::string& path)>& visit);
 
 // The folder of the source argument, as text.
 std::string sourceFolder(const CopyJobOptions& options);
-
-// The name under which destination k receives that source file: for a sequence always the frame's own.
-std::string destinationFilename(const CopyPlan& plan, size_t k, const std::string& sourceFile);
-
-// The whole path of that copy.
-std::string destinationFile(const CopyPlan& plan, size_t k, const std::string& sourceFile);
-
-// The name of a source file in the hash list, relative to the list's folder, which lies one level below the
-// destination folder. It is the source's own name also where the copy was given another.
-std::string hashListKey(const std::string& sourceFile);

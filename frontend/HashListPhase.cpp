@@ -1,5 +1,6 @@
 #include "frontend/HashListPhase.h"
 
+#include "frontend/RVXSourceFile.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
 #include "platform/RVXFileSystem.h"
@@ -12,15 +13,11 @@ namespace {
 bool isSourceOrCopy(const std::string& path, const CopyJobOptions& options, const CopyPlan& plan) {
   const auto item = attributesOfItem(path);
   if (!item) return false;
-  const auto isThere = [&item](const std::string& file) {
-    const auto attributes = attributesOfItem(file);
-    return attributes && attributes->identity == item->identity;
-  };
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    const std::string source = sourceFile(options, plan, i);
-    if (isThere(source)) return true;
-    for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
-      if (isThere(destinationFile(plan, k, source))) return true;
+    const RVXSourceFile file = RVXSourceFile::ofPlan(options, plan, i);
+    if (isItem(file.path, item->identity)) return true;
+    for (const auto& copy : file.copies) {
+      if (isItem(copy.path, item->identity)) return true;
     }
   }
   return false;
@@ -29,15 +26,16 @@ bool isSourceOrCopy(const std::string& path, const CopyJobOptions& options, cons
 }  // namespace
 
 void runHashListPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList) {
-  const std::string label = lowerCaseHashAlgorithmLabel(options.algorithm);
+  const std::string algorithmName = lowerCaseHashAlgorithmLabel(options.algorithm);
   for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
-    const std::string folder = pathByAppendingComponent(plan.destinationPaths[k], label);
-    if (createFolderWithIntermediates(folder)) {
+    const std::string folder = pathByAppendingComponent(plan.destinationPaths[k], algorithmName);
+    // Not with intermediate folders: where the destination's own folder is gone, so are the copies.
+    if (createFolder(folder)) {
       print("ERROR: Can't create folder for hashes (%s).\n", folder.c_str());
       endProcess(ExitStatus::hashFolderNotCreated);
     }
-    const std::string path =
-        pathByAppendingExtension(pathByAppendingComponent(folder, plan.destinationFilenames[k]), label);
+    const std::string path = pathByAppendingExtension(
+        pathByAppendingComponent(folder, plan.destinationFilenames[k]), algorithmName);
     if (isSourceOrCopy(path, options, plan) || !hashList.writeToFile(path, true)) {
       print("ERROR: Can't write hash file (%s).\n", path.c_str());
       endProcess(ExitStatus::hashListNotWritten);

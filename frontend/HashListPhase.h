@@ -6,6 +6,7 @@
 
 // Writes the list into every destination, as DEST/sha1/NAME.sha1 or DEST/md5/NAME.md5. To be called only when
 // every file has been verified. A list that would take the place of a source or of a copy is not written.
-// Ends the process with ExitStatus::hashFolderNotCreated or hashListNotWritten; lists already written stay.
-// Runs on the main thread.
+// The destination's own folder is not
+// made again. Ends the process with ExitStatus::hashFolderNotCreated or hashListNotWritten; lists already
+// written stay. Runs on the main thread.
 void runHashListPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList);

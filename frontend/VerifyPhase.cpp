@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "checksum/RVXVerifyOperation.h"
+#include "frontend/RVXSourceFile.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
 #include "platform/RVXFileSystem.h"
@@ -24,26 +25,25 @@ std::string stringByDeletingPrefix(const std::string& text, const std::string& p
 }
 
 std::string expectedDigest(const CopyJobOptions& options, const RVXHashList& hashList,
-                           const std::string& file) {
-  const std::string entry = hashList.hashStringForFile(hashListKey(file)).value_or("");
-  return stringByDeletingPrefix(entry, hashAlgorithmLabel(options.algorithm) + ":");
+                           const RVXSourceFile& file) {
+  const std::string algorithmName = hashAlgorithmLabel(options.algorithm);
+  const std::string entry = hashList.hashStringForFile(file.hashListKey).value_or("");
+  return stringByDeletingPrefix(entry, algorithmName + ":");
 }
 
 // One operation for each copy, in the order of the destinations, and last one for the source.
 VerifyOperations verifyOperations(const CopyJobOptions& options, const CopyPlan& plan,
-                                  const std::string& file, const std::string& digest,
+                                  const RVXSourceFile& file, const std::string& digest,
                                   uint64_t bytesVerified) {
-  std::vector<std::string> paths;
-  for (size_t k = 0; k < plan.destinationPaths.size(); ++k) paths.push_back(destinationFile(plan, k, file));
-  paths.push_back(file);
-
   VerifyOperations operations;
-  for (const std::string& path : paths) {
+  const auto add = [&](const std::string& path) {
     operations.push_back(RVXVerifyOperation::initWithPath(path, digest, options.algorithm, options.verbose));
     const auto checksum = operations.back()->generateChecksumOperation();
     checksum->setAllFilesSize(static_cast<int64_t>(plan.allFilesSize));
     checksum->setSizeOfAllFilesProcessed(static_cast<int64_t>(bytesVerified));
-  }
+  };
+  for (const auto& copy : file.copies) add(copy.path);
+  add(file.path);
   return operations;
 }
 
@@ -55,23 +55,26 @@ void runSideBySide(const VerifyOperations& operations) {
   queue.waitUntilAllOperationsAreFinished();
 }
 
-// A destination folder that became a link to the source's in mid-run shows the source in the place of the
-// copy.
-bool isSourceItself(const std::string& path, const std::string& file) {
-  const auto copy = attributesOfItem(path);
-  const auto source = attributesOfItem(file);
-  return copy && source && copy->identity == source->identity;
+// What was read back is only safe if it is still what lies at the path: a copy may be removed or replaced, or
+// its folder renamed, while it is open.
+bool isInItsPlace(const RVXGenerateChecksumOperation& checksum) {
+  return isItem(checksum.path(), checksum.identity());
 }
 
-void reportResults(const CopyJobOptions& options, const CopyPlan& plan, const std::string& file, uint64_t i,
+void reportResults(const CopyJobOptions& options, const CopyPlan& plan, const RVXSourceFile& file, uint64_t i,
                    const VerifyOperations& operations) {
-  int place = 0;  // in this file's list; what drivers read behind the "#"
+  const auto source = operations.back()->generateChecksumOperation()->identity();
+  int place = 0;  // in this file's list; what drivers read after the "#"
   for (const auto& operation : operations) {
     ++place;
-    const std::string path = operation->generateChecksumOperation()->path();
-    const bool isSource = path == file;
+    const auto checksum = operation->generateChecksumOperation();
+    const std::string path = checksum->path();
+    const bool isSource = path == file.path;
     const char* const label = isSource ? "source" : "destination";
-    if (operation->isFailed() || (!isSource && isSourceItself(path, file))) {
+    // A destination folder that became a link to the source's folder shows the source in the place of the
+    // copy.
+    const bool isSourceInstead = !isSource && checksum->identity() == source;
+    if (operation->isFailed() || !isInItsPlace(*checksum) || isSourceInstead) {
       print("ERROR: verify of %s file #%d (%s) failed, wrong hash.\n", label, place, path.c_str());
       endProcess(ExitStatus::wrongHash);
     }
@@ -91,7 +94,7 @@ void runVerifyPhase(const CopyJobOptions& options, const CopyPlan& plan, const R
   announceVerification(options, plan);
   uint64_t bytesVerified = 0;
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    const std::string file = sourceFile(options, plan, i);
+    const RVXSourceFile file = RVXSourceFile::ofPlan(options, plan, i);
     const VerifyOperations operations =
         verifyOperations(options, plan, file, expectedDigest(options, hashList, file), bytesVerified);
     runSideBySide(operations);
@@ -102,14 +105,13 @@ void runVerifyPhase(const CopyJobOptions& options, const CopyPlan& plan, const R
 
 void reportUnverifiedCopies(const CopyJobOptions& options, const CopyPlan& plan) {
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    const std::string file = sourceFile(options, plan, i);
-    for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
-      const std::string path = destinationFile(plan, k, file);
-      if (!fileExists(path)) {
-        print("Copy failed for destination file (%s)\n", path.c_str());
+    const RVXSourceFile file = RVXSourceFile::ofPlan(options, plan, i);
+    for (const auto& copy : file.copies) {
+      if (!fileExists(copy.path)) {
+        print("Copy failed for destination file (%s)\n", copy.path.c_str());
         endProcess(ExitStatus::destinationFileMissing);
       }
-      print("Copy completed successfully for destination file (%s)\n", path.c_str());
+      print("Copy completed successfully for destination file (%s)\n", copy.path.c_str());
     }
   }
 }

@@ -6,9 +6,10 @@
 
 // For every source file in turn, re-reads the source and all its copies side by side and compares each with
 // the digest that the copy phase entered in the hash list. The first mismatch ends the process with
-// ExitStatus::wrongHash after its line; files that can't be opened, and a copy that is the source's own file,
-// count as mismatches. A file that can't be read ends it as RVXGenerateChecksumOperation says. When verbose,
-// the folders and each file that is right are told. Runs on the main thread.
+// ExitStatus::wrongHash after its line. Also mismatches are files that can't be opened, a file that is no
+// longer in its place when it has been read, and a copy that is the source's own file. A file that can't be
+// read ends it as RVXGenerateChecksumOperation says. When verbose, the folders and each file that is right
+// are told. Runs on the main thread.
 void runVerifyPhase(const CopyJobOptions& options, const CopyPlan& plan, const RVXHashList& hashList);
 
 // In its place when verification is skipped: tells for every copy that it is there, or ends the process with

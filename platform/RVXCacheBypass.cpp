@@ -8,9 +8,14 @@
 
 #include "platform/RVXTransfer.h"
 
+namespace {
+constexpr auto kFUSE = 0x65735546;  // FUSE_SUPER_MAGIC, which older headers don't have
+}
+
 bool canWriteBackRanges(int descriptor) {
   struct statfs fileSystem {};
-  return ::fstatfs(descriptor, &fileSystem) == 0 && fileSystem.f_type != OVERLAYFS_SUPER_MAGIC;
+  return ::fstatfs(descriptor, &fileSystem) == 0 && fileSystem.f_type != OVERLAYFS_SUPER_MAGIC &&
+         fileSystem.f_type != kFUSE;
 }
 
 void startWriteBack(int descriptor, int64_t offset, int64_t length) {

@@ -14,7 +14,8 @@
 inline constexpr int64_t kDirectAlignment = 4096;
 
 // False where starting and waiting for the write-back of a range does nothing, so that only a sync of the
-// whole file tells whether it was written: overlayfs, whose files are cached under the ones below.
+// whole file tells whether it was written: overlayfs, whose files are cached under the ones below, and FUSE,
+// whose server is not waited for.
 bool canWriteBackRanges(int descriptor);
 
 // Starts to write back a range's dirty pages, without waiting.

@@ -27,9 +27,16 @@ void release(void* memory, const char* /*file*/, int /*line*/) {
   std::free(memory);
 }
 
+// To be called before anything else of the library.
+int prepareLibrary() {
+  CRYPTO_set_mem_functions(allocate, reallocate, release);
+  // Neither a file nor a variable of the environment may take the digests away, or load what it likes.
+  return OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
+}
+
 // Looked up in the library once: the look-up is far dearer than a digest of a small file. Null when refused.
 const EVP_MD* method(HashAlgorithm algorithm) {
-  [[maybe_unused]] static const int isPrepared = CRYPTO_set_mem_functions(allocate, reallocate, release);
+  [[maybe_unused]] static const int isPrepared = prepareLibrary();
   static const EVP_MD* const md5Method = EVP_MD_fetch(nullptr, "MD5", nullptr);
   static const EVP_MD* const sha1Method = EVP_MD_fetch(nullptr, "SHA1", nullptr);
   return algorithm == HashAlgorithm::MD5 ? md5Method : sha1Method;

@@ -32,7 +32,12 @@ RVXFileHandle RVXFileHandle::open(const std::string& path, int flags) {
 
 RVXFileHandle RVXFileHandle::openWithoutPeer(const std::string& path, int flags) {
   RVXFileHandle handle = open(path, flags | O_NONBLOCK);
-  if (!handle.isOpen() && errno == EAGAIN) handle = open(path, flags);
+  if (handle.isOpen()) {
+    // Only the opening is not to wait: a read waits for what a terminal has not got yet.
+    ::fcntl(handle.descriptor(), F_SETFL, flags);
+  } else if (errno == EAGAIN) {
+    handle = open(path, flags);
+  }
   return handle;
 }
 

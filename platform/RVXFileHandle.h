@@ -23,6 +23,7 @@ class RVXFileHandle {
 
   // The same without waiting for the other end of a FIFO: where nobody reads it, writing it can't be opened,
   // and reading it begins at its end. Where another process has to give back a lease first, it is waited for.
+  // Transfers wait as ever.
   static RVXFileHandle openWithoutPeer(const std::string& path, int flags);
 
   // The open file's attributes; none when they can't be read.

@@ -37,6 +37,16 @@ std::optional<RVXFileAttributes> attributesOfTarget(const std::string& path) {
   return attributesFromStatus(status);
 }
 
+bool isItem(const std::string& path, const std::optional<RVXFileIdentity>& identity) {
+  const auto attributes = attributesOfItem(path);
+  return attributes && attributes->identity == identity;
+}
+
+bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& identity) {
+  const auto attributes = attributesOfTarget(path);
+  return attributes && attributes->identity == identity;
+}
+
 bool fileExists(const std::string& path) {
   return attributesOfTarget(path).has_value();
 }
@@ -58,12 +68,17 @@ std::optional<RVXIOFailure> createFolderWithIntermediates(const std::string& pat
   if (parent != path) {
     if (auto failure = createFolderWithIntermediates(parent)) return failure;
   }
+  return createFolder(path);
+}
+
+std::optional<RVXIOFailure> createFolder(const std::string& path) {
+  if (isFolder(path)) return std::nullopt;
   if (::mkdir(path.c_str(), kNewFolderPermissions) != 0) {
     const RVXIOFailure failure = failureFromErrno();
     // Another program may have been faster; "a/." can't be made and is there all the same.
     return isFolder(path) ? std::nullopt : std::optional(failure);
   }
-  return syncFolder(parent);
+  return syncFolder(pathWithoutLastComponent(path));
 }
 
 std::optional<RVXIOFailure> syncFolder(const std::string& path) {

@@ -16,6 +16,11 @@ std::optional<RVXFileAttributes> attributesOfItem(const std::string& path);
 // The attributes of what the path leads to, links followed; none when they can't be read.
 std::optional<RVXFileAttributes> attributesOfTarget(const std::string& path);
 
+// Is it the same file? True when the very item at `path` is the item `identity`; and when `path` leads to it,
+// by whatever name or link. What can't be examined is no file, and so is an identity that is absent.
+bool isItem(const std::string& path, const std::optional<RVXFileIdentity>& identity);
+bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& identity);
+
 // Both follow links: a link to nothing does not exist.
 bool fileExists(const std::string& path);
 bool isFolder(const std::string& path);
@@ -23,8 +28,10 @@ bool isFolder(const std::string& path);
 // The size in bytes of the item itself; 0 for one that is missing or can't be examined.
 uint64_t filesizeCFI(const std::string& path);
 
-// Creates the folder with all missing intermediate ones and hands each new name to the storage. A folder
-// that is there already is a success.
+// Creates the folder and hands its name to the storage. A folder that is there already is a success.
+std::optional<RVXIOFailure> createFolder(const std::string& path);
+
+// The same with all missing intermediate folders.
 std::optional<RVXIOFailure> createFolderWithIntermediates(const std::string& path);
 
 // Hands the names in a folder to the storage (fsync of the folder). A file system that has no such sync is

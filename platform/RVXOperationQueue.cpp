@@ -13,16 +13,13 @@ void RVXOperationQueue::addOperation(std::function<void()> operation) {
   bool needsWorker = false;
   {
     const RVXConditionLock lock(mCondition);
-    enqueue(std::move(operation));
+    mWaiting.push_back(std::move(operation));
+    ++mUnfinished;
+    mCondition.broadcast();
     needsWorker = takesAnotherWorker();
     if (needsWorker) ++mIdleWorkers;
   }
   if (needsWorker) mWorkers.emplace_back([this] { work(); });
-}
-
-void RVXOperationQueue::addLastOperation(std::function<void()> operation) {
-  const RVXConditionLock lock(mCondition);
-  enqueue(std::move(operation));
 }
 
 void RVXOperationQueue::waitUntilAllOperationsAreFinished() {
@@ -36,16 +33,10 @@ void RVXOperationQueue::waitUntilAllOperationsAreFinished() {
   }
 }
 
-void RVXOperationQueue::enqueue(std::function<void()> operation) {
-  mWaiting.push_back(std::move(operation));
-  ++mUnfinished;
-  mCondition.broadcast();
-}
-
 bool RVXOperationQueue::takesAnotherWorker() {
   // One operation is left to the thread that will wait, unless it would be the only one.
   const size_t forWaitingThread = mWorkers.empty() ? 0 : 1;
-  return mWaiting.size() > mIdleWorkers + forWaitingThread && mWorkers.size() < kMostAtOnce - 1;
+  return mWaiting.size() > mIdleWorkers + forWaitingThread;
 }
 
 void RVXOperationQueue::work() {

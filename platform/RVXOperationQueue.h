@@ -8,18 +8,12 @@
 #include "platform/RVXCondition.h"
 #include "platform/RVXThread.h"
 
-// Runs operations on worker threads. Used by one thread, which adds and then waits; while it waits it runs
-// operations as well, so that a thread less is needed, and one wake-up less for each operation.
-//
-// Its user sets no limit on how many run at once. The queue itself runs at most kMostAtOnce; further
-// operations wait their turn, in order. The first one added with addOperation() starts at once, also without
-// the wait.
+// Runs operations on worker threads, as many at once as there are: no limit is set. Used by one thread, which
+// adds and then waits; while it waits it runs an operation as well, so that a thread less is needed, and one
+// wake-up less for each operation. Only then, therefore, all are sure to be running; the first starts at
+// once.
 class RVXOperationQueue {
  public:
-  // Three checksum readers hold 24 MiB of chunks, which with the rest of the process stays below 32 MiB
-  // however many files are verified at once.
-  static constexpr size_t kMostAtOnce = 3;
-
   RVXOperationQueue() = default;
   // Waits until all operations have finished.
   ~RVXOperationQueue();
@@ -30,14 +24,9 @@ class RVXOperationQueue {
   // has finished. What it does is visible to the adder after the next wait.
   void addOperation(std::function<void()> operation) RVX_EXCLUDES(mCondition);
 
-  // The same for one that the adder is about to wait for, with nothing to do until then: no worker is started
-  // for it. It runs in that wait, or sooner where a worker is idle.
-  void addLastOperation(std::function<void()> operation) RVX_EXCLUDES(mCondition);
-
   void waitUntilAllOperationsAreFinished() RVX_EXCLUDES(mCondition);
 
  private:
-  void enqueue(std::function<void()> operation) RVX_REQUIRES(mCondition);
   void work() RVX_EXCLUDES(mCondition);
   bool takesAnotherWorker() RVX_REQUIRES(mCondition);
   void runNext() RVX_REQUIRES(mCondition);

@@ -3,26 +3,19 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
-
 #include "platform/RVXCacheBypass.h"
-#include "platform/RVXFileSystem.h"
 #include "platform/RVXTransfer.h"
 
 RVXStorageWriter RVXStorageWriter::openForWriting(const std::string& path) {
-  return openWithFlags(path, O_WRONLY | O_CREAT);
+  return openWithFlags(path, O_WRONLY | O_CREAT | O_NOFOLLOW);
 }
 
 RVXStorageWriter RVXStorageWriter::createForWriting(const std::string& path) {
-  RVXStorageWriter writer = openWithFlags(path, O_WRONLY | O_CREAT | O_EXCL);
-  if (writer.isOpen() || errno != EEXIST || fileExists(path)) return writer;
-  return openForWriting(path);
+  return openWithFlags(path, O_WRONLY | O_CREAT | O_EXCL);
 }
 
 RVXStorageWriter RVXStorageWriter::openWithFlags(const std::string& path, int flags) {
-  RVXFileHandle handle = RVXFileHandle::openWithoutPeer(path, flags);
-  if (handle.isOpen()) ::fcntl(handle.descriptor(), F_SETFL, 0);
-  return RVXStorageWriter(std::move(handle));
+  return RVXStorageWriter(RVXFileHandle::openWithoutPeer(path, flags));
 }
 
 std::optional<RVXIOFailure> RVXStorageWriter::truncate() {

@@ -18,12 +18,12 @@ class RVXStorageWriter {
   static constexpr int64_t kMostUnsettled = int64_t{16} * 1024 * 1024;
 
   // Opens the file at `path` for writing, creates it where there is none, and leaves the contents of an
-  // existing one alone; isOpen() tells whether that worked. It never waits for a reader of a FIFO.
+  // existing one alone; isOpen() tells whether that worked. Nothing is written through a symbolic link at
+  // `path` itself: it is not opened. Never waits for a reader of a FIFO.
   static RVXStorageWriter openForWriting(const std::string& path);
 
   // The same for a file that is not there yet. Where it is, it is left alone and not opened, also when
-  // another process creates it in this very moment. A link to nothing has its target created; what can't be
-  // examined counts as one.
+  // another process creates it in this very moment.
   static RVXStorageWriter createForWriting(const std::string& path);
 
   [[nodiscard]] bool isOpen() const { return mHandle.isOpen(); }

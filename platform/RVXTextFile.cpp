@@ -3,16 +3,21 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 
+#include "platform/RVXBlock.h"
 #include "platform/RVXFileHandle.h"
 #include "platform/RVXFileSystem.h"
 #include "platform/RVXPathText.h"
+#include "platform/RVXStorageReader.h"
 #include "platform/RVXTransfer.h"
 
 namespace {
+
+constexpr size_t kReadBackSize = size_t{2} * 1024 * 1024;
 
 struct TemporaryFile {
   std::string path;
@@ -41,11 +46,30 @@ std::optional<RVXIOFailure> writeAtomically(const std::string& path, std::string
   if (!temporary.handle.isOpen()) return failureFromErrno();
   auto failure = writeSyncAndClose(temporary.handle, text);
   if (!failure && std::rename(temporary.path.c_str(), path.c_str()) != 0) failure = failureFromErrno();
-  if (failure) {
-    ::unlink(temporary.path.c_str());
-    return failure;
+  if (failure) ::unlink(temporary.path.c_str());
+  return failure;
+}
+
+std::optional<RVXIOFailure> writeInPlace(const std::string& path, std::string_view text) {
+  RVXFileHandle handle = RVXFileHandle::open(path, O_WRONLY | O_CREAT | O_TRUNC);
+  if (!handle.isOpen()) return failureFromErrno();
+  return writeSyncAndClose(handle, text);
+}
+
+// Whether the storage gives exactly these bytes under that name.
+bool isOnStorage(const std::string& path, std::string_view text) {
+  auto reader = RVXStorageReader::openForReading(path);
+  if (!reader) return false;
+  reader->bypassCache();
+  RVXBlock block = RVXBlock::withCapacity(kReadBackSize);
+  while (!reader->readUpToCapacity(block)) {
+    const auto expected = std::as_bytes(std::span(text.substr(0, block.length())));
+    const auto found = block.bytes();
+    if (!std::equal(found.begin(), found.end(), expected.begin(), expected.end())) return false;
+    text.remove_prefix(expected.size());
+    if (block.length() < kReadBackSize) return text.empty();
   }
-  return syncFolder(pathWithoutLastComponent(path));
+  return false;
 }
 
 }  // namespace
@@ -64,9 +88,7 @@ std::optional<std::string> readTextFile(const std::string& path) {
 }
 
 std::optional<RVXIOFailure> writeTextFile(const std::string& path, std::string_view text, bool atomically) {
-  if (atomically) return writeAtomically(path, text);
-  RVXFileHandle handle = RVXFileHandle::open(path, O_WRONLY | O_CREAT | O_TRUNC);
-  if (!handle.isOpen()) return failureFromErrno();
-  if (auto failure = writeSyncAndClose(handle, text)) return failure;
-  return syncFolder(pathWithoutLastComponent(path));
+  if (auto failure = atomically ? writeAtomically(path, text) : writeInPlace(path, text)) return failure;
+  if (auto failure = syncFolder(pathWithoutLastComponent(path))) return failure;
+  return isOnStorage(path, text) ? std::nullopt : std::optional(failureFromErrno(EIO));
 }

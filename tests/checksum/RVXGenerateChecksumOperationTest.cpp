@@ -1,10 +1,13 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <thread>
 
 #include "checksum/RVXGenerateChecksumOperation.h"
+#include "platform/RVXFileSystem.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
 #include "tests/support/OutputCapture.h"
@@ -24,6 +27,8 @@ std::optional<std::string> checksumOf(const std::string& path, HashAlgorithm alg
   return Operation::initWithPath(path, algorithm, false)->checksum();
 }
 
+bool refusesToExamine = false;
+
 class RVXGenerateChecksumOperationTest : public testing::Test {
  protected:
   // The checksum of a file or link by both algorithms must be the tools' digest of those bytes.
@@ -38,6 +43,13 @@ class RVXGenerateChecksumOperationTest : public testing::Test {
 };
 
 }  // namespace
+
+// In the place of the C library's, so that a file can be opened that can't be examined.
+extern "C" int lstat(const char* path, struct stat* status) noexcept {
+  if (!refusesToExamine) return ::fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW);
+  errno = EIO;
+  return -1;
+}
 
 TEST_F(RVXGenerateChecksumOperationTest, InitLeavesEverythingAtZero) {
   const auto operation = Operation::init();
@@ -83,6 +95,17 @@ TEST_F(RVXGenerateChecksumOperationTest, FileSizeIsSet) {
   operation->checksum();
   EXPECT_EQ(operation->fileSize(), 4321);
   EXPECT_FALSE(operation->error().has_value());
+}
+
+TEST_F(RVXGenerateChecksumOperationTest, FileSizeOfAFileThatCantBeExaminedIsZero) {
+  writeFile(mFile, "abc");
+  const auto operation = Operation::initWithPath(mFile, HashAlgorithm::MD5, false);
+  operation->setFileSize(4321);
+  refusesToExamine = true;
+  const auto digest = operation->checksum();
+  refusesToExamine = false;
+  EXPECT_EQ(digest, "900150983cd24fb0d6963f7d28e17f72");
+  EXPECT_EQ(operation->fileSize(), 0);
 }
 
 TEST_F(RVXGenerateChecksumOperationTest, QuietChecksumPrintsNothing) {
@@ -216,11 +239,14 @@ TEST_F(RVXGenerateChecksumOperationTest, PathOfAFailedReadIsPrintedAsASCIIOnly) 
             "ERROR: again failed reading from (null)\n");
 }
 
-TEST_F(RVXGenerateChecksumOperationTest, EverythingIsClosedWhenItReturns) {
+TEST_F(RVXGenerateChecksumOperationTest, FileStaysOpenAsLongAsTheOperationLives) {
   writeFile(mFile, "abc");
   const size_t before = entryCount("/proc/self/fd");
-  const auto operation = Operation::initWithPath(mFile, HashAlgorithm::SHA1, false);
+  auto operation = Operation::initWithPath(mFile, HashAlgorithm::SHA1, false);
   operation->checksum();
+  EXPECT_EQ(entryCount("/proc/self/fd"), before + 1);
+  EXPECT_EQ(operation->identity(), attributesOfItem(mFile)->identity);
+  operation.reset();
   EXPECT_EQ(entryCount("/proc/self/fd"), before);
 }
 

@@ -6,8 +6,8 @@
 //           close, range (sync_file_range), rename, mkdir, symlink, readlink, stat, lstat, fstat, statfs
 //           (fstatfs), unlink, truncate (ftruncate), chmod (fchmod), seek (lseek), advise (posix_fadvise),
 //           fcntl, thread (pthread_create; its path is "thread"), memory (malloc, calloc, realloc and mmap;
-//           the path is the function's name; under a sanitizer, whose allocator comes first, only mmap), or *
-//           for any of them
+//           the path is the function's name; under a sanitizer, whose allocator comes first, only mmap),
+//           digest (EVP_MD_fetch; its path is the digest's name), or * for any of them
 //   PATH    a text that the path of the file must contain; behind a "=", a pattern that the whole path must
 //           match (fnmatch); or *
 //   NTH     the matching call, from 1, at which it begins
@@ -26,6 +26,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <fnmatch.h>
+#include <openssl/evp.h>
 #include <pthread.h>
 #include <spawn.h>
 #include <sys/mman.h>
@@ -449,6 +450,13 @@ int fcntl(int descriptor, int command, ...) {
   va_end(arguments);
   return guarded(faultFor("fcntl", descriptor),
                  [&] { return static_cast<int>(::syscall(SYS_fcntl, descriptor, command, argument)); });
+}
+
+// The library itself refuses, with a reason of its own, whatever errno the rule names.
+EVP_MD* EVP_MD_fetch(OSSL_LIB_CTX* library, const char* algorithm, const char* properties) {
+  static const auto real = next<EVP_MD* (*)(OSSL_LIB_CTX*, const char*, const char*)>("EVP_MD_fetch");
+  const Fault fault = faultFor("digest", algorithm);
+  return real(library, fault.error != 0 ? "no such digest" : algorithm, properties);
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),

@@ -161,41 +161,6 @@ TEST_F(CopyPhaseTest, LinkThatCantBeMadeEndsWith201AndItsPath) {
   EXPECT_EQ(end.output, "ERROR: can't open destination file (" + mFolder.path("d1/link") + ") (201i)");
 }
 
-TEST_F(CopyPhaseTest, SourceAsItsOwnDestinationEndsWith201) {
-  setMovie("movie");
-  mOptions.forceOverwrite = true;
-  mOptions.destinationArguments = {mFolder.path("A001/")};
-  const ChildEnd end = runInAChild();
-  EXPECT_EQ(end.status, 201);
-  EXPECT_EQ(end.output, "ERROR: can't open destination file (#1) (201i)");
-  EXPECT_EQ(readFile(mOptions.sourceArgument), "movie");
-}
-
-TEST_F(CopyPhaseTest, AnotherFramesSourceAtADestinationEndsWith201BeforeAnythingIsCopied) {
-  setFrames({10, 10, 10});
-  mOptions.forceOverwrite = true;
-  mFolder.folder("d2");
-  fs::create_symlink(frame(3), mFolder.path("d2/" + frameName(2)));
-  const std::string third = readFile(frame(3));
-  const ChildEnd end = runInAChild();
-  EXPECT_EQ(end.status, 201);
-  EXPECT_EQ(end.output, "ERROR: can't open destination file (#2) (201i)");
-  EXPECT_EQ(readFile(frame(3)), third);
-  EXPECT_EQ(entryCount(mFolder.path("d1")), 0U);
-}
-
-TEST_F(CopyPhaseTest, HardLinkToAnotherFramesSourceEndsWith201) {
-  setFrames({10, 10});
-  mOptions.forceOverwrite = true;
-  mFolder.folder("d1");
-  fs::create_hard_link(frame(2), mFolder.path("d1/" + frameName(1)));
-  const std::string second = readFile(frame(2));
-  const ChildEnd end = runInAChild();
-  EXPECT_EQ(end.status, 201);
-  EXPECT_EQ(end.output, "ERROR: can't open destination file (#1) (201i)");
-  EXPECT_EQ(readFile(frame(2)), second);
-}
-
 TEST_F(CopyPhaseTest, ForceOverwriteReplacesExistingFrames) {
   setFrames({10, 10});
   mOptions.forceOverwrite = true;

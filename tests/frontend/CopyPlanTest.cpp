@@ -238,19 +238,6 @@ TEST_F(CopyPlanTest, SequenceWithoutFrames) {
   EXPECT_EQ(plan.allFilesSize, 0U);
 }
 
-TEST_F(CopyPlanTest, SourceFileOfAMovie) {
-  CopyJobOptions options;
-  options.sourceArgument = "/V/clip.mov";
-  EXPECT_EQ(sourceFile(options, CopyPlan{}, 0), "/V/clip.mov");
-}
-
-TEST_F(CopyPlanTest, SourceFilesOfASequence) {
-  CopyPlan plan;
-  plan.sequence = RVXFileSequence::initWithIdentifier("/V/clip_8-10##.dpx");
-  EXPECT_EQ(sourceFile(CopyJobOptions{}, plan, 0), "/V/clip_08.dpx");
-  EXPECT_EQ(sourceFile(CopyJobOptions{}, plan, 2), "/V/clip_10.dpx");
-}
-
 TEST_F(CopyPlanTest, SourceFolderIsTheArgumentWithoutItsName) {
   CopyJobOptions options;
   for (const auto& [argument, folder] : {std::array{"/V/A001/clip.mov", "/V/A001"},
@@ -258,33 +245,4 @@ TEST_F(CopyPlanTest, SourceFolderIsTheArgumentWithoutItsName) {
     options.sourceArgument = argument;
     EXPECT_EQ(sourceFolder(options), folder) << argument;
   }
-}
-
-TEST_F(CopyPlanTest, CopyOfAMovieHasTheNameOfItsDestination) {
-  CopyPlan plan;
-  plan.destinationFilenames = {"a.mov", "b.mov"};
-  EXPECT_EQ(destinationFilename(plan, 1, "/V/clip.mov"), "b.mov");
-}
-
-TEST_F(CopyPlanTest, CopyOfAFrameHasTheFramesOwnName) {
-  CopyPlan plan;
-  plan.sequence = RVXFileSequence::initWithIdentifier("/V/clip_8-10##.dpx");
-  plan.destinationFilenames = {"a.mov", "b.mov"};
-  EXPECT_EQ(destinationFilename(plan, 1, "/V/clip_08.dpx"), "clip_08.dpx");
-}
-
-TEST_F(CopyPlanTest, PathOfACopyIsInItsDestinationsFolder) {
-  CopyPlan plan;
-  plan.destinationPaths = {"/d1/", "/d2", ""};
-  plan.destinationFilenames = {"clip.mov", "take.mov", "here.mov"};
-  EXPECT_EQ(destinationFile(plan, 0, "/V/clip.mov"), "/d1/clip.mov");
-  EXPECT_EQ(destinationFile(plan, 1, "/V/clip.mov"), "/d2/take.mov");
-  EXPECT_EQ(destinationFile(plan, 2, "/V/clip.mov"), "here.mov");
-  plan.sequence = RVXFileSequence::initWithIdentifier("/V/clip_8-10##.dpx");
-  EXPECT_EQ(destinationFile(plan, 1, "/V/clip_08.dpx"), "/d2/clip_08.dpx");
-}
-
-TEST_F(CopyPlanTest, HashListKeyIsTheSourcesNameInTheFolderAbove) {
-  EXPECT_EQ(hashListKey("/V/A001/clip.mov"), "../clip.mov");
-  EXPECT_EQ(hashListKey("clip.mov"), "../clip.mov");
 }

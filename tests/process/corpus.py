@@ -87,7 +87,7 @@ class Case:
     """One stored run."""
 
     ONE_LINERS = (b"rvxcopy", b"status", b"verdict")
-    SECTIONS = (b"environment", b"before", b"faults", b"output", b"varies", b"after")
+    SECTIONS = (b"before", b"faults", b"output", b"varies", b"after")
 
     def __init__(self, path):
         self.name = os.path.basename(path)[:-len(".run")]
@@ -107,7 +107,6 @@ class Case:
                  if title not in self.ONE_LINERS}
 
         self.arguments = [unescaped(word) for word in sections[b"rvxcopy"].split()]
-        self.variables = dict(line.decode().split("=", 1) for line in inner.get(b"environment", []))
         self.before = tree_of(inner[b"before"], {})
         self.faults = [line.decode() for line in inner.get(b"faults", [])]
         self.scripts = {title.decode(): b"\n".join(lines) + b"\n" for title, lines in inner.items()
@@ -152,7 +151,7 @@ class Case:
         return current
 
     def environment(self):
-        return {**program_environment(self.faults, "../faults.log"), **self.variables}
+        return program_environment(self.faults, "../faults.log")
 
 
 def cases():

@@ -29,7 +29,7 @@ INTERRUPTIBLE = ("openr", "openw", "read", "write", "fdatasync", "fsync", "range
 STATUSES_OF_FAILURE = {
     "openr": (101, 109, 114, 115, 200, 211, 212, 220),
     "openw": (115, 201),
-    "read": (109, 220),
+    "read": (109, 115, 220),
     "write": (115, 211, 212),
     "fdatasync": (115, 211, 212),
     "fsync": (101, 114, 115, 211, 212),

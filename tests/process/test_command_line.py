@@ -208,18 +208,26 @@ class ProcessSetUpTest(ProcessTest):
 
     def test_a_refused_digest_ends_the_run_before_anything_is_copied(self):
         self.write("clip.mov", b"movie")
-        # A library without its default algorithms, as a host that forbids MD5 has none.
-        self.write("openssl.cnf", b"openssl_conf = a\n[a]\nproviders = b\n[b]\nnull = c\n[c]\nactivate = 1\n")
-        result = self.run_tool("clip.mov", "d/", variables={"OPENSSL_CONF": self.path("openssl.cnf")})
-        self.assertEqual(result.status, 117)
-        self.assertRegex(result.output, rb"\AERROR: No MD5 digest available: [^\n]+\n\Z")
-        self.assertFalse(os.path.exists(self.path("d")))
+        for algorithm, name in (("MD5", "MD5"), ("SHA1", "SHA-1")):
+            with self.subTest(name):
+                result = self.run_tool("clip.mov", "d/", faults=["digest %s 1 * EPERM" % algorithm])
+                self.assertEqual(result.status, 117)
+                self.assertRegex(result.output, rb"\AERROR: No %s digest available: [^\n]+\n\Z" % name.encode())
+                self.assertFalse(os.path.exists(self.path("d")))
 
     def test_without_verification_no_digest_is_needed(self):
         self.write("clip.mov", b"movie")
-        self.write("openssl.cnf", b"openssl_conf = a\n[a]\nproviders = b\n[b]\nnull = c\n[c]\nactivate = 1\n")
-        result = self.run_tool("-n", "clip.mov", "d/", variables={"OPENSSL_CONF": self.path("openssl.cnf")})
+        # The interruption, which changes nothing, is the fault that happens.
+        result = self.run_tool("-n", "clip.mov", "d/", faults=["digest * 1 * EPERM", "openr clip.mov 1 1 EINTR"])
         self.assert_run(result, 0, "Copy completed successfully for destination file (d/clip.mov)\n")
+
+    def test_configuration_of_the_digest_library_is_not_read(self):
+        self.write("clip.mov", b"movie")
+        # One that would leave the library without its default algorithms.
+        self.write("openssl.cnf", b"openssl_conf = a\n[a]\nproviders = b\n[b]\nnull = c\n[c]\nactivate = 1\n")
+        result = self.run_tool("clip.mov", "d/", variables={"OPENSSL_CONF": self.path("openssl.cnf")})
+        self.assert_run(result, 0, "")
+        self.assert_checks("d/sha1/clip.mov.sha1")
 
     def test_threads_that_can_not_be_had_end_the_run(self):
         self.write("clip.mov", b"x" * 3000000)

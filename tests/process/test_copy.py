@@ -4,9 +4,11 @@ import os
 import resource
 import signal
 import subprocess
+import threading
 import time
 
-from support import BLOCK, LONGEST_RUN, ProcessTest, coreutils_digest, file_bytes, main, pattern
+from storage import require_mounts
+from support import BLOCK, LONGEST_RUN, RVXCOPY, ProcessTest, coreutils_digest, main, pattern
 
 
 class MovieTest(ProcessTest):
@@ -175,26 +177,88 @@ class ExistingDestinationTest(ProcessTest):
             self.assertEqual(sorted(statuses), [0, 107])
             self.assertEqual(self.read(folder + "clip.mov"), takes[statuses.index(0)])
 
-    def test_existence_follows_links(self):
-        self.write("clip.mov", b"movie")
+    def test_the_same_destination_twice_is_written_twice_with_force(self):
+        self.write("clip.mov", pattern(3 * BLOCK + 5))
         os.makedirs(self.path("d"))
-        os.symlink("elsewhere.mov", self.path("d/clip.mov"))
-        # What is verified is the item at the path itself, and that is a link and no movie.
-        result = self.run_tool("clip.mov", "d/")
-        self.assert_run(result, 109, "INFO: expected hash: %s but got hash: %s.\n"
-                        "ERROR: verify of destination file #1 (d/clip.mov) failed, wrong hash.\n" % (
-                            hashlib.sha1(b"movie").hexdigest(), hashlib.sha1(b"elsewhere.mov").hexdigest()))
-        self.assertEqual(self.read("d/elsewhere.mov"), b"movie")
+        os.symlink("d", self.path("e"))
+        self.write("d/hard.mov", b"old")
+        os.link(self.path("d/hard.mov"), self.path("d/link.mov"))
+        for second in ("d/", "./d/", "d/clip.mov", "e/"):
+            with self.subTest(second):
+                result = self.run_tool("-v", "-f", "clip.mov", "d/", second)
+                results = [line for line in result.output.decode().splitlines() if line.startswith("verify of")]
+                self.assertEqual(results, ["verify of destination file #1 (d/clip.mov) ok.",
+                                           "verify of destination file #2 (%sclip.mov) ok." % second.replace(
+                                               "clip.mov", ""), "verify of source file #3 (clip.mov) ok."])
+                self.assertEqual(result.status, 0)
+                self.assert_checks("d/sha1/clip.mov.sha1")
+        self.assert_run(self.run_tool("-f", "clip.mov", "d/hard.mov", "d/link.mov"), 0, "")
+        self.assertEqual(self.read("d/link.mov"), self.read("clip.mov"))
+
+
+class LinkAtTheCopysNameTest(ProcessTest):
+    """Nothing is written through it: the link may be anybody's, and its target another take."""
+
+    def setUp(self):
+        super().setUp()
+        self.write("clip.mov", b"movie")
+        self.write("card/other.mov", b"another take")
+
+    def assert_untouched(self, result, status, output):
+        self.assert_run(result, status, output)
+        self.assertEqual(self.tree("card"), {"other.mov": b"another take"})
+        self.assertTrue(os.path.islink(self.path("d/clip.mov")))
+        self.assertEqual(os.listdir(self.path("d")), ["clip.mov"])
+
+    def test_link_to_a_file(self):
+        os.makedirs(self.path("d"))
+        os.symlink("../card/other.mov", self.path("d/clip.mov"))
+        self.assert_untouched(self.run_tool("clip.mov", "d/"), 107,
+                              "ERROR: File destination #1 (d/clip.mov) already exists.\n")
+        self.assert_untouched(self.run_tool("-f", "clip.mov", "d/"), 201,
+                              "ERROR: can't open destination file (#1) (201i)")
+
+    def test_link_to_nothing(self):
+        os.makedirs(self.path("d"))
+        os.symlink("../card/new.mov", self.path("d/clip.mov"))
+        for options in ([], ["-f"]):
+            self.assert_untouched(self.run_tool(*options, "clip.mov", "d/"), 201,
+                                  "ERROR: can't open destination file (#1) (201i)")
+
+    def test_link_at_a_frames_name_is_refused_in_its_turn(self):
+        self.write_frames("f_%02d.dpx", (1, 2, 3))
+        os.makedirs(self.path("d"))
+        os.symlink("../card/other.mov", self.path("d/f_02.dpx"))
+        result = self.run_tool("-f", "-s", "f_1-3##.dpx", "d/")
+        self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
+        self.assertEqual(self.tree("d"), {"f_01.dpx": self.read("f_01.dpx"), "f_02.dpx": "-> ../card/other.mov"})
+        self.assertEqual(self.read("card/other.mov"), b"another take")
+
+    def test_links_in_the_folders_before_it_are_followed(self):
+        os.makedirs(self.path("raid/day"))
+        os.symlink("raid", self.path("d"))
+        self.assert_run(self.run_tool("clip.mov", "d/day/"), 0, "")
+        self.assertEqual(self.read("raid/day/clip.mov"), b"movie")
 
 
 class SourceAsDestinationTest(ProcessTest):
-    def assert_refused(self, *destinations, number):
-        for options in ([], ["-f"], ["-n"], ["-f", "-n"]):
+    EXISTS = "ERROR: File destination #%d (%s) already exists.\n"
+    REFUSED = "ERROR: can't open destination file (#%d) (201i)"
+
+    def assert_refused(self, *destinations, number, path, created=()):
+        """It exists, and with leave to overwrite it is not opened. `created` are the copies of the first case."""
+        for options in ([], ["-n"], ["-f"], ["-f", "-n"]):
             with self.subTest(options):
                 before = self.tree(".")
                 result = self.run_tool(*options, "a/clip.mov", *destinations)
-                self.assert_run(result, 201, "ERROR: can't open destination file (#%d) (201i)" % number)
-                self.assertEqual(self.tree("."), before)
+                if "-f" in options:
+                    self.assert_run(result, 201, self.REFUSED % number)
+                    self.assertEqual(self.tree("."), before)
+                else:
+                    self.assert_run(result, 107, self.EXISTS % (number, path))
+                    self.assertEqual(self.tree("."), {**before, **{name: b"" for name in created}})
+                    for name in created:
+                        os.remove(self.path(name))
 
     def setUp(self):
         super().setUp()
@@ -202,61 +266,91 @@ class SourceAsDestinationTest(ProcessTest):
         os.makedirs(self.path("d1"))
 
     def test_own_folder(self):
-        self.assert_refused("a/", number=1)
+        self.assert_refused("a/", number=1, path="a/clip.mov")
 
-    def test_nothing_is_created_for_an_earlier_destination(self):
-        self.assert_refused("d1/", "a/clip.mov", number=2)
+    def test_own_folder_that_is_rebuilt(self):
+        self.assert_refused("./", "-p", "1", number=1, path="./a/clip.mov")
+
+    def test_nothing_is_written_for_an_earlier_destination(self):
+        self.assert_refused("d1/", "a/clip.mov", number=2, path="a/clip.mov", created=["d1/clip.mov"])
 
     def test_through_a_hard_link(self):
         os.link(self.path("a/clip.mov"), self.path("d1/other.mov"))
-        self.assert_refused("d1/other.mov", number=1)
+        self.assert_refused("d1/other.mov", number=1, path="d1/other.mov")
 
     def test_through_a_symbolic_link(self):
         os.symlink("../a/clip.mov", self.path("d1/clip.mov"))
-        self.assert_refused("d1/", number=1)
+        self.assert_refused("d1/", number=1, path="d1/clip.mov")
 
     def test_through_a_linked_folder(self):
         os.symlink("a", self.path("b"))
-        self.assert_refused("b/", number=1)
+        self.assert_refused("b/", number=1, path="b/clip.mov")
 
-    def test_another_frame_through_a_link(self):
-        self.write_frames("a/f_%02d.dpx", (1, 2, 3))
-        os.symlink("../a/f_03.dpx", self.path("d1/f_01.dpx"))
+    def assert_frames_refused(self, status, output, *arguments):
         before = self.tree(".")
-        result = self.run_tool("-f", "-s", "a/f_1-3##.dpx", "d1/")
-        self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
-        self.assertEqual(self.tree("."), before)
+        for options in (["-n"], []):
+            self.assert_run(self.run_tool(*options, "-s", "a/f_1-3##.dpx", *arguments), status, output)
+            self.assertEqual(self.tree("."), before)
 
-    def test_copies_of_two_frames_that_are_one_file(self):
+    def test_sequence_into_its_own_folder(self):
         self.write_frames("a/f_%02d.dpx", (1, 2, 3))
-        self.write("d1/f_01.dpx", b"old")
-        places = (lambda path: os.link(self.path("d1/f_01.dpx"), path), lambda path: os.symlink("f_01.dpx", path),
-                  lambda path: os.symlink("f_03.dpx", path))  # which isn't there: frame 2 would create it
-        for place in places:
-            place(self.path("d1/f_02.dpx"))
-            before = self.tree(".")
-            for options in (["-f"], ["-f", "-n"]):
-                result = self.run_tool(*options, "-s", "a/f_1-3##.dpx", "d1/")
-                self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
-                self.assertEqual(self.tree("."), before)
-            os.remove(self.path("d1/f_02.dpx"))
+        self.assert_frames_refused(107, self.EXISTS % (1, "a/f_01.dpx"), "a/")
+        self.assert_frames_refused(201, self.REFUSED % 1, "a/", "-f")
 
-    def test_copies_of_two_frames_that_are_one_file_in_two_folders(self):
+    def test_another_frames_source_by_a_hard_link(self):
         self.write_frames("a/f_%02d.dpx", (1, 2, 3))
-        self.write("d1/f_02.dpx", b"old")
         os.makedirs(self.path("d2"))
-        os.link(self.path("d1/f_02.dpx"), self.path("d2/f_03.dpx"))
-        result = self.run_tool("-f", "-n", "-s", "a/f_1-3##.dpx", "d1/", "d2/")
-        self.assert_run(result, 201, "ERROR: can't open destination file (#2) (201i)")
-        self.assertEqual(self.read("d1/f_02.dpx"), b"old")
+        os.link(self.path("a/f_03.dpx"), self.path("d2/f_02.dpx"))
+        self.assert_frames_refused(201, self.REFUSED % 2, "d1/", "d2/", "-f")
 
     def test_link_onto_itself(self):
-        os.symlink("target text", self.path("a/link"))
-        for options in ([], ["-f"]):
+        for target in ("target text", "clip.mov"):
+            os.symlink(target, self.path("a/link"))
+            result = self.run_tool("a/link", "d1/", "a/")
+            self.assert_run(result, 107, self.EXISTS % (2, "a/link"))
+            self.assertEqual(os.readlink(self.path("d1/link")), target)
+            os.remove(self.path("d1/link"))
             before = self.tree(".")
-            result = self.run_tool(*options, "a/link", "d1/", "a/")
+            result = self.run_tool("-f", "a/link", "d1/", "a/")
             self.assert_run(result, 201, "ERROR: can't open destination file (a/link) (201i)")
             self.assertEqual(self.tree("."), before)
+            os.remove(self.path("a/link"))
+
+
+class FramesOfOneFileTest(ProcessTest):
+    """Frames whose copies meet are copied one after the other; what is read back tells whether one was lost."""
+
+    def setUp(self):
+        super().setUp()
+        self.write_frames("f_%02d.dpx", (1, 2))
+        self.digests = [coreutils_digest("sha1sum", self.path("f_%02d.dpx" % frame)) for frame in (1, 2)]
+
+    def assert_first_is_wrong(self, result, path):
+        self.assert_run(result, 109, "INFO: expected hash: %s but got hash: %s.\n" % tuple(self.digests) +
+                        "ERROR: verify of destination file #1 (%s) failed, wrong hash.\n" % path)
+
+    def test_copies_that_are_one_file(self):
+        self.write("d/f_01.dpx", b"old")
+        os.link(self.path("d/f_01.dpx"), self.path("d/f_02.dpx"))
+        self.assert_first_is_wrong(self.run_tool("-f", "-s", "f_1-2##.dpx", "d/"), "d/f_01.dpx")
+
+    def test_frames_of_one_name(self):
+        for frame in (1, 2):
+            self.write("day_%02d/clip.mov" % frame, self.read("f_%02d.dpx" % frame))
+        result = self.run_tool("-s", "day_1-2##/clip.mov", "d/")
+        self.assert_run(result, 107, "ERROR: File destination #1 (d/clip.mov) already exists.\n")
+        # Their entries in the list have one name as well, so it is the last one's digest that is expected.
+        result = self.run_tool("-f", "-s", "day_1-2##/clip.mov", "d/")
+        self.assert_run(result, 109, "INFO: expected hash: %s but got hash: %s.\n" % tuple(reversed(self.digests)) +
+                        "ERROR: verify of source file #2 (day_01/clip.mov) failed, wrong hash.\n")
+        self.write("day_02/clip.mov", self.read("day_01/clip.mov"))
+        self.assert_run(self.run_tool("-f", "-s", "day_1-2##/clip.mov", "d/"), 0, "")
+
+    def test_link_among_the_frames_is_named_by_its_path(self):
+        os.symlink("f_02.dpx", self.path("f_03.dpx"))
+        self.assert_run(self.run_tool("-s", "f_1-3##.dpx", "d/"), 0, "")
+        result = self.run_tool("-f", "-s", "f_1-3##.dpx", "d/")
+        self.assert_run(result, 201, "ERROR: can't open destination file (d/f_03.dpx) (201i)")
 
 
 class UnexaminedDestinationTest(ProcessTest):
@@ -375,7 +469,7 @@ class UnverifiedTest(ProcessTest):
     def test_missing_copy_ends_with_116(self):
         self.write("clip.mov", b"movie")
         lose = self.script("lose", "rm d2/clip.mov")
-        result = self.run_tool("-n", "clip.mov", "d1/", "d2/", faults=["stat d1/clip.mov 3 1 run=" + lose])
+        result = self.run_tool("-n", "clip.mov", "d1/", "d2/", faults=["stat d1/clip.mov 2 1 run=" + lose])
         self.assert_run(result, 116, "Copy completed successfully for destination file (d1/clip.mov)\n"
                         "Copy failed for destination file (d2/clip.mov)\n")
 
@@ -458,10 +552,8 @@ class WriteFailureTest(ProcessTest):
         self.assert_write_failure(result, 211, "EDQUOT", "Disk quota exceeded", "d1")
 
     def test_device_that_is_always_full(self):
-        os.makedirs(self.path("d"))
-        os.symlink("/dev/full", self.path("d/clip.mov"))
-        result = self.run_tool("-f", "clip.mov", "d/")
-        self.assert_write_failure(result, 212, "ENOSPC", "No space left on device", "d/")
+        result = self.run_tool("-f", "clip.mov", "/dev/full")
+        self.assert_write_failure(result, 212, "ENOSPC", "No space left on device", "/dev")
 
     def test_file_size_limit_is_a_write_failure(self):
         limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (BLOCK + 5, BLOCK + 5))
@@ -538,9 +630,13 @@ class ReadFailureTest(ProcessTest):
         self.assertEqual(result.status, 220)
 
     def test_volumes_name_the_mounted_ones(self):
-        result = self.run_tool("clip.mov", "d/", faults=["read clip.mov 1 1 EIO"])
+        # In a mount namespace of its own, so that nobody mounts or unmounts anything meanwhile.
+        require_mounts("unshare")
+        self.command = lambda *arguments: ["unshare", "--mount", RVXCOPY, *arguments]
+        look = self.script("look", "cat /proc/self/mounts > mounts")
+        result = self.run_tool("clip.mov", "d/", faults=["read clip.mov 1 1 run=" + look, "read clip.mov 1 1 EIO"])
         volumes = result.output.decode().splitlines()[1].split(" volumes: ")[1].strip("()").split(", ")
-        mounts = [line.split() for line in file_bytes("/proc/self/mounts").decode().splitlines()]
+        mounts = [line.split() for line in self.read("mounts").decode().splitlines()]
         self.assertTrue(set(volumes) <= {mount[1] for mount in mounts}, volumes)
         self.assertEqual([mount[1] for mount in mounts if mount[0].startswith("/dev/") and mount[1] not in volumes], [])
         self.assertNotIn("/proc", volumes)
@@ -553,6 +649,20 @@ class ReadFailureTest(ProcessTest):
         self.assertEqual(result.status, 220)
         self.assertTrue(result.output.startswith(b"ERROR: unexpected EISDIR during read: Is a directory of file: "
                                                  b"f_02.dpx at position:0\n"), result.output)
+
+
+class TerminalTest(ProcessTest):
+    def test_terminal_is_waited_for(self):
+        terminal, path_end = os.openpty()
+        self.addCleanup(os.close, terminal)
+        self.addCleanup(os.close, path_end)
+        source = os.ttyname(path_end)
+        typing = threading.Timer(0.5, os.write, (terminal, b"late\n\x04"))  # a line and the end
+        typing.start()
+        result = self.run_tool("-n", source, "d/copy")
+        typing.join()
+        self.assert_run(result, 0, "Copy completed successfully for destination file (d/copy)\n")
+        self.assertEqual(self.read("d/copy"), b"late\n")
 
 
 if __name__ == "__main__":

@@ -5,9 +5,10 @@ import random
 import re
 import signal
 import subprocess
+import sys
 import time
 
-from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, run
+from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, resident, run
 from support import BLOCK, coreutils_digest, file_bytes, main, pattern
 
 
@@ -41,12 +42,8 @@ class LyingDiskTest(StorageTest):
 class BitRotTest(StorageTest):
     MARK = b"this very byte sequence stands once in the movie: \x01"
 
-    def rot(self, file_system, options=()):
-        """A run in which a byte of copy 2 changes on its device before the verification."""
-        device = self.disk("disk", file_system, options=options)
-        movie = bytearray(pattern(6 * BLOCK + 99))
-        movie[3 * BLOCK:3 * BLOCK + len(self.MARK)] = self.MARK
-        self.write("clip.mov", bytes(movie))
+    def flip(self, device, mark, before="true"):
+        """A script that changes a bit of what stands once on that device, behind the command `before`."""
         self.write("flip.py", (
             "image = open('disk.img', 'r+b')\n"
             "import mmap\n"
@@ -54,13 +51,21 @@ class BitRotTest(StorageTest):
             "place = device.find(%r)\n"
             "assert place >= 0 and device.find(%r, place + 1) < 0\n"
             "device[place] ^= 1\n"
-            "device.flush()\n" % (self.MARK, self.MARK)).encode())
+            "device.flush()\n" % (mark, mark)).encode())
         # The block device has a cache of its own, between the image and the file system.
-        flip = self.script("flip", "python3 flip.py && blockdev --flushbufs /dev/" + device)
-        return self.run_tool("clip.mov", "d1/", "disk/d2/", faults=["lstat d2/clip.mov 1 1 run=" + flip])
+        return self.script("flip", before + " && python3 flip.py && blockdev --flushbufs /dev/" + device)
 
-    def assert_found(self, file_system, options=()):
-        result = self.rot(file_system, options)
+    def rot(self, file_system, options=(), call="lstat", before="true"):
+        """A run in which a byte of copy 2 changes on its device, at that call of its verification, behind `before`."""
+        device = self.disk("disk", file_system, options=options)
+        movie = bytearray(pattern(6 * BLOCK + 99))
+        movie[3 * BLOCK:3 * BLOCK + len(self.MARK)] = self.MARK
+        self.write("clip.mov", bytes(movie))
+        flip = self.flip(device, self.MARK, before)
+        return self.run_tool("-f", "clip.mov", "d1/", "disk/d2/", faults=[call + " d2/clip.mov 1 1 run=" + flip])
+
+    def assert_found(self, file_system, options=(), **rotting):
+        result = self.rot(file_system, options, **rotting)
         self.assertEqual(result.status, 109)
         expected = coreutils_digest("sha1sum", self.path("clip.mov"))
         self.assertRegex(result.output.decode(), r"\AINFO: expected hash: %s but got hash: [0-9a-f]{40}\.\n"
@@ -83,6 +88,44 @@ class BitRotTest(StorageTest):
                         "ERROR: failed reading from disk/d2/clip.mov\n"
                         "ERROR: again unexpected EIO during read: Input/output error\n"
                         "ERROR: again failed reading from disk/d2/clip.mov\n" % (2 * BLOCK))
+
+    # Maps the copy once it is written, holds all of it, and says so.
+    PLAYER = """if True:
+        import mmap
+        open("written").read()
+        with open("disk/d2/clip.mov", "rb") as file:
+            copy = mmap.mmap(file.fileno(), 0, prot=mmap.PROT_READ)
+        sum(copy[place] for place in range(0, len(copy), 4096))
+        open("mapped", "w").close()
+        input()
+        """
+
+    def test_copy_that_another_program_has_mapped(self):
+        # Its pages stay in the cache, whatever is done to drop them.
+        os.mkfifo(self.path("written"))
+        os.mkfifo(self.path("mapped"))
+        for file_system, options in (("ext4", ()), ("xfs", ()), ("btrfs", ("nodatasum",))):
+            with self.subTest(file_system):
+                player = subprocess.Popen([sys.executable, "-c", self.PLAYER], cwd=self.folder, stdin=subprocess.PIPE)
+                try:
+                    # Once it has memory to read into: memory that another file was read into is like no other.
+                    self.assert_found(file_system, options, call="read", before="echo > written && cat mapped")
+                    self.assertGreaterEqual(resident(self.path("disk/d2/clip.mov")), 6 * BLOCK)
+                finally:
+                    player.kill()
+                    player.communicate()
+                    self.unmount("disk")
+
+    def test_hash_list(self):
+        self.write("clip.mov", b"movie")
+        digest = coreutils_digest("sha1sum", self.path("clip.mov")).encode()
+        for file_system in ("ext4", "xfs"):  # btrfs keeps so short a file among its own data
+            with self.subTest(file_system):
+                flip = self.flip(self.disk("disk", file_system), digest)
+                result = self.run_tool("clip.mov", "disk/d/", faults=["fsync disk/d/sha1 1 1 run=" + flip])
+                self.assert_run(result, 115, "ERROR: couldn't write hash file to disk/d/sha1/clip.mov.sha1\n"
+                                "ERROR: Can't write hash file (disk/d/sha1/clip.mov.sha1).\n")
+                self.unmount("disk")
 
 
 class PowerCutTest(StorageTest):
@@ -279,6 +322,14 @@ class SlowDestinationTest(StorageTest):
 
     def test_with_direct_io(self):
         self.assert_honest("direct_io")
+
+    def test_what_can_not_be_written_back_in_parts_is_synced_every_now_and_then(self):
+        self.fuse("mount", "writeback_cache")
+        self.write("clip.mov", pattern(self.MOVIE))
+        note = self.script("note", "echo >> synced")
+        result = self.run_tool("-n", "clip.mov", "mount/d/", faults=["fdatasync d/clip.mov 1 * run=" + note])
+        self.assertEqual(result.status, 0)
+        self.assertGreaterEqual(len(self.read("synced")), 1 + self.MOVIE // self.BOUND + 1, "with the one at the end")
 
 
 if __name__ == "__main__":

@@ -3,14 +3,24 @@ import re
 import subprocess
 import time
 
+from storage import require, run
 from support import ProcessTest, coreutils_digest, main
 
 
 class HashListTest(ProcessTest):
+    def zone_with_leap_seconds(self):
+        """A time zone in which the system's clock shows 27 s less, also as UTC, as with TZ=right/UTC."""
+        require("zic")
+        self.write("leaps", b"".join(b"Leap %d Dec 31 23:59:60 + S\n" % year for year in range(1980, 2007)))
+        self.write("zones", b"Zone zone 0 - UTC\n")
+        run("env", "PATH=/usr/sbin:/usr/bin", "zic", "-L", self.path("leaps"), "-d", self.folder, self.path("zones"))
+        return self.path("zone")
+
     def test_list_of_a_movie_byte_for_byte(self):
         self.write("V/clip.mov", b"movie")
+        zone = self.zone_with_leap_seconds()
         before = int(time.time())
-        self.assert_run(self.run_tool("V/clip.mov", "d/"), 0, "")
+        self.assert_run(self.run_tool("V/clip.mov", "d/", variables={"TZ": zone}), 0, "")
         header, originals, entry, rest = self.read("d/sha1/clip.mov.sha1").split(b"\n")
         found = re.fullmatch(rb"# hash created by rvxvscopy by anna on (.+) (\d{4}-\d\d-\d\d \d\d:\d\d:\d\d) \+0000",
                              header)
@@ -108,6 +118,18 @@ class HashListFailureTest(ProcessTest):
                         "ERROR: Can't write hash file (d/sha1/clip.mov.sha1).\n")
         self.assert_checks("d/sha1/clip.mov.sha1")
         self.assertEqual(os.listdir(self.path("d/sha1")), ["clip.mov.sha1"])
+
+    def test_list_that_is_not_what_was_written_ends_with_115(self):
+        damages = {"removed": "rm $list", "cut": "truncate -s 20 $list", "longer": "echo >> $list",
+                   "zeros": "size=$(stat -c %s $list); truncate -s 0 $list; truncate -s $size $list"}
+        faults = ["fsync =*/d/sha1 1 1 run=" + self.script(name, "list=d/sha1/clip.mov.sha1\n" + text)
+                  for name, text in damages.items()]
+        for fault in faults + ["write .tmp 1 1 lie", "rename .sha1 1 1 lie", "openr .sha1 1 1 EIO",
+                               "read .sha1 1 1 EIO"]:
+            with self.subTest(fault):
+                result = self.run_tool("-f", "clip.mov", "d/", faults=[fault])
+                self.assert_run(result, 115, "ERROR: couldn't write hash file to d/sha1/clip.mov.sha1\n"
+                                "ERROR: Can't write hash file (d/sha1/clip.mov.sha1).\n")
 
     def test_name_too_long_for_its_extension_ends_with_115(self):
         name = "n" * 252

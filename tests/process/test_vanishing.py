@@ -2,6 +2,7 @@
 
 import hashlib
 import os
+import shutil
 import signal
 import subprocess
 
@@ -57,9 +58,10 @@ class RemovedTest(VanishingTest):
 
     def test_destination_folder_before_its_list_is_written(self):
         # The list would be alone in a new folder: it is only written where the copies are.
-        result = self.run_with("mkdir d/sha1 1 1", "mv d away", "d/")
+        result = self.run_with("stat d/sha1 1 1", "mv d away", "d/")
         self.assert_run(result, 114, "ERROR: Can't create folder for hashes (d/sha1).\n")
         self.assertEqual(sorted(self.tree("away")), ["clip.mov"])
+        self.assertFalse(os.path.exists(self.path("d")))
 
     def test_later_frame(self):
         self.write_frames("reel/f_%02d.dpx", (1, 2, 3))
@@ -169,6 +171,33 @@ class ChangedSizeTest(VanishingTest):
         result = self.run_tool("reel/clip.mov", "d/", faults=["lstat d/clip.mov 1 1 run=" + change])
         longer = hashlib.sha1(pattern(12 * BLOCK + 17) + b"more").hexdigest()
         self.assert_wrong(result, "source", 2, "reel/clip.mov", longer)
+
+
+class GoneWhileReadBackTest(VanishingTest):
+    """What was verified is the open file; what is safe is what lies at the path."""
+
+    def test_file_that_is_not_in_its_place_any_more(self):
+        # The third read is the verification's last one of the copy. The second moment is that of its last look.
+        for moment in ("read d/clip.mov 2 1", "read d/clip.mov 7 1", "lstat d/clip.mov 2 1"):
+            for action in ("rm d/clip.mov", "mv d away", "cp d/clip.mov d/new; mv d/new d/clip.mov",
+                           "mv d/clip.mov d/new; ln -s new d/clip.mov"):
+                with self.subTest(moment=moment, action=action):
+                    result = self.run_with(moment, action, "e/", "d/")
+                    self.assert_run(result, 109,
+                                    "ERROR: verify of destination file #2 (d/clip.mov) failed, wrong hash.\n")
+                    self.assert_no_hash_lists()
+                    for name in ("d", "e", "away"):
+                        shutil.rmtree(self.path(name), ignore_errors=True)
+
+    def test_source(self):
+        result = self.run_with("read reel/clip.mov 15 1", "mv reel away", "d/")
+        self.assert_run(result, 109, "ERROR: verify of source file #2 (reel/clip.mov) failed, wrong hash.\n")
+
+    def test_link(self):
+        os.symlink("target", self.path("link"))
+        lose = self.script("lose", "rm d/link")
+        result = self.run_tool("link", "d/", faults=["lstat d/link 3 1 run=" + lose])
+        self.assert_run(result, 109, "ERROR: verify of destination file #1 (d/link) failed, wrong hash.\n")
 
 
 class ReplacedTest(VanishingTest):

@@ -80,6 +80,23 @@ class WrongHashTest(ProcessTest):
         self.assert_no_hash_lists()
 
 
+class SideBySideTest(ProcessTest):
+    def test_all_copies_are_read_at_the_same_time(self):
+        self.write("clip.mov", b"movie")
+        folders = ["d%d" % number for number in range(1, 6)]
+        # The reader of each copy waits until all are about to read.
+        meet = self.script("meet", """mktemp here.XXXXXX
+            for attempt in $(seq 600); do
+              [ "$(ls here.* | wc -l)" = %d ] && exit
+              sleep 0.05
+            done
+            touch missed""" % len(folders))
+        result = self.run_tool("clip.mov", *(folder + "/" for folder in folders),
+                               faults=["read %s/clip.mov 1 1 run=%s" % (folder, meet) for folder in folders])
+        self.assertFalse(os.path.exists(self.path("missed")))
+        self.assertEqual(result.status, 0)
+
+
 class SequenceTest(ProcessTest):
     def test_results_of_a_sequence(self):
         self.write_frames("f_%02d.dpx", (9, 10))

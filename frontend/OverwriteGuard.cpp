@@ -1,0 +1,31 @@
+#include "frontend/OverwriteGuard.h"
+
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "frontend/CopyError.h"
+#include "frontend/RVXSourceFile.h"
+#include "platform/RVXFileSystem.h"
+
+void refuseToOverwriteSources(const CopyJobOptions& options, const CopyPlan& plan) {
+  if (!plan.sequence || !options.forceOverwrite) return;
+  std::set<RVXFileIdentity> sources;
+  std::vector<std::pair<RVXFileIdentity, unsigned>>
+      copies;  // those that exist, each with its destination's number
+  visitExistingFrames(*plan.sequence, [&](const std::string& path) {
+    const auto source = attributesOfItem(path);
+    // A link is copied as a link, which is written over nothing.
+    if (!source || source->type == RVXFileType::symbolicLink) return;
+    sources.insert(source->identity);
+    unsigned number = 0;
+    for (const auto& place : RVXSourceFile::ofPlan(plan, path).copies) {
+      ++number;
+      const auto copy = attributesOfItem(place.path);
+      if (copy) copies.emplace_back(copy->identity, number);
+    }
+  });
+  for (const auto& [copy, number] : copies) {
+    if (sources.contains(copy)) endProcessOnCopyError(RVXError::copyDestinationNotOpened(number));
+  }
+}

@@ -1,0 +1,18 @@
+#include "frontend/RVXSourceFile.h"
+
+#include "platform/RVXPathText.h"
+
+RVXSourceFile RVXSourceFile::ofPlan(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index) {
+  return ofPlan(plan, plan.sequence ? *plan.sequence->filenameForIndex(index) : options.sourceArgument);
+}
+
+RVXSourceFile RVXSourceFile::ofPlan(const CopyPlan& plan, const std::string& path) {
+  const std::string ownName = lastPathComponent(path);
+  RVXSourceFile file{path, "../" + ownName, {}};
+  for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
+    const std::string& folder = plan.destinationPaths[k];
+    const std::string& name = plan.sequence ? ownName : plan.destinationFilenames[k];
+    file.copies.push_back({folder, name, pathByAppendingComponent(folder, name)});
+  }
+  return file;
+}
