@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/RVXUnicodeText.h"
+#include "platform/system/RVXUnicodeText.h"
 #include "tests/fuzz/CharacterModel.h"
 
 // Which characters are digits is a table; it is the program's own, whose unit test compares it with another.

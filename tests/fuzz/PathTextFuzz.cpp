@@ -1,7 +1,7 @@
-#include <algorithm>
 #include <cstdint>
 
-#include "platform/RVXPathText.h"
+#include "formats/StandardizedPath.h"
+#include "platform/files/RVXPathText.h"
 #include "tests/fuzz/Expectations.h"
 #include "tests/fuzz/InputText.h"
 #include "tests/fuzz/PathTextModel.h"
@@ -18,8 +18,6 @@ void expectAsModelled(const std::string& path, const std::string& component) {
               PathTextModel::appending(path, component));
   expectEqual("appending an extension", pathByAppendingExtension(path, component), path + "." + component);
   expectEqual("standardized", standardizedPath(path), PathTextModel::standardized(path));
-  expectEqual("is ASCII text", isAsciiText(path),
-              std::none_of(path.begin(), path.end(), [](unsigned char byte) { return byte > 127; }));
 }
 
 void expectFolderAndNameToMakeThePath(const std::string& path) {
