@@ -138,7 +138,7 @@ class ExampleTest:
 
 
 class PythonExampleTest(ExampleTest, ProcessTest):
-    example = "copy_card.py"
+    example = "copy_clip.py"
 
     def test_repeated_reads_are_told_with_the_verdict(self):
         for name in ("read-recovered", "verify-read-recovered"):
@@ -151,7 +151,7 @@ class PythonExampleTest(ExampleTest, ProcessTest):
 
 
 class ShellExampleTest(ExampleTest, ProcessTest):
-    example = "copy_card.sh"
+    example = "copy_clip.sh"
 
 
 if __name__ == "__main__":

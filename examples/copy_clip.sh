@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Copies with rvxcopy, shows how far it is, and says at the end what the copies are worth.
 #
-#     copy_card.sh [options of rvxcopy] SOURCE DESTINATION...
+#     copy_clip.sh [options of rvxcopy] SOURCE DESTINATION...
 #
 # rvxcopy is looked for in PATH, unless the variable RVXCOPY names it. Progress goes to standard error, everything
 # that a user should read to standard output; the last line begins with "verified", "copied only" or "failed".
