@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Copies with rvxcopy, shows how far it is, and says at the end what the copies are worth.
+"""Copies one clip or sequence with rvxcopy, shows how far it is, and says at the end what the copies are worth.
 
     copy_clip.py [options of rvxcopy] SOURCE DESTINATION...
 
@@ -40,7 +40,7 @@ WHAT_TO_DO = {
     115: "the copies are good, but a hash list is missing: make room and rights, then run again with -f",
     116: "a copy is missing: copy again",
     117: "this machine refuses what the run needs: use another one",
-    200: "check rights, and that every frame exists",
+    200: "the source can't be opened: check rights, and that every frame exists",
     201: "check the destination's rights and path",
     211: "don't trust that disk: copy to another one",
     212: "make room, then run again with -f",
@@ -48,15 +48,45 @@ WHAT_TO_DO = {
 }
 
 
-def skips_verification(arguments):
-    """As rvxcopy reads them: an option matches by its beginning, and three of them take the next argument."""
-    remaining = iter(arguments)
-    for argument in remaining:
-        if argument.startswith(("-p", "-t", "-o")):
-            next(remaining, None)
-        elif argument.startswith("-n"):
-            return True
-    return False
+class Job:
+    """What rvxcopy is asked for. An option matches by its beginning, and three of them take the next argument."""
+
+    def __init__(self, arguments):
+        self.is_verified = self.is_listed = True
+        self.is_sequence = False
+        paths = []
+        remaining = iter(arguments)
+        for argument in remaining:
+            if argument.startswith("-o"):
+                self.is_listed = re.match(r"\s*[-+]?0*[1-9]", next(remaining, "1")) is not None
+            elif argument.startswith(("-p", "-t")):
+                next(remaining, None)
+            elif argument.startswith("-n"):
+                self.is_verified = False
+            elif argument.startswith("-s"):
+                self.is_sequence = True
+            elif not argument.startswith(("-v", "-f")):
+                paths.append(argument)
+        self.source, self.destinations = (paths[0], paths[1:]) if paths else ("", [])
+
+    def files(self):
+        """The files to copy, one after the other; none where the identifier is an unusual one."""
+        if not self.is_sequence:
+            yield self.source
+            return
+        parts = re.fullmatch(r"(.*?)([0-9]+)-([0-9]+)(#+)([^#]*)", self.source, re.DOTALL)
+        if parts:
+            for number in range(int(parts[2]), int(parts[3]) + 1):
+                yield "%s%0*d%s" % (parts[1], len(parts[4]), number, parts[5])
+
+    def first_unreadable(self):
+        return next((path for path in self.files() if not os.access(path, os.R_OK)), None)
+
+    def first_link(self):
+        return next((path for path in self.files() if os.path.islink(path)), None)
+
+    def folder_without_slash(self):
+        return next((path for path in self.destinations if not path.endswith("/") and os.path.isdir(path)), None)
 
 
 class Run:
@@ -102,23 +132,33 @@ class Run:
         print("\r%-70s" % ("%s: %d %%" % (what, percent)), end="", file=sys.stderr, flush=True)
         self.is_in_progress_line = True
 
-    def verdict(self, status, is_unverified):
+    def verdict(self, status, job):
         # The status alone decides: a name may hold a line end, and then reads like any line.
-        if status == 0 and is_unverified:
+        if status != 0:
+            return "failed (%s): %s. Don't format the card." % (
+                "signal %d" % -status if status < 0 else "status %d" % status, self.what_to_do(status, job))
+        if not job.is_verified:
             return "copied only: nobody has compared the copies. Don't format the card; run again without -n."
-        if status == 0 and self.had_failed_reads:
-            return "verified: the card may be formatted. Some reads succeeded only the second time: check that device."
-        if status == 0:
-            return "verified: the card may be formatted."
-        return "failed (%s): %s. Don't format the card." % (
-            "signal %d" % -status if status < 0 else "status %d" % status, self.what_to_do(status))
+        link = job.first_link()
+        if link:
+            return "verified as a link: %s is one, and nothing of what it leads to was copied." % link
+        verdict = "verified: this clip is complete and durable at every destination that was named."
+        if not job.is_listed:
+            verdict += " No hash list was written (-o 0)."
+        if self.had_failed_reads:
+            verdict += " Some reads succeeded only the second time: check that device."
+        return verdict
 
-    def what_to_do(self, status):
+    def what_to_do(self, status, job):
         if status == 109 and self.wrong_file:
             culprit = "the card or its reader" if self.wrong_file == "source" else "the disk of that copy"
             return "don't trust %s; copy again with -f" % culprit
         if status == 109:
             return "see what is written above"  # a file could not be read back, or -o lacks its value
+        if status == 107 and job.folder_without_slash():
+            return "did you mean %s/? Without the slash it names the copy itself" % job.folder_without_slash()
+        if status == 200 and job.first_unreadable():
+            return "%s is missing or can't be read; when it is there, run again with -f" % job.first_unreadable()
         return WHAT_TO_DO.get(status, "the run did not come to its end; run again with -f")
 
 
@@ -138,7 +178,7 @@ def main(arguments):
     for line in process.stdout:  # the last one may lack its end
         run.take(line.removesuffix(b"\n"))
     status = process.wait()
-    run.show(run.verdict(status, skips_verification(arguments)).encode())
+    run.show(run.verdict(status, Job(arguments)).encode(errors="surrogateescape"))
     return status if status >= 0 else 128 - status
 
 

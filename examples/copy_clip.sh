@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Copies with rvxcopy, shows how far it is, and says at the end what the copies are worth.
+# Copies one clip or sequence with rvxcopy, shows how far it is, and says at the end what the copies are worth.
 #
 #     copy_clip.sh [options of rvxcopy] SOURCE DESTINATION...
 #
@@ -9,16 +9,50 @@
 set -u
 export LC_ALL=C # paths are bytes in any encoding
 
-# As rvxcopy reads them: an option matches by its beginning, and three of them take the next argument.
-skips_verification() {
+# What rvxcopy is asked for. An option matches by its beginning, and three of them take the next argument.
+is_verified=yes is_listed=yes is_sequence='' source='' destinations=()
+read_arguments() {
   while [ $# -gt 0 ]; do
     case $1 in
-      -p* | -t* | -o*) [ $# -gt 1 ] && shift ;;
-      -n*) return 0 ;;
+      -o*)
+        [[ ${2:-1} =~ ^[[:space:]]*[-+]?0*[1-9] ]] || is_listed=''
+        [ $# -gt 1 ] && shift
+        ;;
+      -p* | -t*) [ $# -gt 1 ] && shift ;;
+      -n*) is_verified='' ;;
+      -s*) is_sequence=yes ;;
+      -v* | -f*) ;;
+      *) if [ -z "$source" ]; then source=$1; else destinations+=("$1"); fi ;;
     esac
     shift
   done
-  return 1
+}
+
+# Calls its arguments with each file that is to be copied, and shows the first one for which they succeed. Of an
+# unusual identifier it knows no files.
+first_file() {
+  local number name
+  if [ -z "$is_sequence" ]; then
+    "$@" "$source" && echo "$source"
+  elif [[ $source =~ ^(.*[^0-9])?([0-9]+)-([0-9]+)(#+)([^#]*)$ ]]; then
+    for ((number = 10#${BASH_REMATCH[2]}; number <= 10#${BASH_REMATCH[3]}; ++number)); do
+      printf -v name '%s%0*d%s' "${BASH_REMATCH[1]}" ${#BASH_REMATCH[4]} "$number" "${BASH_REMATCH[5]}"
+      if "$@" "$name"; then
+        echo "$name"
+        return
+      fi
+    done
+  fi
+}
+
+folder_without_slash() {
+  local path
+  for path in "${destinations[@]}"; do
+    if [[ $path != */ && -d $path ]]; then
+      echo "$path"
+      return
+    fi
+  done
 }
 
 show() {
@@ -57,15 +91,26 @@ take() {
 }
 
 what_to_do() {
+  local path=''
+  case $1 in
+    107) path=$(folder_without_slash) ;;
+    200) path=$(first_file test ! -r) ;;
+  esac
   case $1 in
     100 | 102 | 103 | 104 | 106 | 108 | 113) echo "correct the command" ;;
     101) echo "make the named folder possible" ;;
-    107) echo "choose another folder, or overwrite with -f" ;;
+    107)
+      if [ -n "$path" ]; then
+        echo "did you mean $path/? Without the slash it names the copy itself"
+      else
+        echo "choose another folder, or overwrite with -f"
+      fi
+      ;;
     109) echo "see above: don't trust the disk or the card of the named file, and copy again with -f" ;;
     114 | 115) echo "the copies are good, but a hash list is missing: make room and rights, run again with -f" ;;
     116) echo "a copy is missing: copy again" ;;
     117) echo "this machine refuses what the run needs: use another one" ;;
-    200) echo "check rights, and that every frame exists" ;;
+    200) echo "${path:-the source or a frame} is missing or can't be read; when it is there, run again with -f" ;;
     201) echo "check the destination's rights and path" ;;
     211) echo "don't trust that disk: copy to another one" ;;
     212) echo "make room, then run again with -f" ;;
@@ -75,17 +120,30 @@ what_to_do() {
   esac
 }
 
+# The status alone decides: a name may hold a line end, and then reads like any line.
+verdict() {
+  local link unlisted=" No hash list was written (-o 0)."
+  if [ "$status" -ne 0 ]; then
+    echo "failed (status $status): $(what_to_do "$status"). Don't format the card."
+    return
+  elif [ -z "$is_verified" ]; then
+    echo "copied only: nobody has compared the copies. Don't format the card; run again without -n."
+    return
+  fi
+  link=$(first_file test -L)
+  if [ -n "$link" ]; then
+    echo "verified as a link: $link is one, and nothing of what it leads to was copied."
+  else
+    [ -z "$is_listed" ] || unlisted=
+    echo "verified: this clip is complete and durable at every destination that was named.$unlisted"
+  fi
+}
+
 trap : INT # Ctrl-C ends rvxcopy; the verdict is still to be told
 "${RVXCOPY:-rvxcopy}" -v "$@" </dev/null | while IFS= read -r line || [ -n "$line" ]; do take "$line"; done
 status=${PIPESTATUS[0]}
 
-# The status alone decides: a name may hold a line end, and then reads like any line.
 echo >&2
-if [ "$status" -ne 0 ]; then
-  echo "failed (status $status): $(what_to_do "$status"). Don't format the card."
-elif skips_verification "$@"; then
-  echo "copied only: nobody has compared the copies. Don't format the card; run again without -n."
-else
-  echo "verified: the card may be formatted."
-fi
+read_arguments "$@"
+verdict
 exit "$status"
