@@ -40,6 +40,10 @@ def files_of_other_systems():
     return {path.replace("zsh/vendor-completions", "zsh/site-functions") for path in expected_files()}
 
 
+def version():
+    return re.search(r"project\(rvxcopy VERSION (\S+)", file_bytes(SOURCES + "/CMakeLists.txt").decode())[1]
+
+
 def build_package(sources, *arguments, **variables):
     """Returns the package's path."""
     built = subprocess.run(["bash", os.path.join(sources, "scripts", "package"), *arguments], stdout=subprocess.PIPE,
@@ -141,13 +145,12 @@ class PackageTest(StorageTest):
 
     def test_control_file(self):
         control = run("dpkg-deb", "--field", self.package)
-        version = re.search(r"project\(rvxcopy VERSION (\S+)", file_bytes(SOURCES + "/CMakeLists.txt").decode())[1]
         architecture = run("dpkg", "--print-architecture").strip()
-        for line in ("Package: rvxcopy", "Version: " + version, "Architecture: " + architecture, "Section: video",
+        for line in ("Package: rvxcopy", "Version: " + version(), "Architecture: " + architecture, "Section: video",
                      "Priority: optional", "Maintainer: rvxcopy developers <rvxcopy@localhost>"):
             self.assertIn("\n%s\n" % line, "\n" + control)
         newest = file_bytes(SOURCES + "/packaging/changelog").decode().split("\n")[0]
-        self.assertTrue(newest.startswith("rvxcopy (%s) " % version), newest)
+        self.assertTrue(newest.startswith("rvxcopy (%s) " % version()), newest)
 
     def test_every_library_that_the_program_needs_is_a_dependency(self):
         needed = re.findall(r"\(NEEDED\).*\[(.*)\]", run("readelf", "--dynamic", self.contents_path("usr/bin/rvxcopy")))
@@ -189,7 +192,7 @@ class PackageTest(StorageTest):
         require("rpm", "rpmbuild")
         package = build_package(os.path.join(self.shared, "a"), "rpm")
         machine = run("rpm", "--eval", "%{_arch}").strip()
-        self.assertEqual(os.path.basename(package), "rvxcopy-1.0.0-1.%s.rpm" % machine)
+        self.assertEqual(os.path.basename(package), "rvxcopy-%s-1.%s.rpm" % (version(), machine))
         found = {}
         for line in run("rpm", "--query", "--package", "--list", "--verbose", package).splitlines():
             permissions, _, owner, group, _, _, _, _, path = line.split(None, 8)
