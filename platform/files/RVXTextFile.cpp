@@ -56,8 +56,8 @@ std::optional<RVXIOFailure> writeInPlace(const std::string& path, std::string_vi
   return writeSyncAndClose(handle, text);
 }
 
-// Whether the storage gives exactly these bytes under that name.
-bool isOnStorage(const std::string& path, std::string_view text) {
+// Whether the storage has exactly this text under that name; none when a read failed.
+std::optional<bool> storageHolds(const std::string& path, std::string_view text) {
   auto reader = RVXStorageReader::openForReading(path);
   if (!reader) return false;
   reader->bypassCache();
@@ -69,7 +69,14 @@ bool isOnStorage(const std::string& path, std::string_view text) {
     text.remove_prefix(expected.size());
     if (block.length() < kReadBackSize) return text.empty();
   }
-  return false;
+  return std::nullopt;
+}
+
+bool readsBackAs(const std::string& path, std::string_view text) {
+  // As everywhere, a failed read has one retry, with the file opened again.
+  auto holds = storageHolds(path, text);
+  if (!holds) holds = storageHolds(path, text);
+  return holds.value_or(false);
 }
 
 }  // namespace
@@ -90,5 +97,5 @@ std::optional<std::string> readTextFile(const std::string& path) {
 std::optional<RVXIOFailure> writeTextFile(const std::string& path, std::string_view text, bool atomically) {
   if (auto failure = atomically ? writeAtomically(path, text) : writeInPlace(path, text)) return failure;
   if (auto failure = syncFolder(pathWithoutLastComponent(path))) return failure;
-  return isOnStorage(path, text) ? std::nullopt : std::optional(failureFromErrno(EIO));
+  return readsBackAs(path, text) ? std::nullopt : std::optional(failureFromErrno(EIO));
 }
