@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "copy/RVXCopyBufferManager.h"
-#include "platform/RVXThread.h"
+#include "platform/threads/RVXThread.h"
 
 namespace {
 

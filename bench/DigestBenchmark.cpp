@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "platform/RVXDigest.h"
+#include "platform/system/RVXDigest.h"
 
 namespace {
 

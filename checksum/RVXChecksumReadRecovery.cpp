@@ -1,15 +1,17 @@
 #include "checksum/RVXChecksumReadRecovery.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/RVXPathText.h"
 
 namespace {
 
 std::optional<std::string> asciiText(const std::string& text) {
-  return isAsciiText(text) ? std::optional(text) : std::nullopt;
+  const bool isAscii =
+      std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<signed char>(byte) >= 0; });
+  return isAscii ? std::optional(text) : std::nullopt;
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/RVXReadRecovery.h"
+#include "platform/files/RVXReadRecovery.h"
 
 // What a verification says when a chunk of its file fails. Its texts are printed as 7-bit ASCII: one that is
 // not prints as "(null)". A second failure of the same chunk ends the process with

@@ -5,10 +5,10 @@
 
 #include "checksum/RVXChecksumReadRecovery.h"
 #include "include/Print.h"
-#include "platform/RVXDigest.h"
-#include "platform/RVXFileSystem.h"
-#include "platform/RVXOperationQueue.h"
-#include "platform/RVXPathText.h"
+#include "platform/files/RVXFileSystem.h"
+#include "platform/files/RVXPathText.h"
+#include "platform/system/RVXDigest.h"
+#include "platform/threads/RVXOperationQueue.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include "include/HashAlgorithm.h"
 #include "include/RVXError.h"
-#include "platform/RVXAtomicProperty.h"
-#include "platform/RVXRecoveringReader.h"
+#include "platform/files/RVXRecoveringReader.h"
+#include "platform/threads/RVXAtomicProperty.h"
 
 // Reads one file back from its storage, in chunks of 4 MiB of which at most two are held, and computes its
 // digest while the next chunk is read. A symbolic link gives the string digest of its target text.

@@ -8,7 +8,7 @@
 #include "checksum/RVXGenerateChecksumOperation.h"
 #include "include/HashAlgorithm.h"
 #include "include/RVXError.h"
-#include "platform/RVXAtomicProperty.h"
+#include "platform/threads/RVXAtomicProperty.h"
 
 // Checks one file against the digest string that it is expected to have. main() is run once, on a worker of
 // an operation queue; the result is asked for after the queue has been waited for.

@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
-#include "platform/RVXBlock.h"
-#include "platform/RVXCondition.h"
-#include "platform/RVXMutex.h"
+#include "platform/files/RVXBlock.h"
+#include "platform/threads/RVXCondition.h"
+#include "platform/threads/RVXMutex.h"
 
 // The bounded hand-off between the threads of one file copy: one reader hands in buffers in order; one digest
 // thread and N writers each see every buffer once, in order, in place (buffers are never copied). A buffer is

@@ -8,10 +8,10 @@
 #include "copy/RVXWriteFailure.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/RVXDigest.h"
-#include "platform/RVXFileSystem.h"
-#include "platform/RVXOperationQueue.h"
-#include "platform/RVXPathText.h"
+#include "platform/system/RVXDigest.h"
+#include "platform/files/RVXFileSystem.h"
+#include "platform/threads/RVXOperationQueue.h"
+#include "platform/files/RVXPathText.h"
 
 namespace {
 

@@ -12,10 +12,10 @@
 #include "copy/RVXCopyBufferManager.h"
 #include "include/HashAlgorithm.h"
 #include "include/RVXError.h"
-#include "platform/RVXMutex.h"
-#include "platform/RVXRecoveringReader.h"
-#include "platform/RVXStorageWriter.h"
-#include "platform/RVXThread.h"
+#include "platform/threads/RVXMutex.h"
+#include "platform/files/RVXRecoveringReader.h"
+#include "platform/files/RVXStorageWriter.h"
+#include "platform/threads/RVXThread.h"
 
 // Copies one file to all its destinations in a single pass: a reader reads the source in blocks of 2 MiB, a
 // digest thread computes MD5 and SHA-1 of the stream, and one writer a destination writes every block; they

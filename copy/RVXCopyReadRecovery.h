@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/RVXReadRecovery.h"
+#include "platform/files/RVXReadRecovery.h"
 
 // What a copy says when a block of its source fails: the failure, whether the source's path still exists and
 // which volumes are mounted (a card that was pulled shows here). A source that can't be opened again, or

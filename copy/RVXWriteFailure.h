@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/RVXIOFailure.h"
+#include "platform/files/RVXIOFailure.h"
 
 // The end of a run whose copy could not be written, synced or closed: prints "ERROR: unexpected %s during
 // write: %s\n" and "ERROR: failed writing to %s\n" with the destination folder, and ends the process with

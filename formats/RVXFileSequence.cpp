@@ -6,7 +6,7 @@
 
 #include "formats/RVXFrameNameTemplate.h"
 #include "include/Print.h"
-#include "platform/RVXUnicodeText.h"
+#include "platform/system/RVXUnicodeText.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include "formats/CPSystemInformation.h"
 #include "formats/RVXHashListLine.h"
 #include "include/Print.h"
-#include "platform/RVXHost.h"
-#include "platform/RVXTextFile.h"
-#include "platform/RVXUnicodeText.h"
+#include "platform/files/RVXTextFile.h"
+#include "platform/system/RVXHost.h"
+#include "platform/system/RVXUnicodeText.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "platform/RVXPathText.h"
-#include "platform/RVXUnicodeText.h"
+#include "formats/StandardizedPath.h"
+#include "platform/system/RVXUnicodeText.h"
 
 namespace {
 

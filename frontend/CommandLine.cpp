@@ -3,8 +3,8 @@
 #include "frontend/UsageText.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/RVXFileSystem.h"
-#include "platform/RVXUnicodeText.h"
+#include "platform/files/RVXFileSystem.h"
+#include "platform/system/RVXUnicodeText.h"
 
 namespace {
 

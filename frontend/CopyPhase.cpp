@@ -6,7 +6,7 @@
 #include "frontend/OverwriteGuard.h"
 #include "frontend/RVXSourceFile.h"
 #include "include/Print.h"
-#include "platform/RVXFileSystem.h"
+#include "platform/files/RVXFileSystem.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include "frontend/RVXSourceFile.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/RVXFileSystem.h"
-#include "platform/RVXPathText.h"
+#include "platform/files/RVXFileSystem.h"
+#include "platform/files/RVXPathText.h"
 
 namespace {
 

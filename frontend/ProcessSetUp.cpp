@@ -6,8 +6,8 @@
 
 #include "frontend/SignalHandler.h"
 #include "include/EndProcess.h"
-#include "platform/RVXDigest.h"
-#include "platform/RVXHost.h"
+#include "platform/system/RVXDigest.h"
+#include "platform/system/RVXHost.h"
 
 void setUpProcess() {
   openMissingStandardDescriptors();

@@ -6,7 +6,7 @@
 #include <csignal>
 #include <cstring>
 
-#include "platform/RVXSignalSafe.h"
+#include "platform/system/RVXSignalSafe.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include "frontend/RVXSourceFile.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/RVXFileSystem.h"
-#include "platform/RVXOperationQueue.h"
+#include "platform/files/RVXFileSystem.h"
+#include "platform/threads/RVXOperationQueue.h"
 
 namespace {
 

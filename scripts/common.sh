@@ -2,16 +2,44 @@
 
 repository=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# Installs the named Debian packages that are missing; asks the package sources only when one is.
+# Whether a Debian package's program is there, also on a machine that calls the package otherwise. Libraries have none:
+# where dpkg does not know them either, CMake names what it misses.
+is_there() {
+  local program=$1
+  case $1 in
+    ninja-build) program=ninja ;;
+    rpm) program=rpmbuild ;;
+    lib* | bash-completion | e2fsprogs | xfsprogs | btrfs-progs | util-linux* | dpkg-dev | man-db | dropbear-bin | \
+      fuse3 | openssh-client | llvm-14) program= ;;
+  esac
+  [ -z "$program" ] || ! command -v "$program" >/dev/null || return 0
+  if command -v dpkg-query >/dev/null; then
+    dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null | grep -qx installed
+  else
+    [ -z "$program" ]
+  fi
+}
+
+# Installs the named Debian packages that are missing; asks the package sources only when one is. Where it can't, it
+# says what is missing.
 install_missing() {
   local package missing=()
   for package in "$@"; do
-    dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed ||
-      missing+=("$package")
+    is_there "$package" || missing+=("$package")
   done
   [ ${#missing[@]} -eq 0 ] && return
   local as_root=()
-  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  if ! command -v apt-get >/dev/null; then
+    echo "Missing: ${missing[*]} (their names in Debian). There is no apt-get here to install them:" \
+      "README.md, \"Other machines\", says what other distributions call them." >&2
+    exit 1
+  elif [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+      echo "Missing: ${missing[*]}. Only root can install them: apt-get install ${missing[*]}" >&2
+      exit 1
+    fi
+    as_root=(sudo)
+  fi
   echo "Installing ${missing[*]} ..."
   "${as_root[@]}" apt-get update -qq
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
@@ -41,7 +69,7 @@ without_randomization() {
 
 # What building and testing needs, and what building with Clang needs besides.
 test_packages=(cmake g++ ninja-build pkg-config git libssl-dev libgtest-dev libfuse3-dev fuse3 python3 e2fsprogs
-  xfsprogs btrfs-progs util-linux util-linux-extra mount openssl dpkg-dev man-db mandoc bash-completion zsh fish
+  xfsprogs btrfs-progs util-linux util-linux-extra mount openssl dpkg-dev rpm man-db mandoc bash-completion zsh fish
   parallel dropbear-bin openssh-client)
 clang_packages=(clang-14 clang clang-format-14 clang-tidy-14 llvm-14 libclang-rt-14-dev)
 

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "checksum/RVXGenerateChecksumOperation.h"
-#include "platform/RVXFileSystem.h"
+#include "platform/files/RVXFileSystem.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
 #include "tests/support/OutputCapture.h"

@@ -7,7 +7,7 @@
 
 #include "formats/RVXFileSequence.h"
 #include "formats/RVXFrameNameTemplate.h"
-#include "platform/RVXUnicodeText.h"
+#include "platform/system/RVXUnicodeText.h"
 #include "tests/fuzz/Expectations.h"
 #include "tests/fuzz/InputText.h"
 #include "tests/support/OutputCapture.h"

@@ -6,7 +6,7 @@
 
 #include "formats/RVXHashList.h"
 #include "formats/RVXHashListLine.h"
-#include "platform/RVXPathText.h"
+#include "formats/StandardizedPath.h"
 #include "tests/fuzz/Expectations.h"
 #include "tests/fuzz/InputText.h"
 #include "tests/fuzz/MemoryFile.h"

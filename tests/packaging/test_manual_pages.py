@@ -53,9 +53,18 @@ class FormTest(ProcessTest):
         for page in PAGES:
             lint = subprocess.run(["mandoc", "-T", "lint", "-W", "all", page], stdout=subprocess.PIPE,
                                   stderr=subprocess.DEVNULL).stdout.decode()
-            # Pages that are not installed yet; test_references_lead_to_a_page looks after these.
-            faults = [line for line in lint.splitlines() if "referenced manual not found" not in line]
+            # Pages that are not installed yet; test_references_lead_to_a_page looks after these. And the footer, which
+            # names the program.
+            faults = [line for line in lint.splitlines() if "referenced manual not found" not in line
+                      and "operating system explicitly specified: Os rvxcopy " not in line]
             self.assertEqual(faults, [])
+
+    def test_footer_names_program_and_version(self):
+        require("mandoc")
+        version = re.search(r"project\(rvxcopy VERSION (\S+)", source_text("CMakeLists.txt"))[1]
+        for page in PAGES:
+            shown = subprocess.run(["mandoc", "-T", "ascii", page], stdout=subprocess.PIPE, check=True).stdout.decode()
+            self.assertTrue(shown.splitlines()[-1].startswith("rvxcopy %s " % version), shown[-100:])
 
     def test_references_lead_to_a_page(self):
         names = {os.path.basename(page) for page in PAGES}
@@ -103,6 +112,7 @@ class ExamplesTest(ProcessTest):
 
     def run_commands(self, commands):
         shutil.rmtree(self.path("mnt"), ignore_errors=True)
+        os.makedirs(self.path("mnt/raid"))
         environment = {**self.environment(), "PATH": os.path.dirname(RVXCOPY) + ":" + os.environ["PATH"]}
         done = subprocess.run(["bash", "-e", "-c", commands], cwd=self.folder, env=environment,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=LONGEST_RUN)
@@ -118,11 +128,13 @@ class ExamplesTest(ProcessTest):
     def test_examples_of_the_program_work(self):
         require("ionice")
         examples = list(self.commands("rvxcopy.1"))
-        self.assertEqual(len(examples), 8)
+        self.assertEqual(len(examples), 9)
         for commands in examples:
             with self.subTest(commands):
                 if "systemd-inhibit" in commands and not can_inhibit():
                     commands = re.sub("systemd-inhibit .* rvxcopy", "rvxcopy", commands)
+                if "find" in commands:
+                    continue  # below
                 if "sha1sum" in commands:
                     printed = self.run_commands(examples[0].replace("rvxcopy -v", "rvxcopy") + "\n" + commands)
                     self.assertRegex(printed, r"\A\.\./\w+\.mov: OK\n\Z")
@@ -131,6 +143,30 @@ class ExamplesTest(ProcessTest):
                 else:
                     self.run_commands(commands)
                     self.assertTrue(glob.glob(self.path("mnt/raid/**/*.sha1"), recursive=True))
+
+    def example(self, beginning):
+        return next(commands for commands in self.commands("rvxcopy.1") if re.match(beginning, commands))
+
+    def test_example_copies_every_file_of_a_card_or_gives_the_status(self):
+        copy_card = self.example("cd .* find ")
+        self.write("media/CARD/notes/re port.xml", b"report")
+        self.run_commands(copy_card)
+        copied = {path: data for path, data in self.tree("mnt/raid/CARD").items() if "/sha1" not in path}
+        self.assertEqual(copied, self.tree("media/CARD"))
+        self.assertIn(b"re port.xml", self.read("mnt/raid/CARD/notes/sha1/re port.xml.sha1"))
+        self.assertTrue(self.run_commands(copy_card + "\n" + copy_card + " || echo status $?").endswith("status 107\n"))
+
+    def test_example_checks_all_lists_and_names_what_differs(self):
+        check = self.example("find ")
+        copying = "for name in A001 B002; do rvxcopy '%s' '%s/day/'$name/; done\n" % (
+            self.path("media/CARD/A001/clip.mov"), self.path("mnt/raid"))
+        self.assertEqual(self.run_commands(copying + check), "")
+        damage = "printf x >'%s'\n" % self.path("mnt/raid/day/B002/clip.mov")
+        told = self.run_commands(copying + damage + check + " || echo status $?")
+        self.assertIn("../clip.mov: FAILED\n", told)
+        self.assertIn("in %s\n" % self.path("mnt/raid/day/B002/sha1"), told)
+        self.assertNotIn("A001", told)
+        self.assertTrue(told.endswith("status 1\n"), told)
 
     def test_examples_of_the_hash_list_work(self):
         require("openssl")

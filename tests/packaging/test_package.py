@@ -1,4 +1,4 @@
-"""The Debian package: built twice, compared, installed, used, and removed without a trace."""
+"""The Debian package: built twice, compared, installed, used, and removed without a trace. The RPM: the same, once."""
 
 import gzip
 import os
@@ -33,6 +33,24 @@ def expected_files():
     for folder in ("docs", "examples"):
         files |= {DOCUMENTATION + folder + "/" + name for name in files_below(os.path.join(SOURCES, folder))}
     return files | COMPLETIONS
+
+
+def files_of_other_systems():
+    """Only Debian keeps zsh's own folder for the administrator."""
+    return {path.replace("zsh/vendor-completions", "zsh/site-functions") for path in expected_files()}
+
+
+def version():
+    return re.search(r"project\(rvxcopy VERSION (\S+)", file_bytes(SOURCES + "/CMakeLists.txt").decode())[1]
+
+
+def build_package(sources, *arguments, **variables):
+    """Returns the package's path."""
+    built = subprocess.run(["bash", os.path.join(sources, "scripts", "package"), *arguments], stdout=subprocess.PIPE,
+                           stderr=subprocess.STDOUT, env={**os.environ, **variables})
+    if built.returncode != 0:
+        raise AssertionError(built.stdout.decode(errors="replace"))
+    return built.stdout.decode().split("\n")[-2]
 
 
 def dpkg(*arguments):
@@ -71,13 +89,9 @@ class PackageTest(StorageTest):
             # File by file, so that the copies have the permissions that the umask leaves.
             shutil.copytree(SOURCES, folder, copy_function=shutil.copyfile,
                             ignore=shutil.ignore_patterns(".git", "build", "__pycache__"))
-            built = subprocess.run(["bash", os.path.join(folder, "scripts", "package")], stdout=subprocess.PIPE,
-                                   stderr=subprocess.STDOUT, env={**os.environ, **variables})
+            return build_package(folder, "deb", **variables)
         finally:
             os.umask(previous)
-        if built.returncode != 0:
-            raise AssertionError(built.stdout.decode(errors="replace"))
-        return built.stdout.decode().split("\n")[-2]
 
     def contents_path(self, name):
         return os.path.join(self.contents, name)
@@ -131,13 +145,12 @@ class PackageTest(StorageTest):
 
     def test_control_file(self):
         control = run("dpkg-deb", "--field", self.package)
-        version = re.search(r"project\(rvxcopy VERSION (\S+)", file_bytes(SOURCES + "/CMakeLists.txt").decode())[1]
         architecture = run("dpkg", "--print-architecture").strip()
-        for line in ("Package: rvxcopy", "Version: " + version, "Architecture: " + architecture, "Section: video",
+        for line in ("Package: rvxcopy", "Version: " + version(), "Architecture: " + architecture, "Section: video",
                      "Priority: optional", "Maintainer: rvxcopy developers <rvxcopy@localhost>"):
             self.assertIn("\n%s\n" % line, "\n" + control)
         newest = file_bytes(SOURCES + "/packaging/changelog").decode().split("\n")[0]
-        self.assertTrue(newest.startswith("rvxcopy (%s) " % version), newest)
+        self.assertTrue(newest.startswith("rvxcopy (%s) " % version()), newest)
 
     def test_every_library_that_the_program_needs_is_a_dependency(self):
         needed = re.findall(r"\(NEEDED\).*\[(.*)\]", run("readelf", "--dynamic", self.contents_path("usr/bin/rvxcopy")))
@@ -175,11 +188,39 @@ class PackageTest(StorageTest):
         self.assertEqual({folder for folder in folders if os.path.exists(folder)}, existing)
 
 
+    def test_rpm(self):
+        require("rpm", "rpmbuild")
+        package = build_package(os.path.join(self.shared, "a"), "rpm")
+        machine = run("rpm", "--eval", "%{_arch}").strip()
+        self.assertEqual(os.path.basename(package), "rvxcopy-%s-1.%s.rpm" % (version(), machine))
+        found = {}
+        for line in run("rpm", "--query", "--package", "--list", "--verbose", package).splitlines():
+            permissions, _, owner, group, _, _, _, _, path = line.split(None, 8)
+            self.assertEqual((owner, group), ("root", "root"), line)
+            if permissions.startswith("d"):
+                self.assertTrue((path + "/").startswith(("/" + DOCUMENTATION, "/usr/share/rvxcopy/")),
+                                "of another package: " + path)
+            else:
+                found[path[1:]] = permissions
+        self.assertEqual(set(found), files_of_other_systems())
+        self.assertEqual(found["usr/bin/rvxcopy"], "-rwxr-xr-x")
+        self.assertIn("libcrypto.so.3()(64bit)\n", run("rpm", "--query", "--package", "--requires", package))
+
+        root = self.path("root")
+        rpm = ("rpm", "--root", root, "--dbpath", "/var/lib/rpm")
+        run(*rpm, "--install", "--nodeps", package)  # the other packages are Debian's
+        self.assertEqual(run(*rpm, "--verify", "--nodeps", "rvxcopy"), "")
+        self.write("clip.mov", b"movie")
+        run(root + "/usr/bin/rvxcopy", self.path("clip.mov"), self.path("d/"))
+        self.assert_checks("d/sha1/clip.mov.sha1")
+        run(*rpm, "--erase", "rvxcopy")
+        self.assertEqual([path for path in files_below(root) if "rvxcopy" in path], [])
+
+
 class InstallTest(StorageTest):
     def test_installed_below_another_folder(self):
         run("cmake", "--install", BUILD, "--prefix", self.path("usr"))
-        expected = {path.replace("zsh/vendor-completions", "zsh/site-functions") for path in expected_files()}
-        self.assertEqual(files_below(self.folder), expected)
+        self.assertEqual(files_below(self.folder), files_of_other_systems())
         self.write("clip.mov", b"movie")
         run(self.path("usr/bin/rvxcopy"), self.path("clip.mov"), self.path("d/"))
         self.assert_checks("d/sha1/clip.mov.sha1")

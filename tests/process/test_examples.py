@@ -1,7 +1,7 @@
 import os
 import subprocess
 
-from corpus import FAILED, VERIFIED, cases
+from corpus import FAILED, VERIFIED, Link, build_tree, cases
 from support import LONGEST_RUN, RVXCOPY, ProcessTest, main
 
 CASES = cases()
@@ -21,8 +21,8 @@ class Driver:
     def tells(self, verdict):
         return self.verdict.startswith(verdict.encode())
 
-    def lets_format(self):
-        return b"the card may be formatted" in self.shown
+    def calls_it_safe(self):
+        return b"complete and durable at every destination" in self.shown
 
 
 class ExampleTest:
@@ -55,7 +55,8 @@ class ExampleTest:
 
     def assert_tells(self, driver, verdict, status):
         self.assertTrue(driver.tells(verdict), driver.shown)
-        self.assertEqual(driver.lets_format(), verdict == VERIFIED, driver.shown)
+        self.assertEqual(driver.calls_it_safe() or driver.tells("verified as a link"), verdict == VERIFIED,
+                         driver.shown)
         self.assertEqual(driver.status, status if status >= 0 else 128 - status)
 
     def test_each_stored_run_is_judged_rightly(self):
@@ -122,6 +123,40 @@ class ExampleTest:
     def test_unknown_status_is_a_failure(self):
         self.assert_tells(self.drive(["card/clip.mov", "raid/"], self.program("program", "exit 77")), FAILED, 77)
 
+    def test_a_link_is_not_taken_for_footage(self):
+        build_tree(self.folder, {"card": None, "card/f_01.dpx": b"a movie", "card/f_02.dpx": Link(b"/elsewhere")})
+        for arguments, link in ((["card/f_02.dpx", "raid/"], b"card/f_02.dpx"),
+                                (["-s", "card/f_1-2##.dpx", "shuttle/"], b"card/f_02.dpx")):
+            driver = self.drive(arguments)
+            self.assert_tells(driver, VERIFIED, 0)
+            self.assertFalse(driver.calls_it_safe())
+            self.assertIn(link + b" is one, and nothing of what it leads to was copied", driver.verdict)
+
+    def test_missing_hash_list_is_told(self):
+        build_tree(self.folder, {"card": None, "card/clip.mov": b"a movie"})
+        for number, (value, told) in enumerate((("0", True), ("no", True), ("00", True), ("1", False), (" -2", False))):
+            driver = self.drive(["-o", value, "card/clip.mov", "raid%d/" % number])
+            self.assert_tells(driver, VERIFIED, 0)
+            self.assertEqual(b"No hash list was written" in driver.verdict, told, value)
+            self.assertEqual(os.path.exists(self.path("raid%d/sha1" % number)), not told)
+
+    def test_first_missing_frame_is_named(self):
+        frames = {"card/r2/f_%04d.dpx" % number: b"frame" for number in (8, 9, 12)}
+        build_tree(self.folder, {"card": None, "card/r2": None, **frames})
+        driver = self.drive(["-s", "card/r2/f_0008-12####.dpx", "raid/"])
+        self.assert_tells(driver, FAILED, 200)
+        self.assertIn(b": card/r2/f_0010.dpx is missing", driver.verdict)
+
+    def test_folder_without_a_slash_is_asked_about(self):
+        build_tree(self.folder, {"card": None, "card/clip.mov": b"a movie", "raid": None, "old": None,
+                                 "old/clip.mov": b"old"})
+        driver = self.drive(["card/clip.mov", "new/", "raid"])
+        self.assert_tells(driver, FAILED, 107)
+        self.assertIn(b"did you mean raid/?", driver.verdict)
+        driver = self.drive(["card/clip.mov", "old/"])
+        self.assert_tells(driver, FAILED, 107)
+        self.assertNotIn(b"did you mean", driver.verdict)
+
     def test_program_that_is_not_there(self):
         driver = self.drive(["card/clip.mov", "raid/"], self.path("none"))
         self.assert_tells(driver, FAILED, 127)
@@ -139,7 +174,7 @@ class ExampleTest:
 
 
 class PythonExampleTest(ExampleTest, ProcessTest):
-    example = "copy_card.py"
+    example = "copy_clip.py"
 
     def test_repeated_reads_are_told_with_the_verdict(self):
         for name in ("read-recovered", "verify-read-recovered"):
@@ -152,7 +187,7 @@ class PythonExampleTest(ExampleTest, ProcessTest):
 
 
 class ShellExampleTest(ExampleTest, ProcessTest):
-    example = "copy_card.sh"
+    example = "copy_clip.sh"
 
 
 if __name__ == "__main__":

@@ -125,11 +125,15 @@ class HashListFailureTest(ProcessTest):
         faults = ["fsync =*/d/sha1 1 1 run=" + self.script(name, "list=d/sha1/clip.mov.sha1\n" + text)
                   for name, text in damages.items()]
         for fault in faults + ["write .tmp 1 1 lie", "rename .sha1 1 1 lie", "openr .sha1 1 1 EIO",
-                               "read .sha1 1 1 EIO"]:
+                               "read .sha1 1 2 EIO"]:
             with self.subTest(fault):
                 result = self.run_tool("-f", "clip.mov", "d/", faults=[fault])
                 self.assert_run(result, 115, "ERROR: couldn't write hash file to d/sha1/clip.mov.sha1\n"
                                 "ERROR: Can't write hash file (d/sha1/clip.mov.sha1).\n")
+
+    def test_list_is_read_back_once_more_where_that_failed(self):
+        self.assert_run(self.run_tool("clip.mov", "d/", faults=["read .sha1 1 1 EIO"]), 0, "")
+        self.assert_checks("d/sha1/clip.mov.sha1")
 
     def test_name_too_long_for_its_extension_ends_with_115(self):
         name = "n" * 252

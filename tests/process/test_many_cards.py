@@ -103,9 +103,15 @@ exec %s "$@"
             for name in lists:
                 self.assert_checks("%s/%s" % (copy, name))
 
-    def assert_safe(self, *lines):
-        told = self.run_commands(self.commands["Which cards may be formatted"]).output
-        self.assertEqual(told.splitlines(), list(lines))
+    def assert_safe(self, day="day3", **files_of_cards):
+        """Card -> the number of its files, or None where it isn't safe."""
+        told = self.run_commands(self.commands["Which cards may be formatted"], day).output
+        self.assertEqual(told.splitlines(), ["%s: NOT safe, see offload/%s.differences" % (card, card) if files is None
+                                             else "%s: all %d files are safe" % (card, files)
+                                             for card, files in files_of_cards.items()])
+
+    def differences(self, card):
+        return self.read("day3/offload/%s.differences" % card).decode().splitlines()
 
 
 class SideBySideTest(ManyCardsTest):
@@ -116,7 +122,7 @@ class SideBySideTest(ManyCardsTest):
         self.assertEqual(self.statuses("offload/cards.log"), {"A001": 0, "A002": 0, "A003": 0})
         for card in ("A001", "A002", "A003"):
             self.assert_card_is_copied(card)
-        self.assert_safe(*("%s: 4 of 4 files are safe" % card for card in ("A001", "A002", "A003")))
+        self.assert_safe(A001=4, A002=4, A003=4)
 
     def test_undisturbed(self):
         require("ionice")
@@ -135,14 +141,15 @@ class SideBySideTest(ManyCardsTest):
         self.assertEqual(run.returncode, 1, run.output)
         self.assertEqual(self.statuses("offload/cards.log"), {"A001": 0, "A002": status})
         self.assert_card_is_copied("A001")
-        self.assert_safe("A001: 4 of 4 files are safe", "A002: 1 of 4 files are safe")
+        self.assert_safe(A001=4, A002=None)
+        self.assertIn("copied so far: 1", self.differences("A002"))
         self.repair("A002")
         run = self.run_commands(self.repeat)
         self.assertEqual((run.returncode, run.output), (0, ""))
         self.assert_card_is_copied("A002")
         self.assertEqual([row[0] for row in self.log("offload/A002.log")], ["1", "2", "2", "3", "4"])
         self.assertEqual(len(self.log("offload/A001.log")), len(FILES))
-        self.assert_safe("A001: 4 of 4 files are safe", "A002: 4 of 4 files are safe")
+        self.assert_safe(A001=4, A002=4)
 
     def test_failing_reader(self):
         self.assert_resumes("read cards/A002/DCIM/100/clip2.mov 1 9 EIO", 220)
@@ -190,6 +197,66 @@ class SideBySideTest(ManyCardsTest):
         self.make_day("day3", "A001")
         self.assertNotEqual(self.run_commands("./offload-card A002").returncode, 0)
         self.assertEqual(os.listdir(self.path("day3/raid")), ["A001"])
+
+
+    def test_lines_come_while_the_file_is_copied(self):
+        self.make_day("day3", "A001")
+        # It goes on only when its first line has arrived.
+        self.write("bin/rvxcopy", b"#!/bin/sh\necho begun\nfor i in $(seq 200); do\n"
+                                  b"  [ -e arrived ] && exit 0\n  sleep 0.1\ndone\nexit 1\n")
+        environment = self.environment(variables={"PATH": self.path("bin") + ":" + os.environ["PATH"],
+                                                  "HOME": self.folder})
+        run = subprocess.Popen(["sh", "-c", self.side_by_side], cwd=self.path("day3"), env=environment,
+                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+        self.assertEqual(run.stdout.readline(), b"A001\tbegun\n")
+        self.write("day3/arrived", b"")
+        run.communicate(timeout=LONGEST_RUN)
+        self.assertEqual(run.returncode, 0)
+
+
+class LastStepTest(ManyCardsTest):
+    def setUp(self):
+        super().setUp()
+        self.make_day("day3", "A001", "A002")
+        self.assertEqual(self.run_commands(self.side_by_side).returncode, 0)
+        self.assert_safe(A001=4, A002=4)
+
+    def assert_is_found(self, *differences):
+        self.assert_safe(A001=4, A002=None)
+        for difference in differences:
+            self.assertIn(difference, self.differences("A002"))
+
+    def test_take_that_was_added_later(self):
+        self.write("day3/cards/A002/DCIM/100/clip3.mov", b"later")
+        self.assert_is_found("+./DCIM/100/clip3.mov", "-./DCIM/100/clip3.mov 5", "-./DCIM/100/clip3.mov")
+
+    def test_copy_that_was_deleted(self):
+        os.remove(self.path("day3/shuttle/A002/DCIM/100/clip1.mov"))
+        self.assert_is_found("-./DCIM/100/clip1.mov %d" % len("DCIM/100/clip1.mov of A002"), "+++ shuttle")
+
+    def test_copy_that_was_cut_short(self):
+        os.truncate(self.path("day3/raid/A002/take 'B' 50%.mov"), 3)
+        self.assert_is_found("+./take 'B' 50%.mov 3", "+++ raid")
+
+    def test_list_that_is_missing_or_empty(self):
+        os.remove(self.path("day3/raid/A002/DCIM/101/sha1/clip1.mov.sha1"))
+        os.truncate(self.path("day3/shuttle/A002/DCIM/100/sha1/clip2.mov.sha1"), 0)
+        self.assert_is_found("-./DCIM/101/clip1.mov", "+++ lists on raid", "-./DCIM/100/clip2.mov",
+                             "+++ lists on shuttle")
+
+    def test_card_or_disk_that_is_away(self):
+        os.rename(self.path("day3/cards/A002"), self.path("away"))
+        os.makedirs(self.path("day3/cards/A002"))
+        self.assert_is_found("-./DCIM/100/clip1.mov")
+        os.rmdir(self.path("day3/cards/A002"))
+        os.rename(self.path("away"), self.path("day3/cards/A002"))
+        os.rename(self.path("day3/raid/A002"), self.path("away"))
+        self.assert_is_found("-./DCIM/100/clip1.mov")
+
+    def test_card_that_was_only_copied(self):
+        self.make_day("day4", "A003")
+        self.assertEqual(self.run_commands("./offload-card A003 -n", "day4").returncode, 0)
+        self.assert_safe("day4", A003=None)
 
 
 class SeveralMachinesTest(ManyCardsTest):

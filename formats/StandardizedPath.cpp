@@ -1,0 +1,50 @@
+#include "formats/StandardizedPath.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "platform/files/RVXPathText.h"
+#include "platform/system/RVXHost.h"
+
+namespace {
+
+std::string withTildeExpanded(std::string_view path) {
+  if (!path.starts_with('~')) return std::string(path);
+  const std::string_view user = path.substr(1, path.find('/') - 1);
+  const std::optional<std::string> home = homeFolder(std::string(user));
+  if (!home) return std::string(path);
+  return *home + std::string(path.substr(1 + user.size()));
+}
+
+std::vector<std::string_view> componentsOf(std::string_view path) {
+  std::vector<std::string_view> components;
+  while (!path.empty()) {
+    const std::string_view component = path.substr(0, path.find('/'));
+    if (!component.empty()) components.push_back(component);
+    path.remove_prefix(std::min(path.size(), component.size() + 1));
+  }
+  return components;
+}
+
+}  // namespace
+
+std::string standardizedPath(std::string_view path) {
+  const std::string expanded = withTildeExpanded(path);
+  const bool isAbsolute = expanded.starts_with('/');
+  std::vector<std::string_view> kept;
+  for (const std::string_view component : componentsOf(expanded)) {
+    const bool isFirstOfRelative = !isAbsolute && kept.empty();
+    if (component == "." && !isFirstOfRelative) continue;
+    if (component == ".." && isAbsolute) {
+      if (!kept.empty()) kept.pop_back();
+      continue;
+    }
+    kept.push_back(component);
+  }
+  std::string standardized(isAbsolute ? "/" : "");
+  for (const std::string_view component : kept) {
+    standardized = pathByAppendingComponent(standardized, component);
+  }
+  return standardized;
+}

@@ -1,0 +1,18 @@
+#include "platform/files/RVXIOFailure.h"
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+RVXIOFailure failureFromErrno(int code) {
+  const char* name = ::strerrorname_np(code);
+  return {code, name != nullptr ? name : std::to_string(code), std::generic_category().message(code)};
+}
+
+RVXIOFailure failureFromErrno() {
+  return failureFromErrno(errno);
+}
+
+bool meansNotSupported(int code) {
+  return code == EINVAL || code == ENOTSUP || code == ENOSYS;
+}

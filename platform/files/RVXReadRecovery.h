@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+
+#include "platform/files/RVXIOFailure.h"
+
+// What the owner of an RVXRecoveringReader says and decides when a read fails. Called on the reading thread.
+class RVXReadRecovery {
+ public:
+  virtual ~RVXReadRecovery() = default;
+
+  // A block failed that begins at `position` (bytes). It is about to be tried once more.
+  virtual void readFailed(const RVXIOFailure& failure, int64_t position) = 0;
+
+  // The file could not be opened again. If this returns, the file counts as ended at the failed block.
+  virtual void reopenFailed() = 0;
+
+  // The second try failed as well. It is told the failure of the first. Must not return: ends the process.
+  virtual void readFailedAgain(const RVXIOFailure& firstFailure) = 0;
+};

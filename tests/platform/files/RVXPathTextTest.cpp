@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
+#include "platform/files/RVXPathText.h"
+
+namespace {
+
+struct Example {
+  const char* path;
+  const char* expected;
+};
+
+struct JoiningExample {
+  const char* path;
+  const char* added;
+  const char* expected;
+};
+
+}  // namespace
+
+TEST(RVXPathTextTest, LastComponent) {
+  for (const auto& [path, expected] : std::initializer_list<Example>{
+           {"/V/A001/clip.mov", "clip.mov"},
+           {"clip.mov", "clip.mov"},
+           {"A001/clip.mov", "clip.mov"},
+           {"/clip.mov", "clip.mov"},
+           {"..//clip.mov", "clip.mov"},
+           {"..", ".."},
+           {"/V/A001/", "A001"},  // slashes at the end are no component
+           {"/V/A001///", "A001"},
+           {"A001/", "A001"},
+           {"/", "/"},
+           {"///", "/"},
+           {"", ""},
+       }) {
+    EXPECT_EQ(lastPathComponent(path), expected) << path;
+  }
+}
+
+TEST(RVXPathTextTest, WithoutLastComponent) {
+  for (const auto& [path, expected] : std::initializer_list<Example>{
+           {"/V/A001/clip.mov", "/V/A001"},
+           {"A001/clip.mov", "A001"},
+           {"../clip.mov", ".."},
+           {"/V/A001/", "/V"},
+           {"/V/A001//", "/V"},
+           {"/V//clip.mov", "/V"},  // no slash is left at the end
+           {"clip.mov", ""},
+           {"A001/", ""},
+           {"", ""},
+           {"/clip.mov", "/"},
+           {"/", "/"},
+           {"//", "/"},
+           {"//clip.mov", "/"},
+       }) {
+    EXPECT_EQ(pathWithoutLastComponent(path), expected) << path;
+  }
+}
+
+TEST(RVXPathTextTest, AppendingAComponent) {
+  for (const auto& [path, added, expected] : std::initializer_list<JoiningExample>{
+           {"/d1", "clip.mov", "/d1/clip.mov"},
+           {"/d1/", "clip.mov", "/d1/clip.mov"},
+           {"/d1//", "clip.mov", "/d1/clip.mov"},
+           {"/d1", "/clip.mov", "/d1/clip.mov"},
+           {"/d1/", "//clip.mov", "/d1/clip.mov"},
+           {"d1", "DCIM/A001", "d1/DCIM/A001"},
+           {"/", "clip.mov", "/clip.mov"},
+           {"", "clip.mov", "clip.mov"},  // stays relative
+           {"/d1", "", "/d1"},
+           {"/d1/", "", "/d1/"},
+           {"", "", ""},
+           {"/d1/", "/", "/d1/"},
+           {"d1", "/", "d1"},
+       }) {
+    EXPECT_EQ(pathByAppendingComponent(path, added), expected) << path << " and " << added;
+  }
+}
+
+TEST(RVXPathTextTest, AppendingAnExtensionJoinsWithOneDot) {
+  EXPECT_EQ(pathByAppendingExtension("/d1/sha1/clip.mov", "sha1"), "/d1/sha1/clip.mov.sha1");
+  EXPECT_EQ(pathByAppendingExtension("clip", "md5"), "clip.md5");
+}

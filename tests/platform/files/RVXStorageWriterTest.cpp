@@ -1,0 +1,222 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <filesystem>
+
+#include "include/Print.h"
+#include "platform/files/RVXFileSystem.h"
+#include "platform/files/RVXStorageWriter.h"
+#include "tests/platform/files/ResidentPages.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/Files.h"
+#include "tests/support/Waiting.h"
+
+namespace {
+
+constexpr size_t kMebibyte = size_t{1024} * 1024;
+constexpr size_t kBlock = 2 * kMebibyte;
+
+std::span<const std::byte> bytesOf(std::string_view text) {
+  return std::as_bytes(std::span(text));
+}
+
+RVXStorageWriter openBypassing(const std::string& path) {
+  auto writer = RVXStorageWriter::openForWriting(path);
+  writer.bypassCache();
+  return writer;
+}
+
+// Writes the text in blocks and closes; true when nothing failed.
+bool writeInBlocks(RVXStorageWriter writer, std::string_view text, size_t block = kBlock) {
+  for (; !text.empty(); text.remove_prefix(std::min(block, text.size()))) {
+    if (writer.write(bytesOf(text.substr(0, block)))) return false;
+  }
+  return !writer.makeDurable() && !writer.close();
+}
+
+class RVXStorageWriterTest : public testing::Test {
+ protected:
+  const Deadline mDeadline;
+  TemporaryFolder mFolder;
+  std::string mFile = mFolder.path("file");
+};
+
+}  // namespace
+
+TEST_F(RVXStorageWriterTest, CreatesAnEmptyFile) {
+  const auto writer = openBypassing(mFile);
+  EXPECT_TRUE(writer.isOpen());
+  EXPECT_EQ(readFile(mFile), "");
+}
+
+TEST_F(RVXStorageWriterTest, CreatesOnlyWhatIsNotThere) {
+  EXPECT_TRUE(RVXStorageWriter::createForWriting(mFile).isOpen());
+  EXPECT_EQ(readFile(mFile), "");
+  EXPECT_FALSE(RVXStorageWriter::createForWriting(mFile).isOpen());
+  EXPECT_FALSE(RVXStorageWriter::createForWriting(mFolder.path("no/file")).isOpen());
+}
+
+TEST_F(RVXStorageWriterTest, LinkIsNotFollowed) {
+  std::filesystem::create_symlink("target", mFile);
+  EXPECT_FALSE(RVXStorageWriter::createForWriting(mFile).isOpen());
+  EXPECT_FALSE(RVXStorageWriter::openForWriting(mFile).isOpen());
+  EXPECT_FALSE(exists(mFolder.path("target")));
+}
+
+TEST_F(RVXStorageWriterTest, OpeningLeavesAnExistingFileAlone) {
+  writeFile(mFile, std::string(100000, 'x'));
+  const RVXStorageWriter writer = openBypassing(mFile);
+  ASSERT_TRUE(writer.isOpen());
+  EXPECT_EQ(readFile(mFile), std::string(100000, 'x'));
+}
+
+TEST_F(RVXStorageWriterTest, OpeningLeavesTheContentsAlone) {
+  writeFile(mFile, "precious");
+  const auto writer = openBypassing(mFile);
+  EXPECT_TRUE(writer.isOpen());
+  EXPECT_EQ(readFile(mFile), "precious");
+}
+
+TEST_F(RVXStorageWriterTest, TruncateEmptiesAnExistingFile) {
+  writeFile(mFile, std::string(100000, 'x'));
+  auto writer = openBypassing(mFile);
+  EXPECT_FALSE(writer.truncate().has_value());
+  EXPECT_EQ(std::filesystem::file_size(mFile), 0U);
+  EXPECT_TRUE(writeInBlocks(std::move(writer), "abc"));
+  EXPECT_EQ(readFile(mFile), "abc");
+}
+
+TEST_F(RVXStorageWriterTest, TruncateOfADeviceIsNoFailure) {
+  EXPECT_FALSE(openBypassing("/dev/null").truncate().has_value());
+}
+
+TEST_F(RVXStorageWriterTest, AttributesAreThoseOfTheOpenFile) {
+  writeFile(mFile, "abc");
+  const auto writer = openBypassing(mFile);
+  std::filesystem::rename(mFile, mFolder.path("renamed"));
+  writeFile(mFile, "another");
+  const auto attributes = writer.attributes();
+  ASSERT_TRUE(attributes.has_value());
+  EXPECT_EQ(attributes->size, 3);
+  EXPECT_EQ(attributes->identity, attributesOfItem(mFolder.path("renamed")).value().identity);
+}
+
+TEST_F(RVXStorageWriterTest, MissingFolderIsNotOpened) {
+  EXPECT_FALSE(RVXStorageWriter::openForWriting(mFolder.path("missing/file")).isOpen());
+  EXPECT_FALSE(RVXStorageWriter::openForWriting(mFolder.path()).isOpen());
+}
+
+TEST_F(RVXStorageWriterTest, FIFOWithoutAReaderIsNotWaitedFor) {
+  ASSERT_EQ(::mkfifo(mFile.c_str(), 0600), 0);
+  EXPECT_FALSE(RVXStorageWriter::openForWriting(mFile).isOpen());
+}
+
+TEST_F(RVXStorageWriterTest, CacheRequestOfAFileThatIsNotOpenIsHarmless) {
+  const ChildEnd end = runInChild([&] {
+    // Descriptor 0 is a pipe that is shared: direct transfers would change it for all.
+    std::array<int, 2> ends{};
+    ::pipe(ends.data());
+    ::dup2(ends[1], STDIN_FILENO);
+    const int before = ::fcntl(STDIN_FILENO, F_GETFL);
+    auto writer = RVXStorageWriter::openForWriting(mFolder.path("missing/file"));
+    writer.bypassCache();
+    print("%d %d", ::fcntl(STDIN_FILENO, F_GETFL) == before ? 1 : 0, writer.close().has_value() ? 1 : 0);
+  });
+  EXPECT_EQ(end.output, "1 0");
+}
+
+TEST_F(RVXStorageWriterTest, OddPiecesJoin) {
+  const std::string bytes = patternBytes(300007);
+  EXPECT_TRUE(writeInBlocks(openBypassing(mFile), bytes, 1001));
+  EXPECT_TRUE(readFile(mFile) == bytes);
+}
+
+TEST_F(RVXStorageWriterTest, UnalignedMemoryIsWritten) {
+  const std::string bytes = patternBytes(2 * kMebibyte + 1);
+  EXPECT_TRUE(writeInBlocks(openBypassing(mFile), std::string_view(bytes).substr(1)));
+  EXPECT_TRUE(readFile(mFile) == bytes.substr(1));
+}
+
+TEST_F(RVXStorageWriterTest, WithoutBypassItWritesAsWell) {
+  EXPECT_TRUE(writeInBlocks(RVXStorageWriter::openForWriting(mFile), patternBytes(100000)));
+  EXPECT_TRUE(readFile(mFile) == patternBytes(100000));
+}
+
+TEST_F(RVXStorageWriterTest, EmptyWriteWritesNothing) {
+  auto writer = openBypassing(mFile);
+  EXPECT_FALSE(writer.write({}).has_value());
+  EXPECT_FALSE(writer.makeDurable().has_value());
+  EXPECT_EQ(readFile(mFile), "");
+}
+
+TEST_F(RVXStorageWriterTest, MoreThanMayBeUnsettled) {
+  const std::string bytes =
+      patternBytes(static_cast<size_t>(RVXStorageWriter::kMostUnsettled) + 3 * kBlock + 5);
+  for (const std::string& parent : parentsOfTestFolders()) {
+    const TemporaryFolder folder(parent);
+    EXPECT_TRUE(writeInBlocks(openBypassing(folder.path("file")), bytes));
+    EXPECT_TRUE(readFile(folder.path("file")) == bytes) << parent;
+  }
+}
+
+TEST_F(RVXStorageWriterTest, LeavesNoPagesInTheCache) {
+  if (!hasObservableCache(mFolder.path())) GTEST_SKIP() << "no observable cache";
+  EXPECT_TRUE(writeInBlocks(openBypassing(mFile), patternBytes(9 * kMebibyte + 17)));
+  EXPECT_EQ(residentPages(mFile), 0U);
+}
+
+TEST_F(RVXStorageWriterTest, DeviceTakesEverything) {
+  EXPECT_TRUE(writeInBlocks(openBypassing("/dev/null"), patternBytes(3 * kMebibyte)));
+}
+
+TEST_F(RVXStorageWriterTest, FullDeviceFails) {
+  auto writer = openBypassing("/dev/full");
+  const auto failure = writer.write(bytesOf("abc"));
+  ASSERT_TRUE(failure.has_value());
+  EXPECT_EQ(failure->name, "ENOSPC");
+}
+
+TEST_F(RVXStorageWriterTest, FailureBehindAShortWriteIsTheFailingCalls) {
+  const ChildEnd end = runInChild([&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{5000, 5000};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    auto writer = openBypassing(mFile);
+    const auto failure = writer.write(bytesOf(patternBytes(10000)));
+    print("%s", failure ? failure->name.c_str() : "no failure");
+  });
+  EXPECT_EQ(end.output, "EFBIG");
+  EXPECT_TRUE(readFile(mFile) == patternBytes(10000).substr(0, 5000));
+}
+
+TEST_F(RVXStorageWriterTest, ClosesOnce) {
+  const size_t before = entryCount("/proc/self/fd");
+  auto writer = openBypassing(mFile);
+  EXPECT_FALSE(writer.close().has_value());
+  EXPECT_EQ(entryCount("/proc/self/fd"), before);
+  EXPECT_FALSE(writer.close().has_value());
+}
+
+// Sizes around every boundary of blocks, pages and disk blocks.
+class RVXStorageWriterSizeTest : public testing::TestWithParam<size_t> {};
+
+TEST_P(RVXStorageWriterSizeTest, FileIsWhatWasWritten) {
+  const std::string bytes = patternBytes(GetParam());
+  for (const std::string& parent : parentsOfTestFolders()) {
+    const TemporaryFolder folder(parent);
+    EXPECT_TRUE(writeInBlocks(openBypassing(folder.path("file")), bytes));
+    EXPECT_TRUE(readFile(folder.path("file")) == bytes) << parent;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Bytes, RVXStorageWriterSizeTest,
+                         testing::Values(0, 1, 511, 512, 513, 4095, 4096, 4097, 2 * kMebibyte - 1,
+                                         2 * kMebibyte, 2 * kMebibyte + 1, 2 * kMebibyte + 4096,
+                                         4 * kMebibyte - 1, 4 * kMebibyte, 4 * kMebibyte + 1,
+                                         6 * kMebibyte + 513),
+                         [](const auto& test) { return std::to_string(test.param); });

@@ -1,0 +1,188 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "include/Print.h"
+#include "platform/system/RVXHost.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/OtherRoot.h"
+#include "tests/support/Text.h"
+#include "tests/support/Tools.h"
+
+namespace {
+
+// The folders of the mounts whose source or type begins like that, by the mount table's own text.
+std::vector<std::string> mountsByShell(const std::string& condition) {
+  return linesOf(outputOfShell("awk '" + condition + " { print $2 }' /proc/self/mounts"));
+}
+
+bool contains(const std::vector<std::string>& texts, const std::string& text) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+}  // namespace
+
+TEST(RVXHostTest, ComputerNameIsTheOneThatTheSystemTells) {
+  EXPECT_EQ(userVisibleComputerName(), toolComputerName());
+}
+
+TEST(RVXHostTest, EnvironmentVariable) {
+  ::setenv("RVX_TEST_VARIABLE", "a value", 1);
+  EXPECT_EQ(environmentVariable("RVX_TEST_VARIABLE"), "a value");
+  ::setenv("RVX_TEST_VARIABLE", "", 1);
+  EXPECT_EQ(environmentVariable("RVX_TEST_VARIABLE"), "");
+  ::unsetenv("RVX_TEST_VARIABLE");
+  EXPECT_FALSE(environmentVariable("RVX_TEST_VARIABLE").has_value());
+}
+
+TEST(RVXHostTest, ProcessNameHasNoFolder) {
+  const std::string command = readFile("/proc/self/cmdline").c_str();  // up to the first argument's end
+  EXPECT_EQ(processName(), command.substr(command.rfind('/') + 1));
+}
+
+TEST(RVXHostTest, HomeFolderOfAUser) {
+  EXPECT_EQ(homeFolder("root"), outputOfShell("getent passwd root | cut -d: -f6 | tr -d '\\n'"));
+  EXPECT_EQ(homeFolder(""), outputOfShell("getent passwd \"$(id -u)\" | cut -d: -f6 | tr -d '\\n'"));
+  EXPECT_FALSE(homeFolder("no-such-user").has_value());
+}
+
+TEST(RVXHostTest, MountedVolumes) {
+  const auto volumes = mountedVolumes();
+  if (std::filesystem::is_directory("/Volumes")) {
+    EXPECT_EQ(volumes, linesOf(outputOfShell("LC_ALL=C ls -A /Volumes")));
+    return;
+  }
+  for (const std::string& folder : mountsByShell("$1 ~ /^\\/dev\\//")) {
+    EXPECT_TRUE(contains(volumes, folder)) << folder;
+  }
+  const auto realFolders = mountsByShell("$3 !~ /^(proc|sysfs|tmpfs|devpts|devtmpfs|cgroup2?|mqueue)$/");
+  for (const std::string& volume : volumes) EXPECT_TRUE(contains(realFolders, volume)) << volume;
+}
+
+TEST(RVXHostTest, MissingStandardDescriptorsAreOpened) {
+  const ChildEnd end = runInChild([] {
+    const int output = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 10);
+    ::close(STDIN_FILENO);
+    ::close(STDOUT_FILENO);
+    ::close(STDERR_FILENO);
+    openMissingStandardDescriptors();
+    struct stat null {};
+    ::stat("/dev/null", &null);
+    std::string text;
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+      struct stat status {};
+      text += ::fstat(descriptor, &status) == 0 && status.st_rdev == null.st_rdev ? "1" : "0";
+    }
+    ::dup2(output, STDOUT_FILENO);
+    print("%s", text.c_str());
+  });
+  EXPECT_EQ(end.output, "111");
+}
+
+TEST(RVXHostTest, OpenStandardDescriptorsStayAsTheyAre) {
+  const ChildEnd end = runInChild([] {
+    ::close(STDIN_FILENO);
+    openMissingStandardDescriptors();
+    print("still here");
+  });
+  EXPECT_EQ(end.output, "still here");
+}
+
+// A machine that is made up.
+class RVXHostOtherRootTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!OtherRoot::isAllowed()) GTEST_SKIP() << "to change the root folder needs root";
+  }
+
+  [[nodiscard]] std::string computerName() const {
+    return mRoot.outputOf([] { print("%s", textOrNull(userVisibleComputerName())); });
+  }
+
+  std::string computerNameByMachineInfo(const std::string& text) {
+    mRoot.write("/etc/machine-info", text);
+    return computerName();
+  }
+
+  // Of a machine with that host name and without a pretty one.
+  [[nodiscard]] std::string computerNameByHostName(const std::string& hostName) const {
+    return mRoot.outputOf([&] {
+      if (::unshare(CLONE_NEWUTS) != 0 || ::sethostname(hostName.data(), hostName.size()) != 0) return;
+      print("%s", textOrNull(userVisibleComputerName()));
+    });
+  }
+
+  [[nodiscard]] std::vector<std::string> volumes() const {
+    return linesOf(mRoot.outputOf([] {
+      for (const std::string& volume : mountedVolumes()) print("%s\n", volume.c_str());
+    }));
+  }
+
+  std::vector<std::string> volumesByMountTable(const std::string& table) {
+    mRoot.write("/proc/self/mounts", table);
+    return volumes();
+  }
+
+  static std::string plainHostName() { return outputOfShell("printf %s \"$(uname -n)\""); }
+
+  OtherRoot mRoot;
+};
+
+TEST_F(RVXHostOtherRootTest, PrettyHostNameIsTheComputerName) {
+  EXPECT_EQ(computerNameByMachineInfo("# comment\n\nICON_NAME=computer\nPRETTY_HOSTNAME=cart\nCHASSIS=vm\n"),
+            "cart");
+  EXPECT_EQ(computerNameByMachineInfo("PRETTY_HOSTNAME=cart"), "cart");
+}
+
+// As a shell reads them, which is what machine-info(5) says.
+TEST_F(RVXHostOtherRootTest, QuotesAndBackslashesOfAPrettyHostNameAreResolved) {
+  EXPECT_EQ(computerNameByMachineInfo("PRETTY_HOSTNAME=\"Anna's \\\"data\\\" cart \\\\ 1\"\n"),
+            "Anna's \"data\" cart \\ 1");
+  EXPECT_EQ(computerNameByMachineInfo("PRETTY_HOSTNAME='a \\\"b\" c'\n"), "a \\\"b\" c");
+  EXPECT_EQ(computerNameByMachineInfo("PRETTY_HOSTNAME=data\\ cart\n"), "data cart");
+  EXPECT_EQ(computerNameByMachineInfo("PRETTY_HOSTNAME=cart\\"), "cart\\");
+}
+
+TEST_F(RVXHostOtherRootTest, WithoutAPrettyHostNameTheHostNameIsTheComputerName) {
+  EXPECT_EQ(computerName(), plainHostName());
+  EXPECT_EQ(computerNameByMachineInfo("ICON_NAME=computer\n"), plainHostName());
+  EXPECT_EQ(computerNameByMachineInfo("PRETTY_HOSTNAME=\n"), plainHostName());
+  EXPECT_EQ(computerNameByMachineInfo(""), plainHostName());
+}
+
+TEST_F(RVXHostOtherRootTest, HostNamesOfEveryLength) {
+  EXPECT_EQ(computerNameByHostName(""), "(null)");
+  EXPECT_EQ(computerNameByHostName("c"), "c");
+  EXPECT_EQ(computerNameByHostName(std::string(63, 'c')), std::string(63, 'c'));
+  EXPECT_EQ(computerNameByHostName(std::string(64, 'c')), std::string(64, 'c'));  // the longest
+}
+
+TEST_F(RVXHostOtherRootTest, VolumesFolderNamesTheVolumes) {
+  mRoot.makeFolder("/Volumes/CARD");
+  mRoot.makeFolder("/Volumes/A001");
+  EXPECT_EQ(volumes(), (std::vector<std::string>{"A001", "CARD"}));
+}
+
+TEST_F(RVXHostOtherRootTest, OnlyRealFileSystemsAreVolumes) {
+  EXPECT_EQ(volumesByMountTable("/dev/sda1 / ext4 rw 0 0\n"
+                                "proc /proc proc rw 0 0\n"
+                                "tmpfs /run tmpfs rw 0 0\n"
+                                "/dev/sdb1 /media/CARD\\0401 exfat rw 0 0\n"
+                                "fuser /fuser fuser rw 0 0\n"
+                                "server:/raid /mnt/nfs nfs4 rw 0 0\n"
+                                "//server/raid /mnt/cifs cifs rw 0 0\n"
+                                "anna@server: /mnt/sshfs fuse.sshfs rw 0 0\n"
+                                "card /mnt/fuse fuse rw 0 0\n"
+                                "share /mnt/virtiofs virtiofs rw 0 0\n"),
+            (std::vector<std::string>{"/", "/media/CARD 1", "/mnt/nfs", "/mnt/cifs", "/mnt/sshfs",
+                                      "/mnt/fuse", "/mnt/virtiofs"}));
+}
+
+TEST_F(RVXHostOtherRootTest, WithoutAMountTableThereAreNoVolumes) {
+  EXPECT_EQ(volumes(), std::vector<std::string>{});
+}

@@ -1,0 +1,45 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "platform/threads/RVXAtomicProperty.h"
+
+TEST(RVXAtomicPropertyTest, NewPropertyIsEmpty) {
+  EXPECT_EQ(RVXAtomicProperty<std::string>().get(), "");
+  EXPECT_EQ(RVXAtomicProperty<int>().get(), 0);
+  EXPECT_EQ(RVXAtomicProperty<std::shared_ptr<int>>().get(), nullptr);
+}
+
+TEST(RVXAtomicPropertyTest, KeepsWhatItIsGiven) {
+  RVXAtomicProperty<std::string> property("first");
+  EXPECT_EQ(property.get(), "first");
+  property.set("second");
+  EXPECT_EQ(property.get(), "second");
+}
+
+TEST(RVXAtomicPropertyTest, ReplacedObjectIsReleased) {
+  RVXAtomicProperty<std::shared_ptr<int>> property(std::make_shared<int>(1));
+  const std::weak_ptr<int> first = property.get();
+  property.set(std::make_shared<int>(2));
+  EXPECT_TRUE(first.expired());
+}
+
+TEST(RVXAtomicPropertyTest, IsReadAndWrittenWhole) {
+  const std::string shortText(10, 'a');
+  const std::string longText(1000, 'b');
+  RVXAtomicProperty<std::string> property(shortText);
+  std::atomic<bool> isTorn{false};
+  {
+    const std::jthread writer([&] {
+      for (int i = 0; i < 1000; ++i) property.set(i % 2 == 0 ? longText : shortText);
+    });
+    for (int i = 0; i < 1000; ++i) {
+      const std::string text = property.get();
+      if (text != shortText && text != longText) isTorn = true;
+    }
+  }
+  EXPECT_FALSE(isTorn);
+}
