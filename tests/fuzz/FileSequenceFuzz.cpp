@@ -46,10 +46,11 @@ void expectPartsToMakeTheIdentifier(const std::string& identifier) {
   expectEqual("output", output, std::string(sequence ? "" : kNoHashes));
   if (!sequence) return;
   const size_t lastHash = identifier.rfind('#');
-  expectEqual("postfix", sequence->postfix(), identifier.substr(lastHash + 1));
-  expectTrue("the prefix is the beginning", identifier.starts_with(sequence->prefix()));
-  expectEqual("startFrame", sequence->startFrame(),
-              static_cast<uint64_t>(int64_t{leadingNumber(identifier.substr(sequence->prefix().size()))}));
+  expectEqual("postfix", sequence->postfix().value(), identifier.substr(lastHash + 1));
+  expectTrue("the prefix is the beginning", identifier.starts_with(sequence->prefix().value()));
+  expectEqual(
+      "startFrame", sequence->startFrame(),
+      static_cast<uint64_t>(int64_t{leadingNumber(identifier.substr(sequence->prefix().value().size()))}));
 
   const std::string beforeRun = identifier.substr(0, identifier.find_last_not_of('#', lastHash) + 1);
   const bool isRunCounted = charactersOf(beforeRun).size() >= 2;
@@ -71,8 +72,8 @@ void expectIdentifierToHaveItsParts(std::string prefix, int32_t start, int32_t e
   std::erase(postfix, '#');
   const auto sequence = RVXFileSequence::initWithIdentifier(
       prefix + std::to_string(start) + "-" + std::to_string(end) + std::string(digits, '#') + postfix);
-  expectEqual("prefix", sequence->prefix(), prefix);
-  expectEqual("postfix", sequence->postfix(), postfix);
+  expectEqual("prefix", sequence->prefix().value(), prefix);
+  expectEqual("postfix", sequence->postfix().value(), postfix);
   expectEqual("startFrame", sequence->startFrame(), static_cast<uint64_t>(start));
   expectEqual("endFrameInclusive", sequence->endFrameInclusive(), static_cast<uint64_t>(end));
   expectEqual("numberOfDigits", sequence->numberOfDigits(), static_cast<int32_t>(digits));
