@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 
 #include "formats/RVXFileSequence.h"
@@ -7,262 +8,170 @@
 
 namespace {
 
-struct Parts {
-  std::string prefix;
-  uint64_t startFrame = 0;
-  uint64_t endFrameInclusive = 0;
-  int32_t numberOfDigits = 0;
-  std::string postfix;
-};
+constexpr const char* kNoHashes = "ERROR: Wrong arguments - missing hashes in identifier.\n";
+constexpr const char* kOutOfRange = "ERROR: framenumber not in range of sequence.\n";
 
-RVXFileSequence parsed(const std::string& identifier) {
-  return RVXFileSequence::initWithIdentifier(identifier).value();
-}
-
-void expectParts(const RVXFileSequence& sequence, const Parts& expected) {
-  EXPECT_EQ(sequence.prefix(), expected.prefix);
-  EXPECT_EQ(sequence.startFrame(), expected.startFrame);
-  EXPECT_EQ(sequence.endFrameInclusive(), expected.endFrameInclusive);
-  EXPECT_EQ(sequence.numberOfDigits(), expected.numberOfDigits);
-  EXPECT_EQ(sequence.postfix(), expected.postfix);
-}
-
-uint64_t signExtended(int32_t number) {
+constexpr uint64_t signExtended(int32_t number) {
   return static_cast<uint64_t>(int64_t{number});
 }
 
-// What a frame outside the sequence gives.
-struct Refusal {
-  bool isNothing = false;
-  std::string output;
+struct FrameName {
+  uint64_t index;
+  std::optional<std::string> name;  // none for a frame outside the sequence
 };
 
-Refusal refusalOfIndex(const RVXFileSequence& sequence, uint64_t index) {
-  Refusal refusal;
-  refusal.output = outputOf([&] { refusal.isNothing = !sequence.filenameForIndex(index).has_value(); });
-  return refusal;
+struct Parts {
+  std::string prefix;
+  uint64_t startFrame;
+  uint64_t endFrameInclusive;
+  int32_t numberOfDigits;
+  std::string postfix;
+  uint64_t duration;
+};
+
+struct Example {
+  std::string title;
+  std::string identifier;
+  Parts parts;
+  std::vector<FrameName> names;
+};
+
+const std::vector<Example> kExamples = {
+    {"PathPrefixAndFourDigits",
+     "/Volumes/Card/clip_1-100####.dpx",
+     {"/Volumes/Card/clip_", 1, 100, 4, ".dpx", 100},
+     {{0, "/Volumes/Card/clip_0001.dpx"}, {99, "/Volumes/Card/clip_0100.dpx"}}},
+    {"PrefixEndsWithDot",
+     "A001C003.86400-86523#######.dpx",
+     {"A001C003.", 86400, 86523, 7, ".dpx", 124},
+     {{0, "A001C003.0086400.dpx"}, {123, "A001C003.0086523.dpx"}}},
+    {"LeadingZerosOfTheRangeAreNoDigitCount",
+     "r1/shot_0009-0011##.exr",
+     {"r1/shot_", 9, 11, 2, ".exr", 3},
+     {{0, "r1/shot_09.exr"}, {1, "r1/shot_10.exr"}, {2, "r1/shot_11.exr"}}},
+    {"FrameNumbersWiderThanTheDigitCountAreWrittenInFull",
+     "frame1000-1002###.png",
+     {"frame", 1000, 1002, 3, ".png", 3},
+     {{0, "frame1000.png"}, {1, "frame1001.png"}, {2, "frame1002.png"}}},
+    {"NoRangeIsOneFrame", "clip_100####.dpx", {"clip_", 100, 100, 4, ".dpx", 1}, {{0, "clip_0100.dpx"}}},
+    {"SeveralHyphensAreAllRemoved",
+     "clip_1--20####.dpx",
+     {"clip_", 1, 20, 4, ".dpx", 20},
+     {{0, "clip_0001.dpx"}, {19, "clip_0020.dpx"}}},
+    {"CharacterInFrontOfTheRunIsDropped",
+     "clip_1-100_####.dpx",
+     {"clip_", 1, 100, 4, ".dpx", 100},
+     {{0, "clip_0001.dpx"}}},
+    {"NoNumbersAreFrameZeroOnly", "clip_####.dpx", {"clip", 0, 0, 4, ".dpx", 1}, {{0, "clip0000.dpx"}}},
+    {"RunFromIndexOneHasNoDigitCount", "x##.dpx", {"x#", 0, 0, 0, ".dpx", 1}, {{0, "x#0.dpx"}}},
+    {"RunFromIndexZeroHasNoDigitCount", "###.dpx", {"##", 0, 0, 0, ".dpx", 1}, {{0, "##0.dpx"}}},
+    {"RunFromIndexTwoHasItsDigitCount", "x1##.dpx", {"x", 1, 1, 2, ".dpx", 1}, {{0, "x01.dpx"}}},
+    {"SingleHashAlone", "#", {"", 0, 0, 0, "", 1}, {{0, "0"}}},
+    {"HashInTheSuffixBecomesTheRun",
+     "clip_1-100####.dp#x",
+     {"clip_1-100####.d", 0, 0, 1, "x", 1},
+     {{0, "clip_1-100####.d0x"}}},
+    {"OnlyTheLastRunCounts", "##_1-2###.dpx", {"##_", 1, 2, 3, ".dpx", 2}, {{0, "##_001.dpx"}}},
+    {"HyphenAtTheStartHasNoPrefix", "1-12##", {"", 1, 12, 2, "", 12}, {{11, "12"}}},
+    {"EndFrameIsIncludedAndTheNextIsNot",
+     "clip_5-7##.dpx",
+     {"clip_", 5, 7, 2, ".dpx", 3},
+     {{2, "clip_07.dpx"}, {3, std::nullopt}}},
+    {"StartBehindEndWrapsAndPutsEveryFrameOutOfRange",
+     "clip_7-3####.tif",
+     {"clip_", 7, 3, 4, ".tif", std::numeric_limits<uint64_t>::max() - 2},
+     {{0, std::nullopt},
+      {1, std::nullopt},
+      {signExtended(-4), std::nullopt},
+      {signExtended(-7), std::nullopt}}},
+    {"StartOneBehindEndHasNoFrames", "clip_4-3####.tif", {"clip_", 4, 3, 4, ".tif", 0}, {{0, std::nullopt}}},
+    {"NegativeStartIsHugeAndPutsEveryFrameOutOfRange",
+     "a-5####",
+     {"a", signExtended(-5), 5, 4, "", 11},
+     {{0, std::nullopt}, {4, std::nullopt}, {5, std::nullopt}, {10, std::nullopt}, {11, std::nullopt}}},
+    {"FrameNumbersAboveTheLimitAreTheLimit",
+     "clip_2147483648-99999999999999999999####.dpx",
+     {"clip_", 2147483647, 2147483647, 4, ".dpx", 1},
+     {{0, "clip_2147483647.dpx"}}},
+    {"LargestFrameNumber",
+     "clip_2147483646-2147483647####.dpx",
+     {"clip_", 2147483646, 2147483647, 4, ".dpx", 2},
+     {{1, "clip_2147483647.dpx"}, {2, std::nullopt}}},
+    {"NumbersBelowTheLowerLimitAreTheLimit",
+     "a-99999999999####",
+     {"a", signExtended(std::numeric_limits<int32_t>::min()), 2147483647, 4, "", uint64_t{1} << 32U},
+     {{0, std::nullopt}}},
+    // ARABIC-INDIC DIGIT ONE and THREE
+    {"DigitsOfOtherScriptsAreDigits",
+     "clip_\u0661-\u0663##.dpx",
+     {"clip_", 1, 3, 2, ".dpx", 3},
+     {{2, "clip_03.dpx"}}},
+    {"CharactersAreCountedAndNotBytes",
+     "aufn\u00E4hme_1-3\u00E9##\u00FC.dpx",
+     {"aufn\u00E4hme_", 1, 3, 2, "\u00FC.dpx", 3},
+     {{0, "aufn\u00E4hme_01\u00FC.dpx"}}},
+    {"BytesThatAreNoTextStayAsTheyAre",
+     "cl\xFFip_1-3##\xC3.dpx",
+     {"cl\xFFip_", 1, 3, 2, "\xC3.dpx", 3},
+     {{0, "cl\xFFip_01\xC3.dpx"}}},
+    {"MoreDigitsThanAPathIsLong",
+     "a1-2" + std::string(5000, '#'),
+     {"a", 1, 2, 5000, "", 2},
+     {{1, "a" + std::string(4999, '0') + "2"}}},
+    {"PercentInThePrefixReadsAndWritesNoMemory",
+     "%s%n%999999999d%*d_1-2##.dpx",
+     {"%s%n%999999999d%*d_", 1, 2, 2, ".dpx", 2},
+     {{1, "%s%n%999999999d%*d_02.dpx"}}},
+    {"PercentInTheSuffixReadsAndWritesNoMemory",
+     "clip_1-2##%s%n%d%999999999d.dpx",
+     {"clip_", 1, 2, 2, "%s%n%d%999999999d.dpx", 2},
+     {{0, "clip_01%s%n%d%999999999d.dpx"}}},
+    {"ConversionInThePrefixTakesTheNumber", "%d_1-2##.dpx", {"%d_", 1, 2, 2, ".dpx", 2}, {{1, "2_%02i.dpx"}}},
+};
+
+// A name, and what is printed on the way to it: nothing, or why there is none.
+void expectName(const std::optional<std::string>& expected,
+                const std::function<std::optional<std::string>()>& nameOf) {
+  std::optional<std::string> name;
+  EXPECT_EQ(outputOf([&] { name = nameOf(); }), expected ? "" : kOutOfRange);
+  EXPECT_EQ(name, expected);
 }
 
-void expectOutOfRange(const RVXFileSequence& sequence, uint64_t index) {
-  const Refusal refusal = refusalOfIndex(sequence, index);
-  EXPECT_TRUE(refusal.isNothing) << index;
-  EXPECT_EQ(refusal.output, "ERROR: framenumber not in range of sequence.\n") << index;
-}
+class RVXFileSequenceTest : public testing::TestWithParam<Example> {};
 
 }  // namespace
 
-TEST(RVXFileSequenceTest, PathPrefixAndFourDigits) {
-  const auto sequence = parsed("/Volumes/Card/clip_1-100####.dpx");
-  expectParts(sequence, {"/Volumes/Card/clip_", 1, 100, 4, ".dpx"});
-  EXPECT_EQ(sequence.duration(), 100U);
-  EXPECT_EQ(sequence.filenameForIndex(0), "/Volumes/Card/clip_0001.dpx");
-  EXPECT_EQ(sequence.filenameForIndex(99), "/Volumes/Card/clip_0100.dpx");
-}
-
-TEST(RVXFileSequenceTest, PrefixEndsWithDot) {
-  const auto sequence = parsed("A001C003.86400-86523#######.dpx");
-  expectParts(sequence, {"A001C003.", 86400, 86523, 7, ".dpx"});
-  EXPECT_EQ(sequence.duration(), 124U);
-  EXPECT_EQ(sequence.filenameForIndex(0), "A001C003.0086400.dpx");
-  EXPECT_EQ(sequence.filenameForIndex(123), "A001C003.0086523.dpx");
-}
-
-TEST(RVXFileSequenceTest, LeadingZerosOfTheRangeAreNoDigitCount) {
-  const auto sequence = parsed("r1/shot_0009-0011##.exr");
-  expectParts(sequence, {"r1/shot_", 9, 11, 2, ".exr"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "r1/shot_09.exr");
-  EXPECT_EQ(sequence.filenameForIndex(1), "r1/shot_10.exr");
-  EXPECT_EQ(sequence.filenameForIndex(2), "r1/shot_11.exr");
-}
-
-TEST(RVXFileSequenceTest, FrameNumbersWiderThanTheDigitCountAreWrittenInFull) {
-  const auto sequence = parsed("frame1000-1002###.png");
-  expectParts(sequence, {"frame", 1000, 1002, 3, ".png"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "frame1000.png");
-  EXPECT_EQ(sequence.filenameForIndex(1), "frame1001.png");
-  EXPECT_EQ(sequence.filenameForIndex(2), "frame1002.png");
-}
-
-TEST(RVXFileSequenceTest, NoRangeIsOneFrame) {
-  const auto sequence = parsed("clip_100####.dpx");
-  expectParts(sequence, {"clip_", 100, 100, 4, ".dpx"});
-  EXPECT_EQ(sequence.duration(), 1U);
-  EXPECT_EQ(sequence.filenameForIndex(0), "clip_0100.dpx");
-}
-
-TEST(RVXFileSequenceTest, SeveralHyphensAreAllRemoved) {
-  const auto sequence = parsed("clip_1--20####.dpx");
-  expectParts(sequence, {"clip_", 1, 20, 4, ".dpx"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "clip_0001.dpx");
-  EXPECT_EQ(sequence.filenameForIndex(19), "clip_0020.dpx");
-}
-
-TEST(RVXFileSequenceTest, CharacterInFrontOfTheRunIsDropped) {
-  const auto sequence = parsed("clip_1-100_####.dpx");
-  expectParts(sequence, {"clip_", 1, 100, 4, ".dpx"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "clip_0001.dpx");
-}
-
-TEST(RVXFileSequenceTest, NoNumbersAreFrameZeroOnly) {
-  const auto sequence = parsed("clip_####.dpx");
-  expectParts(sequence, {"clip", 0, 0, 4, ".dpx"});
-  EXPECT_EQ(sequence.duration(), 1U);
-  EXPECT_EQ(sequence.filenameForIndex(0), "clip0000.dpx");
-}
-
-TEST(RVXFileSequenceTest, RunFromIndexOneHasNoDigitCount) {
-  const auto sequence = parsed("x##.dpx");
-  expectParts(sequence, {"x#", 0, 0, 0, ".dpx"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "x#0.dpx");
-}
-
-TEST(RVXFileSequenceTest, RunFromIndexZeroHasNoDigitCount) {
-  const auto sequence = parsed("###.dpx");
-  expectParts(sequence, {"##", 0, 0, 0, ".dpx"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "##0.dpx");
-}
-
-TEST(RVXFileSequenceTest, RunFromIndexTwoHasItsDigitCount) {
-  const auto sequence = parsed("x1##.dpx");
-  expectParts(sequence, {"x", 1, 1, 2, ".dpx"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "x01.dpx");
-}
-
-TEST(RVXFileSequenceTest, SingleHashAlone) {
-  const auto sequence = parsed("#");
-  expectParts(sequence, {"", 0, 0, 0, ""});
-  EXPECT_EQ(sequence.filenameForIndex(0), "0");
-}
-
-TEST(RVXFileSequenceTest, NoHashIsRefused) {
-  bool isNothing = false;
-  const std::string output =
-      outputOf([&] { isNothing = !RVXFileSequence::initWithIdentifier("clip.dpx").has_value(); });
-  EXPECT_TRUE(isNothing);
-  EXPECT_EQ(output, "ERROR: Wrong arguments - missing hashes in identifier.\n");
-}
-
-TEST(RVXFileSequenceTest, EmptyIdentifierIsRefused) {
-  bool isNothing = false;
-  const std::string output =
-      outputOf([&] { isNothing = !RVXFileSequence::initWithIdentifier("").has_value(); });
-  EXPECT_TRUE(isNothing);
-  EXPECT_EQ(output, "ERROR: Wrong arguments - missing hashes in identifier.\n");
-}
-
-TEST(RVXFileSequenceTest, GoodIdentifierPrintsNothing) {
-  std::optional<std::string> name;
-  EXPECT_EQ(outputOf([&] { name = parsed("clip_1-3####.dpx").filenameForIndex(2); }), "");
-  EXPECT_EQ(name, "clip_0003.dpx");
-}
-
-TEST(RVXFileSequenceTest, StartBehindEndWrapsAndPutsEveryFrameOutOfRange) {
-  const auto sequence = parsed("clip_7-3####.tif");
-  expectParts(sequence, {"clip_", 7, 3, 4, ".tif"});
-  EXPECT_EQ(sequence.duration(), std::numeric_limits<uint64_t>::max() - 2);  // 3 + 1 - 7
-  for (const uint64_t index : {uint64_t{0}, uint64_t{1}, signExtended(-4), signExtended(-7)}) {
-    expectOutOfRange(sequence, index);
+TEST_P(RVXFileSequenceTest, HasItsPartsAndNames) {
+  const Example& expected = GetParam();
+  std::optional<RVXFileSequence> sequence;
+  EXPECT_EQ(outputOf([&] { sequence = RVXFileSequence::initWithIdentifier(expected.identifier); }), "");
+  ASSERT_TRUE(sequence.has_value());
+  EXPECT_EQ(sequence->prefix(), expected.parts.prefix);
+  EXPECT_EQ(sequence->startFrame(), expected.parts.startFrame);
+  EXPECT_EQ(sequence->endFrameInclusive(), expected.parts.endFrameInclusive);
+  EXPECT_EQ(sequence->numberOfDigits(), expected.parts.numberOfDigits);
+  EXPECT_EQ(sequence->postfix(), expected.parts.postfix);
+  EXPECT_EQ(sequence->duration(), expected.parts.duration);
+  for (const FrameName& frame : expected.names) {
+    SCOPED_TRACE(frame.index);
+    expectName(frame.name, [&] { return sequence->filenameForIndex(frame.index); });
+    expectName(frame.name,
+               [&] { return sequence->filenameForFrameNumber(expected.parts.startFrame + frame.index); });
   }
 }
 
-TEST(RVXFileSequenceTest, StartOneBehindEndHasNoFrames) {
-  const auto sequence = parsed("clip_4-3####.tif");
-  EXPECT_EQ(sequence.duration(), 0U);
-  expectOutOfRange(sequence, 0);
+INSTANTIATE_TEST_SUITE_P(Identifiers, RVXFileSequenceTest, testing::ValuesIn(kExamples),
+                         [](const auto& example) { return example.param.title; });
+
+TEST(RVXFileSequenceRefusalTest, FrameInFrontOfTheFirst) {
+  const auto sequence = RVXFileSequence::initWithIdentifier("clip_5-7##.dpx");
+  expectName(std::nullopt, [&] { return sequence->filenameForFrameNumber(4); });
 }
 
-TEST(RVXFileSequenceTest, NegativeStartIsHugeAndPutsEveryFrameOutOfRange) {
-  const auto sequence = parsed("a-5####");
-  expectParts(sequence, {"a", signExtended(-5), 5, 4, ""});
-  EXPECT_EQ(sequence.duration(), 11U);
-  for (uint64_t index = 0; index <= 11; ++index) expectOutOfRange(sequence, index);
-}
-
-TEST(RVXFileSequenceTest, HashInTheSuffixBecomesTheRun) {
-  const auto sequence = parsed("clip_1-100####.dp#x");
-  expectParts(sequence, {"clip_1-100####.d", 0, 0, 1, "x"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "clip_1-100####.d0x");
-}
-
-TEST(RVXFileSequenceTest, FrameNumbersAboveTheLimitAreTheLimit) {
-  const auto sequence = parsed("clip_2147483648-99999999999999999999####.dpx");
-  expectParts(sequence, {"clip_", 2147483647, 2147483647, 4, ".dpx"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "clip_2147483647.dpx");
-}
-
-TEST(RVXFileSequenceTest, LargestFrameNumber) {
-  const auto sequence = parsed("clip_2147483646-2147483647####.dpx");
-  EXPECT_EQ(sequence.duration(), 2U);
-  EXPECT_EQ(sequence.filenameForIndex(1), "clip_2147483647.dpx");
-  expectOutOfRange(sequence, 2);
-}
-
-TEST(RVXFileSequenceTest, NumbersBelowTheLowerLimitAreTheLimit) {
-  EXPECT_EQ(parsed("a-99999999999####").startFrame(), signExtended(std::numeric_limits<int32_t>::min()));
-}
-
-TEST(RVXFileSequenceTest, EndFrameIsIncludedAndTheNextIsNot) {
-  const auto sequence = parsed("clip_5-7##.dpx");
-  EXPECT_EQ(sequence.filenameForIndex(2), "clip_07.dpx");
-  expectOutOfRange(sequence, 3);
-}
-
-TEST(RVXFileSequenceTest, FrameNumbersAreTestedAgainstBothEnds) {
-  const auto sequence = parsed("clip_5-7##.dpx");
-  EXPECT_EQ(sequence.filenameForFrameNumber(5), "clip_05.dpx");
-  EXPECT_EQ(sequence.filenameForFrameNumber(7), "clip_07.dpx");
-  for (const uint64_t outside : {uint64_t{4}, uint64_t{8}}) {
-    std::optional<std::string> name;
-    const std::string output = outputOf([&] { name = sequence.filenameForFrameNumber(outside); });
-    EXPECT_FALSE(name.has_value()) << outside;
-    EXPECT_EQ(output, "ERROR: framenumber not in range of sequence.\n") << outside;
+TEST(RVXFileSequenceRefusalTest, IdentifierWithoutAHash) {
+  for (const char* identifier : {"clip.dpx", ""}) {
+    std::optional<RVXFileSequence> sequence;
+    EXPECT_EQ(outputOf([&] { sequence = RVXFileSequence::initWithIdentifier(identifier); }), kNoHashes);
+    EXPECT_FALSE(sequence.has_value());
   }
-}
-
-TEST(RVXFileSequenceTest, OnlyTheLastRunCounts) {
-  expectParts(parsed("##_1-2###.dpx"), {"##_", 1, 2, 3, ".dpx"});
-}
-
-TEST(RVXFileSequenceTest, HyphenAtTheStartHasNoPrefix) {
-  const auto sequence = parsed("1-12##");
-  expectParts(sequence, {"", 1, 12, 2, ""});
-  EXPECT_EQ(sequence.filenameForIndex(11), "12");
-}
-
-TEST(RVXFileSequenceTest, DigitsOfOtherScriptsAreDigits) {
-  // ARABIC-INDIC DIGIT ONE and THREE
-  const auto sequence = parsed("clip_\u0661-\u0663##.dpx");
-  expectParts(sequence, {"clip_", 1, 3, 2, ".dpx"});
-  EXPECT_EQ(sequence.filenameForIndex(2), "clip_03.dpx");
-}
-
-TEST(RVXFileSequenceTest, CharactersAreCountedAndNotBytes) {
-  const auto sequence = parsed("aufn\u00E4hme_1-3\u00E9##\u00FC.dpx");
-  expectParts(sequence, {"aufn\u00E4hme_", 1, 3, 2, "\u00FC.dpx"});
-  EXPECT_EQ(sequence.filenameForIndex(0), "aufn\u00E4hme_01\u00FC.dpx");
-}
-
-TEST(RVXFileSequenceTest, BytesThatAreNoTextStayAsTheyAre) {
-  const auto sequence = parsed("cl\xFFip_1-3##\xC3.dpx");
-  EXPECT_EQ(sequence.filenameForIndex(0), "cl\xFFip_01\xC3.dpx");
-}
-
-TEST(RVXFileSequenceTest, MoreDigitsThanAPathIsLong) {
-  const auto sequence = parsed("a1-2" + std::string(5000, '#'));
-  EXPECT_EQ(sequence.numberOfDigits(), 5000);
-  EXPECT_EQ(sequence.filenameForIndex(1), "a" + std::string(4999, '0') + "2");
-}
-
-TEST(RVXFileSequenceTest, PercentInThePrefixReadsAndWritesNoMemory) {
-  const auto sequence = parsed("%s%n%999999999d%*d_1-2##.dpx");
-  EXPECT_EQ(sequence.filenameForIndex(1), "%s%n%999999999d%*d_02.dpx");
-}
-
-TEST(RVXFileSequenceTest, PercentInTheSuffixReadsAndWritesNoMemory) {
-  const auto sequence = parsed("clip_1-2##%s%n%d%999999999d.dpx");
-  EXPECT_EQ(sequence.filenameForIndex(0), "clip_01%s%n%d%999999999d.dpx");
-}
-
-TEST(RVXFileSequenceTest, ConversionInThePrefixTakesTheNumber) {
-  EXPECT_EQ(parsed("%d_1-2##.dpx").filenameForIndex(1), "2_%02i.dpx");
 }

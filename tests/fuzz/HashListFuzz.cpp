@@ -1,10 +1,13 @@
+#include <iconv.h>
+
 #include <algorithm>
 #include <cstdint>
+#include <map>
 
 #include "formats/RVXHashList.h"
 #include "formats/RVXHashListLine.h"
+#include "formats/StandardizedPath.h"
 #include "tests/fuzz/Expectations.h"
-#include "tests/fuzz/HashListModel.h"
 #include "tests/fuzz/InputText.h"
 #include "tests/fuzz/MemoryFile.h"
 #include "tests/support/ChecksumLine.h"
@@ -14,7 +17,7 @@
 
 namespace {
 
-using Entries = HashListModel::Entries;
+using Entries = std::map<std::string, std::string>;  // file name to "LABEL:DIGEST"
 
 constexpr const char* kOriginalFiles = "/card/clip.mov";
 
@@ -24,15 +27,49 @@ Entries entriesReadBy(const RVXHashList& list) {
   return entries;
 }
 
-// The list as read from the text, after the comparison with the model.
-std::optional<RVXHashList> readAsModelled(const std::string& text) {
+// As the C library sees it, which has no room in UTF-16 for what is beyond Unicode.
+bool isUTF8(std::string text) {
+  static const iconv_t converter = ::iconv_open("UTF-16LE", "UTF-8");
+  std::string converted(2 * text.size(), ' ');
+  char *in = text.data(), *out = converted.data();
+  size_t inLeft = text.size(), outLeft = converted.size();
+  ::iconv(converter, nullptr, nullptr, nullptr, nullptr);
+  return ::iconv(converter, &in, &inLeft, &out, &outLeft) == 0 && inLeft == 0;
+}
+
+// What a list of these lines comes to when they are read one by one.
+struct Reading {
+  std::optional<Entries> entries;
+  std::string output;
+
+  static Reading of(const std::string& path, const std::string& text) {
+    if (!isUTF8(text)) return {std::nullopt, "ERROR: couldn't read hash file " + path + ".\n"};
+    Entries entries;
+    int number = 0;
+    for (const std::string& line : piecesEndedBy('\n', text)) {
+      ++number;
+      if (line.empty() || line[0] == '#') continue;
+      const auto entry = RVXHashListLine::parse(line);
+      if (!entry) {
+        // What is printed is a C string.
+        return {std::nullopt, "ERROR: couldn't parse hash file in line #" + std::to_string(number) + ": " +
+                                  line.c_str() + "\n"};
+      }
+      entries[entry->name] = entry->label + ":" + entry->digest;
+    }
+    return {entries, ""};
+  }
+};
+
+// The list as read from the text at once, after the comparison with its lines.
+std::optional<RVXHashList> readAsItsLines(const std::string& text) {
   const MemoryFile file(text);
   std::optional<RVXHashList> list;
   const std::string output = outputOf([&] { list = RVXHashList::initWithPath(file.path()); });
-  const auto model = HashListModel::read(file.path(), text);
-  expectEqual("output", output, model.output);
-  expectEqual("is a list", list.has_value(), model.entries.has_value());
-  if (list) expectEqual("entries", entriesReadBy(*list), *model.entries);
+  const Reading expected = Reading::of(file.path(), text);
+  expectEqual("output", output, expected.output);
+  expectEqual("is a list", list.has_value(), expected.entries.has_value());
+  if (list) expectEqual("entries", entriesReadBy(*list), *expected.entries);
   return list;
 }
 
@@ -65,6 +102,23 @@ size_t digestLengthOf(const std::string& label) {
   return label == "SHA1" ? 40 : 32;
 }
 
+// In the order of the names. A value with a second colon has no line: its digest is none.
+std::string entryLines(const Entries& entries) {
+  std::string lines;
+  for (const auto& [name, value] : entries) {
+    if (std::count(value.begin(), value.end(), ':') > 1) continue;
+    const std::string label = value.substr(0, value.find(':'));
+    lines += label + "(" + name + ")= " + value.substr(label.size() + 1) + "\n";
+  }
+  return lines;
+}
+
+// True for a name that is read as it was written. No line end is asked for: none is in a line.
+bool isCarried(const std::string& name) {
+  return !name.empty() && isUTF8(name) && name.find(")=") == std::string::npos &&
+         standardizedPath(name) == name;
+}
+
 // Some digest; neighbours have different ones.
 std::string digestOf(size_t i) {
   return std::string(digestLengthOf(labelOf(i)), "0123456789abcdef"[i % 16]);
@@ -82,15 +136,39 @@ void expectAgreementWithTools(const std::string& line) {
     expectEqual("digest", entry->digest, understood->digest);
     // The entry of an empty name is the key "(".
     const std::string name = understood->name.empty() ? "(" : understood->name;
-    expectEqual("name", entry->name, PathTextModel::standardized(name));
+    expectEqual("name", entry->name, standardizedPath(name));
+  }
+}
+
+// White space in front of a line and blanks in its digest change nothing, and an entry's own line is that
+// entry.
+void expectEntryToBeReadAlike(const std::string& line) {
+  const auto entry = RVXHashListLine::parse(line);
+  const std::string behindWhiteSpace = " \t\v\f\r" + line;
+  expectEqual("is an entry", RVXHashListLine::parse(behindWhiteSpace).has_value(), entry.has_value());
+  if (!entry) return;
+  if (isUTF8(entry->digest)) {
+    const auto characters = std::count_if(entry->digest.begin(), entry->digest.end(),
+                                          [](unsigned char byte) { return (byte & 0xC0U) != 0x80U; });
+    expectEqual("characters of a digest", static_cast<size_t>(characters), digestLengthOf(entry->label));
+  }
+  expectTrue("no blank in a digest", entry->digest.find(' ') == std::string::npos);
+  const std::string own = entry->label + "(" + entry->name + ")= " + entry->digest;
+  for (const std::string& other : {behindWhiteSpace, line + " ", own}) {
+    if (other == own && !isCarried(entry->name)) continue;
+    const auto again = RVXHashListLine::parse(other);
+    expectTrue("is an entry again", again.has_value());
+    expectEqual("label", again->label, entry->label);
+    expectEqual("name", again->name, entry->name);
+    expectEqual("digest", again->digest, entry->digest);
   }
 }
 
 // The tools find in an entry's line the name and the digest that were entered.
 void expectToolsToUnderstandEntry(const std::string& name, const std::string& label,
                                   const std::string& digest) {
-  if (!HashListModel::isCarried(name) || name.find('\0') != std::string::npos) return;
-  std::string line = HashListModel::entryLines({{name, label + ":" + digest}});
+  if (!isCarried(name) || name.find('\0') != std::string::npos) return;
+  std::string line = entryLines({{name, label + ":" + digest}});
   line.pop_back();
   const auto understood = ChecksumLine::parse(line, label, digestLengthOf(label));
   expectTrue("the tools understand the entry", understood.has_value());
@@ -108,9 +186,9 @@ void expectWrittenToBeUnderstood(const std::vector<std::string>& names) {
     expectToolsToUnderstandEntry(names[i], labelOf(i), digestOf(i));
   }
   const std::string text = written(list);
-  expectEqual("written entries", writtenEntryLines(text), HashListModel::entryLines(entries));
-  const auto readBack = readAsModelled(text);
-  if (!std::all_of(names.begin(), names.end(), HashListModel::isCarried)) return;
+  expectEqual("written entries", writtenEntryLines(text), entryLines(entries));
+  const auto readBack = readAsItsLines(text);
+  if (!std::all_of(names.begin(), names.end(), isCarried)) return;
   expectTrue("can be read back", readBack.has_value());
   expectEqual("read back", entriesReadBy(*readBack), entries);
 }
@@ -122,7 +200,7 @@ void expectAddedBesideRead(RVXHashList list) {
   const std::string added = read.empty() ? "added" : read.begin()->first;
   list.addHash(digestOf(0), labelOf(0), added);
   all[added] = labelOf(0) + ":" + digestOf(0);
-  expectEqual("written entries", writtenEntryLines(written(list)), HashListModel::entryLines(all));
+  expectEqual("written entries", writtenEntryLines(written(list)), entryLines(all));
   expectEqual("value", list.hashStringForFile(added),
               std::optional(read.empty() ? all[added] : read.at(added)));
   expectEqual("entries that were read", entriesReadBy(list).size(), read.size());
@@ -133,8 +211,11 @@ void expectAddedBesideRead(RVXHashList list) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text = textOfInput(data, size);
   const std::vector<std::string> lines = piecesEndedBy('\n', text);
-  if (const auto list = readAsModelled(text)) expectAddedBesideRead(*list);
-  for (const std::string& line : lines) expectAgreementWithTools(line);
+  if (const auto list = readAsItsLines(text)) expectAddedBesideRead(*list);
+  for (const std::string& line : lines) {
+    expectAgreementWithTools(line);
+    expectEntryToBeReadAlike(line);
+  }
   expectWrittenToBeUnderstood(lines);
   return 0;
 }

@@ -19,7 +19,7 @@ BUILD = os.environ["RVX_BUILD"]
 DOCUMENTATION = "usr/share/doc/rvxcopy/"
 
 COMPLETIONS = {"usr/share/bash-completion/completions/rvxcopy", "usr/share/zsh/vendor-completions/_rvxcopy",
-               "usr/share/fish/vendor_completions.d/rvxcopy.fish"}
+               "usr/share/fish/vendor_completions.d/rvxcopy.fish", "usr/share/rvxcopy/sequences.sh"}
 
 
 def files_below(top):
@@ -198,7 +198,8 @@ class PackageTest(StorageTest):
             permissions, _, owner, group, _, _, _, _, path = line.split(None, 8)
             self.assertEqual((owner, group), ("root", "root"), line)
             if permissions.startswith("d"):
-                self.assertTrue((path + "/").startswith("/" + DOCUMENTATION), "of another package: " + path)
+                self.assertTrue((path + "/").startswith(("/" + DOCUMENTATION, "/usr/share/rvxcopy/")),
+                                "of another package: " + path)
             else:
                 found[path[1:]] = permissions
         self.assertEqual(set(found), files_of_other_systems())

@@ -1,8 +1,19 @@
-"""What the program prints, as its documentation says it: every text, and with which of them a run ends."""
+"""What the program prints: every text, and with which of them a run ends. All tests have the texts from here; the
+stored runs show each of them, and the grammar in rvxcopy-output(7) is checked against both."""
 
 import re
 
-from support import USAGE
+USAGE = b"""Usage:
+  rvxcopy [-s] /source/file.mov /path/dest1/ [/path/dest2/[filname.mov] /path/dest3/[filname.mov] ..]
+
+  Options: -v             : verbose, prints progress during copy and verify
+           -s             : marks a sequence (including #### etc.)
+           -t (md5|sha1)  : hash type, md5 or sha1 (default: sha1)
+           -f             : force overwrite mode (if file exists, don't error but overwrite it)
+           -p n           : preserve the source folder structure to a depth of n. n can be between 0 and 6 (default is 0)
+           -o (0|1)       : write output hash file (default: 1)
+           -n             : skip file verification after copy
+"""
 
 # What stands in the places of a text.
 PLACES = {
@@ -77,6 +88,14 @@ ARGUMENT_REPORTS = {
     113: [(reason, "ERROR: Can't parse sequence identifier.\n", "\n%U")
           for reason in ("ERROR: Wrong arguments - missing hashes in identifier.\n",
                          "ERROR: framenumber not in range of sequence.\n")],
+}
+
+# In the program, but printed by no run; rvxcopy-output(7) calls them reserved.
+RESERVED_TEXTS = {
+    "INFO: forced exit of %t\n",
+    "ERROR: couldn't read hash file %s.\n",
+    "ERROR: couldn't parse hash file in line #%u: %s\n",
+    "ERROR: can't write hashfile to empty path",
 }
 
 FATAL_TEXTS = {text for reports in (REPORTS, ARGUMENT_REPORTS) for rows in reports.values()

@@ -20,18 +20,6 @@ LONGEST_RUN = 120  # seconds
 BLOCK = 2 * 1024 * 1024
 CHUNK = 4 * 1024 * 1024
 
-USAGE = b"""Usage:
-  rvxcopy [-s] /source/file.mov /path/dest1/ [/path/dest2/[filname.mov] /path/dest3/[filname.mov] ..]
-
-  Options: -v             : verbose, prints progress during copy and verify
-           -s             : marks a sequence (including #### etc.)
-           -t (md5|sha1)  : hash type, md5 or sha1 (default: sha1)
-           -f             : force overwrite mode (if file exists, don't error but overwrite it)
-           -p n           : preserve the source folder structure to a depth of n. n can be between 0 and 6 (default is 0)
-           -o (0|1)       : write output hash file (default: 1)
-           -n             : skip file verification after copy
-"""
-
 
 class Result:
     def __init__(self, status, output):

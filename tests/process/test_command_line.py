@@ -5,7 +5,8 @@ import re
 import subprocess
 import time
 
-from support import ProcessTest, USAGE, main
+from output_texts import USAGE
+from support import ProcessTest, main
 
 
 class CommandLineTest(ProcessTest):

@@ -1,9 +1,10 @@
 import os
 import subprocess
 
-from corpus import FAILED, VERIFIED, Link, build_tree
-from corpus_cases import CASES, MOVIE
+from corpus import FAILED, VERIFIED, Link, build_tree, cases
 from support import LONGEST_RUN, RVXCOPY, ProcessTest, main
+
+CASES = cases()
 
 EXAMPLES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "examples")
 
@@ -38,10 +39,10 @@ class ExampleTest:
     def replay(self, case):
         """The example reads a stored output, and gets the stored status. Once for all tests."""
         if (self.example, case.name) not in self.replayed:
-            status = case.stored("status").decode().split()
-            end = "kill -%s $$" % status[1] if status[0] == "signal" else "exit %s" % status[0]
-            program = self.program("replay", "cat '%s/output'\n%s" % (case.folder(), end))
-            self.replayed[self.example, case.name] = self.drive(case.stored("arguments").split(b"\0")[:-1], program)
+            end = "kill -%d $$" % -case.status if case.status < 0 else "exit %d" % case.status
+            output = self.write("replayed", case.output)
+            program = self.program("replay", "cat '%s'\n%s" % (output, end))
+            self.replayed[self.example, case.name] = self.drive(case.arguments, program)
         return self.replayed[self.example, case.name]
 
     def program(self, name, text):
@@ -61,7 +62,7 @@ class ExampleTest:
     def test_each_stored_run_is_judged_rightly(self):
         for case in CASES:
             with self.subTest(case.name):
-                self.assert_tells(self.replay(case), case.stored("verdict").decode().strip(), case.status)
+                self.assert_tells(self.replay(case), case.verdict, case.status)
 
     def test_each_run_of_the_program_is_judged_rightly(self):
         for case in CASES:
@@ -82,7 +83,7 @@ class ExampleTest:
         for case in CASES:
             with self.subTest(case.name):
                 shown = self.replay(case).shown
-                for line in case.stored("output").split(b"\n"):
+                for line in case.output.split(b"\n"):
                     if line.startswith(b"ERROR: ") and line.isascii():
                         self.assertIn(line, shown)
                 if "name" not in case.name:
@@ -123,7 +124,7 @@ class ExampleTest:
         self.assert_tells(self.drive(["card/clip.mov", "raid/"], self.program("program", "exit 77")), FAILED, 77)
 
     def test_a_link_is_not_taken_for_footage(self):
-        build_tree(self.folder, {"card": None, "card/f_01.dpx": MOVIE, "card/f_02.dpx": Link("/elsewhere")})
+        build_tree(self.folder, {"card": None, "card/f_01.dpx": b"a movie", "card/f_02.dpx": Link(b"/elsewhere")})
         for arguments, link in ((["card/f_02.dpx", "raid/"], b"card/f_02.dpx"),
                                 (["-s", "card/f_1-2##.dpx", "shuttle/"], b"card/f_02.dpx")):
             driver = self.drive(arguments)
@@ -132,7 +133,7 @@ class ExampleTest:
             self.assertIn(link + b" is one, and nothing of what it leads to was copied", driver.verdict)
 
     def test_missing_hash_list_is_told(self):
-        build_tree(self.folder, {"card": None, "card/clip.mov": MOVIE})
+        build_tree(self.folder, {"card": None, "card/clip.mov": b"a movie"})
         for number, (value, told) in enumerate((("0", True), ("no", True), ("00", True), ("1", False), (" -2", False))):
             driver = self.drive(["-o", value, "card/clip.mov", "raid%d/" % number])
             self.assert_tells(driver, VERIFIED, 0)
@@ -147,7 +148,7 @@ class ExampleTest:
         self.assertIn(b": card/r2/f_0010.dpx is missing", driver.verdict)
 
     def test_folder_without_a_slash_is_asked_about(self):
-        build_tree(self.folder, {"card": None, "card/clip.mov": MOVIE, "raid": None, "old": None,
+        build_tree(self.folder, {"card": None, "card/clip.mov": b"a movie", "raid": None, "old": None,
                                  "old/clip.mov": b"old"})
         driver = self.drive(["card/clip.mov", "new/", "raid"])
         self.assert_tells(driver, FAILED, 107)
@@ -161,14 +162,14 @@ class ExampleTest:
         self.assert_tells(driver, FAILED, 127)
 
     def test_program_is_found_in_the_path(self):
-        build_tree(self.folder, {"card": None, "card/clip.mov": MOVIE})
+        self.write("card/clip.mov", b"a movie")
         os.makedirs(self.path("bin"))
         os.symlink(RVXCOPY, self.path("bin/rvxcopy"))
         environment = self.environment(variables={"PATH": self.path("bin") + ":" + os.environ["PATH"]})
         run = subprocess.run([os.path.join(EXAMPLES, self.example), "card/clip.mov", "raid/"], cwd=self.folder,
                              env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=LONGEST_RUN)
         self.assert_tells(Driver(run), VERIFIED, 0)
-        self.assertEqual(self.read("raid/clip.mov"), MOVIE)
+        self.assertEqual(self.read("raid/clip.mov"), b"a movie")
         self.assert_checks("raid/sha1/clip.mov.sha1")
 
 

@@ -6,8 +6,9 @@ import socket
 import stat
 import threading
 
+from output_texts import USAGE
 from storage import StorageTest, require_mounts, run
-from support import BLOCK, LONGEST_RUN, ProcessTest, USAGE, coreutils_digest, file_bytes, main, pattern
+from support import BLOCK, LONGEST_RUN, ProcessTest, coreutils_digest, file_bytes, main, pattern
 
 LONGEST_NAME = 255
 LONGEST_PATH = 4095  # bytes; the kernel's limit counts the zero at the end
