@@ -2,6 +2,7 @@
 
 #include <array>
 #include <chrono>
+#include <utility>
 
 #include "checksum/RVXChecksumReadRecovery.h"
 #include "include/Print.h"
@@ -33,19 +34,19 @@ std::unique_ptr<RVXGenerateChecksumOperation> RVXGenerateChecksumOperation::init
 std::optional<std::string> RVXGenerateChecksumOperation::checksum() {
   mError.reset();
   const auto attributes = attributesOfItem(path());
-  if (attributes && attributes->type == RVXFileType::symbolicLink) {
-    mLinkIdentity = attributes->identity;
+  if (attributes.succeeded() && attributes.value().type == RVXFileType::symbolicLink) {
+    mLinkIdentity = attributes.value().identity;
     return linkChecksum();
   }
 
-  mReader = RVXRecoveringReader::openForReading(path());
+  auto opened = RVXRecoveringReader::openForReading(path());
   // What can't be examined might be a link, and lead to a device without an end.
-  if (!mReader || (!attributes && !mReader->isRegularFile())) {
-    mReader.reset();
+  if (opened.failed() || (attributes.failed() && !opened.value().isRegularFile())) {
     mError = RVXError::verifySourceNotOpened();
     return std::nullopt;
   }
-  setFileSize(attributes ? attributes->size : 0);
+  mReader = std::move(opened).value();
+  setFileSize(attributes.succeeded() ? attributes.value().size : 0);
   mReader->bypassCacheAndReadAhead();
   return fileChecksum();
 }
@@ -56,8 +57,8 @@ std::optional<RVXFileIdentity> RVXGenerateChecksumOperation::identity() const {
 
 std::optional<std::string> RVXGenerateChecksumOperation::linkChecksum() const {
   const auto target = linkTarget(path());
-  if (!target || !hasKnownAlgorithm()) return std::nullopt;
-  return mAlgorithm == HashAlgorithm::MD5 ? md5(*target) : SHA1Sum(*target);
+  if (target.failed() || !hasKnownAlgorithm()) return std::nullopt;
+  return mAlgorithm == HashAlgorithm::MD5 ? md5(target.value()) : SHA1Sum(target.value());
 }
 
 std::string RVXGenerateChecksumOperation::fileChecksum() {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/files/RVXBlock.h"
-#include "platform/threads/RVXCondition.h"
+#include "platform/threads/RVXMutex.h"
 #include "platform/threads/RVXMutex.h"
 
 // The bounded hand-off between the threads of one file copy: one reader hands in buffers in order; one digest

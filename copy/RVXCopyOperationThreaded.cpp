@@ -8,10 +8,10 @@
 #include "copy/RVXWriteFailure.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/system/RVXDigest.h"
 #include "platform/files/RVXFileSystem.h"
-#include "platform/threads/RVXOperationQueue.h"
 #include "platform/files/RVXPathText.h"
+#include "platform/system/RVXDigest.h"
+#include "platform/threads/RVXOperationQueue.h"
 
 namespace {
 
@@ -44,9 +44,9 @@ std::unique_ptr<RVXCopyOperationThreaded> RVXCopyOperationThreaded::initWithSour
 
 void RVXCopyOperationThreaded::main() {
   const auto attributes = attributesOfItem(mSourcePath);
-  if (!attributes) return fail(RVXError::copySourceNotOpened());
-  if (attributes->type == RVXFileType::symbolicLink) return copyLink(attributes->identity);
-  mFileSize = attributes->size;
+  if (attributes.failed()) return fail(RVXError::copySourceNotOpened());
+  if (attributes.value().type == RVXFileType::symbolicLink) return copyLink(attributes.value().identity);
+  mFileSize = attributes.value().size;
   if (openSource() && openDestinations()) copyFile();
   mBufferManager.reset();
   mWriters.clear();
@@ -71,7 +71,7 @@ std::vector<RVXCopyOperationThreaded::Destination> RVXCopyOperationThreaded::des
 
 void RVXCopyOperationThreaded::copyLink(const RVXFileIdentity& source) {
   const auto target = linkTarget(mSourcePath);
-  if (!target) return fail(RVXError::copySourceNotOpened());
+  if (target.failed()) return fail(RVXError::copySourceNotOpened());
   const std::vector<Destination> places = destinations();
   for (const Destination& place : places) {
     if (mForceOverwrite && isItem(place.file, source)) return fail(RVXError::copyLinkNotCreated(place.file));
@@ -81,18 +81,23 @@ void RVXCopyOperationThreaded::copyLink(const RVXFileIdentity& source) {
     // Of links that lead nowhere only the source itself counts as a file that exists.
     if (!mForceOverwrite && (fileExists(place.file) || isItem(place.file, source)))
       endProcessOnExisting(place);
-    if (createSymbolicLink(*target, place.file)) return fail(RVXError::copyLinkNotCreated(place.file));
+    if (createSymbolicLink(target.value(), place.file).failed())
+      return fail(RVXError::copyLinkNotCreated(place.file));
   }
   if (!mSkipVerification) {
-    mSHA1Digest = SHA1Sum(*target);
-    mMD5Digest = md5(*target);
+    mSHA1Digest = SHA1Sum(target.value());
+    mMD5Digest = md5(target.value());
   }
   printDigests(mSHA1Digest, mMD5Digest);
 }
 
 bool RVXCopyOperationThreaded::openSource() {
-  mSourceFH = RVXRecoveringReader::openForReading(mSourcePath);
-  if (!mSourceFH) fail(RVXError::copySourceNotOpened());
+  auto opened = RVXRecoveringReader::openForReading(mSourcePath);
+  if (opened.succeeded()) {
+    mSourceFH = std::move(opened).value();
+  } else {
+    fail(RVXError::copySourceNotOpened());
+  }
   return mSourceFH.has_value();
 }
 
@@ -114,24 +119,23 @@ bool RVXCopyOperationThreaded::openDestinations() {
 bool RVXCopyOperationThreaded::openDestination(const Destination& place) {
   endProcessIfExists(place);
   // Another run that was given the same path creates it now, or this one does; never both.
-  RVXStorageWriter file = mForceOverwrite || place.isDiscarded
-                              ? RVXStorageWriter::openForWriting(place.file)
-                              : RVXStorageWriter::createForWriting(place.file);
+  auto opened = mForceOverwrite || place.isDiscarded ? RVXStorageWriter::openForWriting(place.file)
+                                                     : RVXStorageWriter::createForWriting(place.file);
   // In this order: the cache request is made before anybody knows whether the file could be opened.
-  file.bypassCache();
-  if (!file.isOpen()) endProcessIfExists(place);
-  if (!file.isOpen() || isSource(file) || file.truncate()) {
+  RVXStorageWriter::bypassCache(opened);
+  if (opened.failed()) endProcessIfExists(place);
+  if (opened.failed() || isSource(opened.value()) || opened.value().truncate().failed()) {
     fail(RVXError::copyDestinationNotOpened(place.number));
     return false;
   }
-  mWriters.push_back({std::move(file), place.folder});
+  mWriters.push_back({std::move(opened).value(), place.folder});
   return true;
 }
 
 bool RVXCopyOperationThreaded::isSource(const RVXStorageWriter& file) const {
   // Once more on what was really opened: the path may have led elsewhere when it was examined.
   const auto attributes = file.attributes();
-  return !attributes || attributes->identity == mSourceFH->identity();
+  return attributes.failed() || attributes.value().identity == mSourceFH->identity();
 }
 
 void RVXCopyOperationThreaded::copyFile() {
@@ -174,7 +178,7 @@ void RVXCopyOperationThreaded::waitForAllBytes() {
 void RVXCopyOperationThreaded::closeFiles() {
   mSourceFH->close();
   for (Writer& writer : mWriters) {
-    if (const auto failure = writer.fileHandle.close()) endProcessOnWriteFailure(*failure, writer.destPath);
+    endProcessIfFailed(writer.fileHandle.close(), writer);
   }
 }
 
@@ -232,13 +236,11 @@ void RVXCopyOperationThreaded::writeThread(Writer& info) {
     const RVXBlock* const buffer = mBufferManager->nextBufferForWritingInThread(index);
     if (forcedExit("writeThread")) return;
     if (buffer == nullptr) break;
-    if (const auto failure = info.fileHandle.write(buffer->bytes())) {
-      endProcessOnWriteFailure(*failure, info.destPath);
-    }
+    endProcessIfFailed(info.fileHandle.write(buffer->bytes()), info);
     mBufferManager->finishedWritingInThread(index);
   }
   // Here and not where the files are closed, so that the destinations do it side by side.
-  if (const auto failure = info.fileHandle.makeDurable()) endProcessOnWriteFailure(*failure, info.destPath);
+  endProcessIfFailed(info.fileHandle.makeDurable(), info);
 }
 
 void RVXCopyOperationThreaded::printStatus() const {
@@ -279,6 +281,10 @@ void RVXCopyOperationThreaded::endProcessIfExists(const Destination& place) cons
 void RVXCopyOperationThreaded::endProcessOnExisting(const Destination& place) {
   print("ERROR: File destination #%u (%s) already exists.\n", place.number, place.file.c_str());
   endProcess(ExitStatus::destinationFileExists);
+}
+
+void RVXCopyOperationThreaded::endProcessIfFailed(const RVXOutcome<>& outcome, const Writer& writer) {
+  if (outcome.failed()) endProcessOnWriteFailure(outcome.failure(), writer.destPath);
 }
 
 int64_t RVXCopyOperationThreaded::takeThreadIndex() {

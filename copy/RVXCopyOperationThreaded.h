@@ -12,13 +12,13 @@
 #include "copy/RVXCopyBufferManager.h"
 #include "include/HashAlgorithm.h"
 #include "include/RVXError.h"
-#include "platform/threads/RVXMutex.h"
 #include "platform/files/RVXRecoveringReader.h"
 #include "platform/files/RVXStorageWriter.h"
+#include "platform/threads/RVXMutex.h"
 #include "platform/threads/RVXThread.h"
 
 // Copies one file to all its destinations in a single pass: a reader reads the source in blocks of 2 MiB, a
-// digest thread computes MD5 and SHA-1 of the stream, and one writer a destination writes every block; they
+// digest thread computes MD5 and SHA-1 of the stream, and one writer for each destination writes every block; they
 // meet in an RVXCopyBufferManager. A source that is a symbolic link is copied as a link, and its digests are
 // those of its target text.
 //
@@ -118,6 +118,7 @@ class RVXCopyOperationThreaded {
   // The first only where it may not be overwritten.
   void endProcessIfExists(const Destination& place) const;
   [[noreturn]] static void endProcessOnExisting(const Destination& place);
+  static void endProcessIfFailed(const RVXOutcome<>& outcome, const Writer& writer);
   // The number that a writer has in the buffer manager. The threads take it in the order in which they come
   // to run, so it isn't the number of the destination.
   int64_t takeThreadIndex() RVX_EXCLUDES(mThreadIndexLock);

@@ -47,12 +47,12 @@ RVXHashList RVXHashList::init() {
 
 std::optional<RVXHashList> RVXHashList::initWithPath(const std::string& path) {
   const auto text = readTextFile(path);
-  if (!text || !isValidUTF8(*text)) {
+  if (text.failed() || !isValidUTF8(text.value())) {
     print("ERROR: couldn't read hash file %s.\n", path.c_str());
     return std::nullopt;
   }
   RVXHashList list;
-  list.mHashes = entriesOfText(*text);
+  list.mHashes = entriesOfText(text.value());
   if (!list.mHashes) return std::nullopt;
   return list;
 }
@@ -81,7 +81,7 @@ bool RVXHashList::writeToFile(const std::optional<std::string>& path, bool atomi
   if (mHashesMutable) {
     for (const auto& [fileName, value] : *mHashesMutable) text += entryLine(fileName, value);
   }
-  if (writeTextFile(*path, text, atomically)) {
+  if (writeTextFile(*path, text, atomically).failed()) {
     print("ERROR: couldn't write hash file to %s\n", path->c_str());
     return false;
   }

@@ -118,8 +118,7 @@ std::optional<RVXFileSequence> parseSequence(const CopyJobOptions& options) {
 
 void checkSource(const CopyJobOptions& options, const std::optional<RVXFileSequence>& sequence) {
   const std::optional<std::string> path = sequence ? sequence->filenameForIndex(0) : options.sourceArgument;
-  const auto item = path ? attributesOfItem(*path) : std::nullopt;
-  if (item && item->type == RVXFileType::symbolicLink) return;
+  if (path && isSymbolicLink(*path)) return;
   if (!path || !fileExists(*path)) {
     print("ERROR: Source path %s does not exist.\n", textOrNull(path));
   } else if (isFolder(*path)) {

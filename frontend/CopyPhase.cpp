@@ -34,7 +34,8 @@ uint64_t copyFile(const CopyJobOptions& options, const CopyPlan& plan, const RVX
 // A copy is only safe from a power cut when its name is, too. Once for all files: a folder's sync is slow.
 void syncDestinationFolders(const CopyPlan& plan) {
   for (const std::string& folder : plan.destinationPaths) {
-    if (const auto failure = syncFolder(folder)) endProcessOnWriteFailure(*failure, folder);
+    const auto synced = syncFolder(folder);
+    if (synced.failed()) endProcessOnWriteFailure(synced.failure(), folder);
   }
 }
 

@@ -21,7 +21,7 @@ std::string relativeFolderOf(const CopyJobOptions& options) {
 }
 
 void createDestinationFolder(const std::string& folder, size_t k) {
-  if (!createFolderWithIntermediates(folder)) return;
+  if (createFolderWithIntermediates(folder).succeeded()) return;
   print("ERROR: Can't create destination folder #%u (%s).\n", static_cast<unsigned>(k), folder.c_str());
   endProcess(ExitStatus::destinationFolderNotCreated);
 }
@@ -75,7 +75,7 @@ void visitExistingFrames(const RVXFileSequence& sequence,
   uint64_t missing = 0;
   for (uint64_t i = 0; i < sequence.duration() && missing < kMostMissingFrames; ++i) {
     const std::string path = *sequence.filenameForIndex(i);
-    if (attributesOfItem(path)) {
+    if (attributesOfItem(path).succeeded()) {
       missing = 0;
       visit(path);
     } else {

@@ -12,12 +12,12 @@ namespace {
 // it, after it was verified.
 bool isSourceOrCopy(const std::string& path, const CopyJobOptions& options, const CopyPlan& plan) {
   const auto item = attributesOfItem(path);
-  if (!item) return false;
+  if (item.failed()) return false;
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
     const RVXSourceFile file = RVXSourceFile::ofPlan(options, plan, i);
-    if (isItem(file.path, item->identity)) return true;
+    if (isItem(file.path, item.value().identity)) return true;
     for (const auto& copy : file.copies) {
-      if (isItem(copy.path, item->identity)) return true;
+      if (isItem(copy.path, item.value().identity)) return true;
     }
   }
   return false;
@@ -30,7 +30,7 @@ void runHashListPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHa
   for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
     const std::string folder = pathByAppendingComponent(plan.destinationPaths[k], algorithmName);
     // Not with intermediate folders: where the destination's own folder is gone, so are the copies.
-    if (createFolder(folder)) {
+    if (createFolder(folder).failed()) {
       print("ERROR: Can't create folder for hashes (%s).\n", folder.c_str());
       endProcess(ExitStatus::hashFolderNotCreated);
     }

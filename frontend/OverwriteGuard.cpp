@@ -16,13 +16,13 @@ void refuseToOverwriteSources(const CopyJobOptions& options, const CopyPlan& pla
   visitExistingFrames(*plan.sequence, [&](const std::string& path) {
     const auto source = attributesOfItem(path);
     // A link is copied as a link, which is written over nothing.
-    if (!source || source->type == RVXFileType::symbolicLink) return;
-    sources.insert(source->identity);
+    if (source.failed() || source.value().type == RVXFileType::symbolicLink) return;
+    sources.insert(source.value().identity);
     unsigned number = 0;
     for (const auto& place : RVXSourceFile::ofPlan(plan, path).copies) {
       ++number;
       const auto copy = attributesOfItem(place.path);
-      if (copy) copies.emplace_back(copy->identity, number);
+      if (copy.succeeded()) copies.emplace_back(copy.value().identity, number);
     }
   });
   for (const auto& [copy, number] : copies) {

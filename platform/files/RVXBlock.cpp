@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <cerrno>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -54,7 +55,7 @@ class RVXBlockMemory {
     const size_t length = inWholeHugePages(capacity);
     void* const mapped =
         ::mmap(nullptr, length + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (mapped == MAP_FAILED) endProcessWithout("memory", failureFromErrno().reason.c_str());
+    if (mapped == MAP_FAILED) endProcessWithout("memory", failureFromErrno(errno).reason.c_str());
     std::byte* const memory = cutToHugePages(static_cast<std::byte*>(mapped), length);
     // Only a wish: without huge pages the memory is as good, but slower.
     ::madvise(memory, length, MADV_HUGEPAGE);
@@ -70,7 +71,7 @@ class RVXBlockMemory {
     }
   }
 
-  // Gives back what a mapping of `length` and one huge page more has before and behind whole huge pages.
+  // Gives back what a mapping of `length` and one huge page more has before and after whole huge pages.
   static std::byte* cutToHugePages(std::byte* mapped, size_t length) {
     void* start = mapped;
     size_t space = length + kHugePage;

@@ -19,6 +19,6 @@ RVXFileIdentity identityOf(const struct stat& status) {
 
 }  // namespace
 
-RVXFileAttributes attributesFromStatus(const struct stat& status) {
+RVXFileAttributes RVXFileAttributes::of(const struct stat& status) {
   return {typeOf(status.st_mode), status.st_size, identityOf(status)};
 }

@@ -20,11 +20,11 @@ struct RVXFileAttributes {
   int64_t size = 0;  // bytes
   RVXFileIdentity identity;
 
+  // From what stat(2) and its relatives give.
+  static RVXFileAttributes of(const struct stat& status);
+
   // True where the page cache holds contents that the storage has, too, or is to have.
   [[nodiscard]] bool isOnStorage() const {
     return type == RVXFileType::regular || type == RVXFileType::blockDevice;
   }
 };
-
-// From what stat(2) and its relatives give.
-RVXFileAttributes attributesFromStatus(const struct stat& status);

@@ -1,56 +1,202 @@
 #include "platform/files/RVXFileHandle.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 namespace {
+
 constexpr mode_t kNewFilePermissions = 0666;  // less the umask
+
+// Newer than the C library's headers; the numbers are the kernel's (linux/fs.h, linux/magic.h).
+constexpr int kWriteUncached = 0x00000080;  // RWF_DONTCACHE
+constexpr auto kFUSE = 0x65735546;          // FUSE_SUPER_MAGIC
+constexpr off_t kCurrentOffset = -1;
+
+// Calls until the answer is not EINTR.
+template <typename Call>
+auto uninterrupted(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
 }
 
-RVXFileHandle& RVXFileHandle::operator=(RVXFileHandle&& other) noexcept {
-  if (this != &other) {
-    close();
-    mDescriptor = std::exchange(other.mDescriptor, -1);
+// Writes all of `bytes` by `write`, which is given what is left and answers as write(2) does.
+template <typename Write>
+RVXOutcome<> writeAll(std::span<const std::byte> bytes, Write write) {
+  while (!bytes.empty()) {
+    const ssize_t written = uninterrupted([&] { return write(bytes); });
+    if (written < 0) return failureFromErrno(errno);
+    // A device that takes nothing and names no error is full; going on would never end.
+    if (written == 0) return failureFromErrno(ENOSPC);
+    bytes = bytes.subspan(static_cast<size_t>(written));
   }
+  return {};
+}
+
+// A file system that broke while it was written to turns itself read-only, and a sync then fails in the same
+// way as one on a medium that never needed any. To set the permissions that are there already tells the two
+// apart.
+bool hasTurnedReadOnly(int descriptor) {
+  constexpr mode_t kPermissions = 07777;
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0) return true;
+  return ::fchmod(descriptor, status.st_mode & kPermissions) != 0 && errno == EROFS;
+}
+
+RVXOutcome<> sync(int (*call)(int), int descriptor) {
+  if (uninterrupted([&] { return call(descriptor); }) == 0) return {};
+  const RVXIOFailure failure = failureFromErrno(errno);
+  if (failure.meansNotSupported()) return {};
+  if (failure.code == EROFS && !hasTurnedReadOnly(descriptor)) return {};
+  return failure;
+}
+
+}  // namespace
+
+RVXFileHandle& RVXFileHandle::operator=(RVXFileHandle&& other) noexcept {
+  std::swap(mDescriptor, other.mDescriptor);
   return *this;
 }
 
 RVXFileHandle::~RVXFileHandle() {
-  close();
+  [[maybe_unused]] const auto ignored = close();
 }
 
-RVXFileHandle RVXFileHandle::open(const std::string& path, int flags) {
-  int descriptor = -1;
-  do {
-    descriptor = ::open(path.c_str(), flags | O_CLOEXEC, kNewFilePermissions);
-  } while (descriptor < 0 && errno == EINTR);
+RVXOutcome<RVXFileHandle> RVXFileHandle::open(const std::string& path, int flags) {
+  const int descriptor =
+      uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, kNewFilePermissions); });
+  if (descriptor < 0) return failureFromErrno(errno);
   return RVXFileHandle(descriptor);
 }
 
-RVXFileHandle RVXFileHandle::openWithoutPeer(const std::string& path, int flags) {
-  RVXFileHandle handle = open(path, flags | O_NONBLOCK);
-  if (handle.isOpen()) {
-    // Only the opening is not to wait: a read waits for what a terminal has not got yet.
-    ::fcntl(handle.descriptor(), F_SETFL, flags);
-  } else if (errno == EAGAIN) {
-    handle = open(path, flags);
-  }
-  return handle;
+RVXOutcome<RVXFileHandle> RVXFileHandle::openWithoutPeer(const std::string& path, int flags) {
+  auto opened = open(path, flags | O_NONBLOCK);
+  if (opened.failed() && opened.failure().code == EAGAIN) return open(path, flags);
+  // Only the opening is not to wait: a read waits for what a terminal has not got yet.
+  if (opened.succeeded()) ::fcntl(opened.value().mDescriptor, F_SETFL, flags);
+  return opened;
 }
 
-std::optional<RVXFileAttributes> RVXFileHandle::attributes() const {
-  struct stat status {};
-  if (::fstat(mDescriptor, &status) != 0) return std::nullopt;
-  return attributesFromStatus(status);
-}
-
-std::optional<RVXIOFailure> RVXFileHandle::close() {
-  if (!isOpen()) return std::nullopt;
+RVXOutcome<> RVXFileHandle::close() {
+  if (mDescriptor < 0) return {};
   // EINTR means that the descriptor is gone and the wait was cut short; what had to be safe was synced
   // before.
-  if (::close(std::exchange(mDescriptor, -1)) != 0 && errno != EINTR) return failureFromErrno();
-  return std::nullopt;
+  if (::close(std::exchange(mDescriptor, -1)) != 0 && errno != EINTR) return failureFromErrno(errno);
+  return {};
+}
+
+RVXOutcome<RVXFileAttributes> RVXFileHandle::attributes() const {
+  struct stat status {};
+  if (::fstat(mDescriptor, &status) != 0) return failureFromErrno(errno);
+  return RVXFileAttributes::of(status);
+}
+
+RVXOutcome<size_t> RVXFileHandle::readSome(std::span<std::byte> bytes) {
+  const ssize_t length = uninterrupted([&] { return ::read(mDescriptor, bytes.data(), bytes.size()); });
+  if (length < 0) return failureFromErrno(errno);
+  return static_cast<size_t>(length);
+}
+
+RVXOutcome<size_t> RVXFileHandle::readWhole(std::span<std::byte> bytes) {
+  size_t filled = 0;
+  while (filled < bytes.size()) {
+    const auto piece = readSome(bytes.subspan(filled));
+    if (piece.failed()) return piece;
+    if (piece.value() == 0) break;
+    filled += piece.value();
+  }
+  return filled;
+}
+
+RVXOutcome<> RVXFileHandle::writeWhole(std::span<const std::byte> bytes) {
+  return writeAll(bytes, [&](auto rest) { return ::write(mDescriptor, rest.data(), rest.size()); });
+}
+
+RVXOutcome<> RVXFileHandle::writeWholeUncached(std::span<const std::byte> bytes, bool& offered) {
+  return writeAll(bytes, [&](auto rest) -> ssize_t {
+    if (offered) {
+      const iovec piece{const_cast<std::byte*>(rest.data()), rest.size()};
+      const ssize_t written = ::pwritev2(mDescriptor, &piece, 1, kCurrentOffset, kWriteUncached);
+      if (written >= 0 || !failureFromErrno(errno).meansNotSupported()) return written;
+      offered = false;
+    }
+    return ::write(mDescriptor, rest.data(), rest.size());
+  });
+}
+
+RVXOutcome<> RVXFileHandle::seek(int64_t offset) {
+  if (::lseek(mDescriptor, offset, SEEK_SET) != offset) return failureFromErrno(errno);
+  return {};
+}
+
+RVXOutcome<> RVXFileHandle::truncate() {
+  const auto found = attributes();
+  if (found.failed()) return found.failure();
+  if (found.value().type == RVXFileType::regular && ::ftruncate(mDescriptor, 0) != 0)
+    return failureFromErrno(errno);
+  return {};
+}
+
+RVXOutcome<> RVXFileHandle::syncData() {
+  return sync(::fdatasync, mDescriptor);
+}
+
+RVXOutcome<> RVXFileHandle::syncWholeFile() {
+  return sync(::fsync, mDescriptor);
+}
+
+bool RVXFileHandle::canWriteBackRanges() const {
+  struct statfs fileSystem {};
+  return ::fstatfs(mDescriptor, &fileSystem) == 0 && fileSystem.f_type != OVERLAYFS_SUPER_MAGIC &&
+         fileSystem.f_type != kFUSE;
+}
+
+void RVXFileHandle::startWriteBack(int64_t offset, int64_t length) {
+  ::sync_file_range(mDescriptor, offset, length, SYNC_FILE_RANGE_WRITE);
+}
+
+RVXOutcome<> RVXFileHandle::waitForWriteBack(int64_t offset, int64_t length) {
+  constexpr unsigned kWriteAndWait =
+      SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
+  if (uninterrupted([&] { return ::sync_file_range(mDescriptor, offset, length, kWriteAndWait); }) == 0)
+    return {};
+  const RVXIOFailure failure = failureFromErrno(errno);
+  // Devices have no dirty pages, read-only media neither; the sync at the end tells if it was a failure.
+  if (failure.code == ESPIPE || failure.code == EROFS || failure.meansNotSupported()) return {};
+  return failure;
+}
+
+void RVXFileHandle::dropCachedRange(int64_t offset, int64_t length) {
+  ::posix_fadvise(mDescriptor, offset, length, POSIX_FADV_DONTNEED);
+}
+
+void RVXFileHandle::dropCachedFile() {
+  // Where it does, write-back is cheaper than a sync, which also has the device flush its own cache, for
+  // every file that is read.
+  [[maybe_unused]] const auto ignored = canWriteBackRanges() ? waitForWriteBack(0, 0) : syncData();
+  dropCachedRange(0, 0);
+}
+
+bool RVXFileHandle::setDirect(bool isDirect) {
+  const int flags = ::fcntl(mDescriptor, F_GETFL);
+  if (flags < 0) return false;
+  return ::fcntl(mDescriptor, F_SETFL, isDirect ? flags | O_DIRECT : flags & ~O_DIRECT) == 0;
+}
+
+void RVXFileHandle::adviseSequential() {
+  ::posix_fadvise(mDescriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
+}
+
+void RVXFileHandle::adviseNoReuse() {
+  ::posix_fadvise(mDescriptor, 0, 0, POSIX_FADV_NOREUSE);
+}
+
+void RVXFileHandle::adviseNoReuseOfStandardInput() {
+  ::posix_fadvise(STDIN_FILENO, 0, 0, POSIX_FADV_NOREUSE);
 }

@@ -1,41 +1,90 @@
 #pragma once
 
-#include <optional>
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <utility>
 
 #include "platform/files/RVXFileAttributes.h"
-#include "platform/files/RVXIOFailure.h"
+#include "platform/files/RVXOutcome.h"
 
-// Owns one descriptor; used by one thread at a time.
+// Owns one descriptor and is the only one that knows its number. Used by one thread at a time. Offsets and
+// lengths are in bytes. Interrupted calls (EINTR) are repeated, so that no caller ever sees them.
 class RVXFileHandle {
  public:
-  RVXFileHandle() = default;
-  explicit RVXFileHandle(int descriptor) : mDescriptor(descriptor) {}
+  // Memory, offsets and lengths of direct transfers must be multiples of this: the page size, and the largest
+  // logical block of the disks in use.
+  static constexpr int64_t kDirectAlignment = 4096;
+
+  RVXFileHandle() = default;  // not open
   RVXFileHandle(RVXFileHandle&& other) noexcept : mDescriptor(std::exchange(other.mDescriptor, -1)) {}
   RVXFileHandle& operator=(RVXFileHandle&& other) noexcept;
   // Only tidies up: a handle whose close() matters is closed by close().
   ~RVXFileHandle();
 
-  // open(2) with `flags` and O_CLOEXEC, new files with the permissions that the umask leaves. Interrupted
-  // calls are repeated. The handle is not open when the call failed; errno then says why.
-  static RVXFileHandle open(const std::string& path, int flags);
+  // open(2) with `flags` and O_CLOEXEC, new files with the permissions that the umask leaves.
+  static RVXOutcome<RVXFileHandle> open(const std::string& path, int flags);
 
   // The same without waiting for the other end of a FIFO: where nobody reads it, writing it can't be opened,
   // and reading it begins at its end. Where another process has to give back a lease first, it is waited for.
-  // Transfers wait as ever.
-  static RVXFileHandle openWithoutPeer(const std::string& path, int flags);
-
-  // The open file's attributes; none when they can't be read.
-  [[nodiscard]] std::optional<RVXFileAttributes> attributes() const;
-
-  [[nodiscard]] bool isOpen() const { return mDescriptor >= 0; }
-  [[nodiscard]] int descriptor() const { return mDescriptor; }
+  static RVXOutcome<RVXFileHandle> openWithoutPeer(const std::string& path, int flags);
 
   // Closes once, and never again whatever the answer: Linux has freed the number. A handle that is not open
   // is closed without a failure.
-  std::optional<RVXIOFailure> close();
+  RVXOutcome<> close();
+
+  [[nodiscard]] RVXOutcome<RVXFileAttributes> attributes() const;
+
+  // Transfers at the current offset. One read(2): up to `bytes.size()` bytes, 0 at the end of the file.
+  RVXOutcome<size_t> readSome(std::span<std::byte> bytes);
+  // Fills `bytes` unless the file ends first.
+  RVXOutcome<size_t> readWhole(std::span<std::byte> bytes);
+  // Writes all of `bytes`. The failure is that of the call that wrote nothing more, so a full disk is
+  // reported as such although it first accepted a part.
+  RVXOutcome<> writeWhole(std::span<const std::byte> bytes);
+  // The same with the page cache left clean after the write (RWF_DONTCACHE), where the kernel and the file
+  // system offer it; `offered` is set to false, and a plain write made, where they don't.
+  RVXOutcome<> writeWholeUncached(std::span<const std::byte> bytes, bool& offered);
+
+  RVXOutcome<> seek(int64_t offset);
+  // Empties a regular file. Devices have no size that could be changed, which is no failure.
+  RVXOutcome<> truncate();
+
+  // Hands a file's contents to the storage (fdatasync), or contents, attributes and, of a folder, its names
+  // (fsync). A file system that has no such sync is no failure; one that turned read-only since the file was
+  // written is.
+  RVXOutcome<> syncData();
+  RVXOutcome<> syncWholeFile();
+
+  // The requests by which transfers are made to go to the storage and the page cache is left as it was. A
+  // file system that refuses one is served as far as it goes. A length of 0 means to the end of the file.
+
+  // False where starting and waiting for the write-back of a range does nothing, so that only a sync of the
+  // whole file tells whether it was written: overlayfs, whose files are cached under the ones below, and
+  // FUSE.
+  [[nodiscard]] bool canWriteBackRanges() const;
+  // Starts to write back a range's dirty pages, without waiting.
+  void startWriteBack(int64_t offset, int64_t length);
+  // Writes back a range's dirty pages and waits until the storage has taken them. This does not make them
+  // survive a power cut: a sync does.
+  RVXOutcome<> waitForWriteBack(int64_t offset, int64_t length);
+  // Drops the clean pages of a range.
+  void dropCachedRange(int64_t offset, int64_t length);
+  // Writes back what the cache holds of the whole file and drops it, so that the next read comes from the
+  // storage. A handle opened for reading will do. A failed write-back is for the writer to report.
+  void dropCachedFile();
+  // Switches direct I/O on or off; no other process may share the descriptor. False when refused.
+  bool setDirect(bool isDirect);
+  // Asks for larger read-ahead of buffered reads.
+  void adviseSequential();
+  // Tells that the data will not be used again.
+  void adviseNoReuse();
+  // The same for standard input, whatever it is; harmless on any descriptor.
+  static void adviseNoReuseOfStandardInput();
 
  private:
+  explicit RVXFileHandle(int descriptor) : mDescriptor(descriptor) {}
+
   int mDescriptor = -1;
 };

@@ -13,7 +13,6 @@
 
 #include "platform/files/RVXFileHandle.h"
 #include "platform/files/RVXPathText.h"
-#include "platform/files/RVXTransfer.h"
 
 namespace {
 
@@ -25,71 +24,74 @@ std::string folderPath(const std::string& path) {
 
 }  // namespace
 
-std::optional<RVXFileAttributes> attributesOfItem(const std::string& path) {
+RVXOutcome<RVXFileAttributes> attributesOfItem(const std::string& path) {
   struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0) return std::nullopt;
-  return attributesFromStatus(status);
+  if (::lstat(path.c_str(), &status) != 0) return failureFromErrno(errno);
+  return RVXFileAttributes::of(status);
 }
 
-std::optional<RVXFileAttributes> attributesOfTarget(const std::string& path) {
+RVXOutcome<RVXFileAttributes> attributesOfTarget(const std::string& path) {
   struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) return std::nullopt;
-  return attributesFromStatus(status);
+  if (::stat(path.c_str(), &status) != 0) return failureFromErrno(errno);
+  return RVXFileAttributes::of(status);
 }
 
 bool isItem(const std::string& path, const std::optional<RVXFileIdentity>& identity) {
   const auto attributes = attributesOfItem(path);
-  return attributes && attributes->identity == identity;
+  return attributes.succeeded() && attributes.value().identity == identity;
 }
 
 bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& identity) {
   const auto attributes = attributesOfTarget(path);
-  return attributes && attributes->identity == identity;
+  return attributes.succeeded() && attributes.value().identity == identity;
 }
 
 bool fileExists(const std::string& path) {
-  return attributesOfTarget(path).has_value();
+  return attributesOfTarget(path).succeeded();
 }
 
 bool isFolder(const std::string& path) {
   const auto attributes = attributesOfTarget(folderPath(path));
-  return attributes && attributes->type == RVXFileType::folder;
+  return attributes.succeeded() && attributes.value().type == RVXFileType::folder;
+}
+
+bool isSymbolicLink(const std::string& path) {
+  const auto attributes = attributesOfItem(path);
+  return attributes.succeeded() && attributes.value().type == RVXFileType::symbolicLink;
 }
 
 uint64_t filesizeCFI(const std::string& path) {
   const auto attributes = attributesOfItem(path);
-  return attributes ? static_cast<uint64_t>(attributes->size) : 0;
+  return attributes.succeeded() ? static_cast<uint64_t>(attributes.value().size) : 0;
 }
 
-std::optional<RVXIOFailure> createFolderWithIntermediates(const std::string& path) {
+RVXOutcome<> createFolderWithIntermediates(const std::string& path) {
   if (path.size() >= PATH_MAX) return failureFromErrno(ENAMETOOLONG);
-  if (isFolder(path)) return std::nullopt;
+  if (isFolder(path)) return {};
   const std::string parent = pathWithoutLastComponent(path);
   if (parent != path) {
-    if (auto failure = createFolderWithIntermediates(parent)) return failure;
+    if (auto created = createFolderWithIntermediates(parent); created.failed()) return created;
   }
   return createFolder(path);
 }
 
-std::optional<RVXIOFailure> createFolder(const std::string& path) {
-  if (isFolder(path)) return std::nullopt;
+RVXOutcome<> createFolder(const std::string& path) {
+  if (isFolder(path)) return {};
   if (::mkdir(path.c_str(), kNewFolderPermissions) != 0) {
-    const RVXIOFailure failure = failureFromErrno();
+    const RVXIOFailure failure = failureFromErrno(errno);
     // Another program may have been faster; "a/." can't be made and is there all the same.
-    return isFolder(path) ? std::nullopt : std::optional(failure);
+    return isFolder(path) ? RVXOutcome<>() : failure;
   }
   return syncFolder(pathWithoutLastComponent(path));
 }
 
-std::optional<RVXIOFailure> syncFolder(const std::string& path) {
-  RVXFileHandle folder = RVXFileHandle::open(folderPath(path), O_RDONLY | O_DIRECTORY);
-  if (!folder.isOpen()) {
-    if (errno != EACCES) return failureFromErrno();
-    // A folder that may be written but not read (a drop box) can't be synced by itself; everything can.
-    ::sync();
-    return std::nullopt;
-  }
-  return syncWholeFile(folder.descriptor());
+RVXOutcome<> syncFolder(const std::string& path) {
+  auto opened = RVXFileHandle::open(folderPath(path), O_RDONLY | O_DIRECTORY);
+  if (opened.succeeded()) return opened.value().syncWholeFile();
+  if (opened.failure().code != EACCES) return opened.failure();
+  // A folder that may be written but not read (a drop box) can't be synced by itself; everything can.
+  ::sync();
+  return {};
 }
 
 std::vector<std::string> folderEntries(const std::string& path) {
@@ -103,14 +105,14 @@ std::vector<std::string> folderEntries(const std::string& path) {
   return names;
 }
 
-std::optional<std::string> linkTarget(const std::string& path) {
+RVXOutcome<std::string> linkTarget(const std::string& path) {
   std::array<char, PATH_MAX> target;  // no file system keeps a longer target
   const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
-  if (length < 0) return std::nullopt;
+  if (length < 0) return failureFromErrno(errno);
   return std::string(target.data(), static_cast<size_t>(length));
 }
 
-std::optional<RVXIOFailure> createSymbolicLink(const std::string& target, const std::string& path) {
-  if (::symlink(target.c_str(), path.c_str()) != 0) return failureFromErrno();
-  return std::nullopt;
+RVXOutcome<> createSymbolicLink(const std::string& target, const std::string& path) {
+  if (::symlink(target.c_str(), path.c_str()) != 0) return failureFromErrno(errno);
+  return {};
 }

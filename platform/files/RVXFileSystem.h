@@ -6,15 +6,15 @@
 #include <vector>
 
 #include "platform/files/RVXFileAttributes.h"
-#include "platform/files/RVXIOFailure.h"
+#include "platform/files/RVXOutcome.h"
 
 // Files and folders by their path. An empty path of a folder means the current folder.
 
-// The attributes of the item itself, a final link not followed; none when they can't be read.
-std::optional<RVXFileAttributes> attributesOfItem(const std::string& path);
+// The attributes of the item itself, a final link not followed.
+RVXOutcome<RVXFileAttributes> attributesOfItem(const std::string& path);
 
-// The attributes of what the path leads to, links followed; none when they can't be read.
-std::optional<RVXFileAttributes> attributesOfTarget(const std::string& path);
+// The attributes of what the path leads to, links followed.
+RVXOutcome<RVXFileAttributes> attributesOfTarget(const std::string& path);
 
 // Is it the same file? True when the very item at `path` is the item `identity`; and when `path` leads to it,
 // by whatever name or link. What can't be examined is no file, and so is an identity that is absent.
@@ -24,25 +24,27 @@ bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& iden
 // Both follow links: a link to nothing does not exist.
 bool fileExists(const std::string& path);
 bool isFolder(const std::string& path);
+// Whether the item itself is one.
+bool isSymbolicLink(const std::string& path);
 
 // The size in bytes of the item itself; 0 for one that is missing or can't be examined.
 uint64_t filesizeCFI(const std::string& path);
 
 // Creates the folder and hands its name to the storage. A folder that is there already is a success.
-std::optional<RVXIOFailure> createFolder(const std::string& path);
+RVXOutcome<> createFolder(const std::string& path);
 
 // The same with all missing intermediate folders.
-std::optional<RVXIOFailure> createFolderWithIntermediates(const std::string& path);
+RVXOutcome<> createFolderWithIntermediates(const std::string& path);
 
 // Hands the names in a folder to the storage (fsync of the folder). A file system that has no such sync is
 // no failure.
-std::optional<RVXIOFailure> syncFolder(const std::string& path);
+RVXOutcome<> syncFolder(const std::string& path);
 
 // The names of the folder's entries, sorted; "." and ".." are left out. Empty when it can't be listed.
 std::vector<std::string> folderEntries(const std::string& path);
 
-// The target text as stored in the link; none when it can't be read.
-std::optional<std::string> linkTarget(const std::string& path);
+// The target text as stored in the link.
+RVXOutcome<std::string> linkTarget(const std::string& path);
 
 // Fails when anything, even a link to nothing, stands at `path`.
-std::optional<RVXIOFailure> createSymbolicLink(const std::string& target, const std::string& path);
+RVXOutcome<> createSymbolicLink(const std::string& target, const std::string& path);

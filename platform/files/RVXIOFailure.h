@@ -10,14 +10,12 @@ struct RVXIOFailure {
 
   // The detail dictionary as text, e.g. "{errno = 28}".
   [[nodiscard]] std::string details() const { return "{errno = " + std::to_string(code) + "}"; }
+
+  // True for the answers by which a file system says that it does not offer a facility at all (a sync, a
+  // cache advice, direct I/O), as opposed to having failed at it.
+  [[nodiscard]] bool meansNotSupported() const;
 };
 
-// The failure with that error number.
+// The failure with that error number. Callers read errno in the very statement of the failing call or the
+// next.
 RVXIOFailure failureFromErrno(int code);
-
-// The failure that errno stands for now. To be called right after the failing call.
-RVXIOFailure failureFromErrno();
-
-// True for the answers by which a file system says that it does not offer a facility at all (a sync, a cache
-// advice, direct I/O), as opposed to having failed at it.
-bool meansNotSupported(int code);

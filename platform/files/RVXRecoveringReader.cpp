@@ -2,10 +2,10 @@
 
 #include <utility>
 
-std::optional<RVXRecoveringReader> RVXRecoveringReader::openForReading(const std::string& path) {
-  auto reader = RVXStorageReader::openForReading(path);
-  if (!reader) return std::nullopt;
-  return RVXRecoveringReader(path, std::move(*reader));
+RVXOutcome<RVXRecoveringReader> RVXRecoveringReader::openForReading(const std::string& path) {
+  auto opened = RVXStorageReader::openForReading(path);
+  if (opened.failed()) return opened.failure();
+  return RVXRecoveringReader(path, std::move(opened).value());
 }
 
 void RVXRecoveringReader::bypassCacheAndReadAhead() {
@@ -18,8 +18,8 @@ void RVXRecoveringReader::read(RVXBlock& block, RVXReadRecovery& recovery) {
   block.setLength(0);
   if (!mReader) return;
   const int64_t position = mReader->currentOffset();
-  const auto failure = mReader->readUpToCapacity(block);
-  if (failure) readAgain(block, position, *failure, recovery);
+  const auto done = mReader->readUpToCapacity(block);
+  if (done.failed()) readAgain(block, position, done.failure(), recovery);
 }
 
 std::optional<RVXFileIdentity> RVXRecoveringReader::identity() const {
@@ -30,11 +30,11 @@ void RVXRecoveringReader::readAgain(RVXBlock& block, int64_t position, const RVX
                                     RVXReadRecovery& recovery) {
   recovery.readFailed(failure, position);
   close();
-  mReader = RVXStorageReader::openForReading(mPath);
-  if (!mReader) {
-    recovery.reopenFailed();
-    return;
-  }
+  auto opened = RVXStorageReader::openForReading(mPath);
+  if (opened.failed()) return recovery.reopenFailed();
+  mReader = std::move(opened).value();
   bypassCacheAndReadAhead();
-  if (mReader->seek(position) || mReader->readUpToCapacity(block)) recovery.readFailedAgain(failure);
+  if (mReader->seek(position).failed() || mReader->readUpToCapacity(block).failed()) {
+    recovery.readFailedAgain(failure);
+  }
 }

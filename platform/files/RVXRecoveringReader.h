@@ -13,8 +13,7 @@
 // block has one such retry. Used by one thread at a time.
 class RVXRecoveringReader {
  public:
-  // None when the file can't be opened.
-  static std::optional<RVXRecoveringReader> openForReading(const std::string& path);
+  static RVXOutcome<RVXRecoveringReader> openForReading(const std::string& path);
 
   // Makes the reads come from the storage and lets the system read ahead; also after a re-opening.
   void bypassCacheAndReadAhead();

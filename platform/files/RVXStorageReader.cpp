@@ -1,63 +1,65 @@
 #include "platform/files/RVXStorageReader.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 
-#include "platform/files/RVXCacheBypass.h"
-#include "platform/files/RVXTransfer.h"
+namespace {
+constexpr int64_t kAlignment = RVXFileHandle::kDirectAlignment;
+}
 
-std::optional<RVXStorageReader> RVXStorageReader::openForReading(const std::string& path) {
-  RVXFileHandle handle = RVXFileHandle::openWithoutPeer(path, O_RDONLY);
-  const auto attributes = handle.attributes();
-  if (!attributes || attributes->type == RVXFileType::fifo) return std::nullopt;
-  return RVXStorageReader(std::move(handle), *attributes);
+RVXOutcome<RVXStorageReader> RVXStorageReader::openForReading(const std::string& path) {
+  auto opened = RVXFileHandle::openWithoutPeer(path, O_RDONLY);
+  if (opened.failed()) return opened.failure();
+  const auto attributes = opened.value().attributes();
+  if (attributes.failed()) return attributes.failure();
+  if (attributes.value().type == RVXFileType::fifo) return failureFromErrno(ESPIPE);
+  return RVXStorageReader(std::move(opened).value(), attributes.value());
 }
 
 void RVXStorageReader::bypassCache() {
   mBypassesCache = mAttributes.isOnStorage();
   mMayBeDirect = isRegularFile();  // only these say where they end
-  if (mBypassesCache) dropCachedFile(mHandle.descriptor());
+  if (mBypassesCache) mHandle.dropCachedFile();
 }
 
 void RVXStorageReader::readAhead() {
-  adviseSequential(mHandle.descriptor());
+  mHandle.adviseSequential();
 }
 
-std::optional<RVXIOFailure> RVXStorageReader::seek(int64_t offset) {
+RVXOutcome<> RVXStorageReader::seek(int64_t offset) {
   mOffset = offset;
-  if (::lseek(mHandle.descriptor(), offset, SEEK_SET) != offset) return failureFromErrno();
-  return std::nullopt;
+  return mHandle.seek(offset);
 }
 
-std::optional<RVXIOFailure> RVXStorageReader::readUpToCapacity(RVXBlock& block) {
+RVXOutcome<> RVXStorageReader::readUpToCapacity(RVXBlock& block) {
   const std::span<std::byte> storage = block.storage();
   const int64_t start = mOffset;
   size_t filled = 0;
   goDirectWhereAligned();
   while (filled < storage.size()) {
-    const RVXReadResult piece = readSome(mHandle.descriptor(), limitedToFile(storage.subspan(filled)));
-    if (piece.failure && mIsDirect && refusesDirect(piece.failure->code)) {
+    const auto piece = mHandle.readSome(limitedToFile(storage.subspan(filled)));
+    if (piece.failed() && mIsDirect && piece.failure().meansNotSupported()) {
       mMayBeDirect = false;
       goBuffered();
       continue;
     }
-    if (piece.failure) return piece.failure;
-    if (piece.length == 0) break;
-    filled += piece.length;
-    mOffset += static_cast<int64_t>(piece.length);
-    // Behind the end that the file had, a plain read tells whether it has grown. Before it, a short direct
+    if (piece.failed()) return piece.failure();
+    if (piece.value() == 0) break;
+    filled += piece.value();
+    mOffset += static_cast<int64_t>(piece.value());
+    // After the end that the file had, a plain read tells whether it has grown. Before it, a short direct
     // read leaves an offset that is no longer aligned.
-    if (mIsDirect && (mOffset >= mAttributes.size || mOffset % kDirectAlignment != 0)) goBuffered();
+    if (mIsDirect && (mOffset >= mAttributes.size || mOffset % kAlignment != 0)) goBuffered();
   }
   block.setLength(filled);
   if (mBypassesCache) {
     // Also after direct reads: some file systems quietly serve these through the cache.
     const bool isLast = filled < storage.size();
-    dropCachedRange(mHandle.descriptor(), start, isLast ? 0 : static_cast<int64_t>(filled));
+    mHandle.dropCachedRange(start, isLast ? 0 : static_cast<int64_t>(filled));
   }
-  return std::nullopt;
+  return {};
 }
 
 std::span<std::byte> RVXStorageReader::limitedToFile(std::span<std::byte> memory) const {
@@ -65,18 +67,18 @@ std::span<std::byte> RVXStorageReader::limitedToFile(std::span<std::byte> memory
   // The kernel clears all the memory that a direct read asks for beyond the end of the file, which for small
   // files is most of the work.
   const int64_t left = mAttributes.size - mOffset;
-  const int64_t leftAligned = (left + kDirectAlignment - 1) / kDirectAlignment * kDirectAlignment;
+  const int64_t leftAligned = (left + kAlignment - 1) / kAlignment * kAlignment;
   return memory.first(std::min(memory.size(), static_cast<size_t>(leftAligned)));
 }
 
 void RVXStorageReader::goDirectWhereAligned() {
   const bool isBeforeEnd = mOffset < mAttributes.size;
-  if (!mMayBeDirect || mIsDirect || !isBeforeEnd || mOffset % kDirectAlignment != 0) return;
-  mIsDirect = setDirect(mHandle.descriptor(), true);
+  if (!mMayBeDirect || mIsDirect || !isBeforeEnd || mOffset % kAlignment != 0) return;
+  mIsDirect = mHandle.setDirect(true);
   mMayBeDirect = mIsDirect;
 }
 
 void RVXStorageReader::goBuffered() {
-  setDirect(mHandle.descriptor(), false);
+  mHandle.setDirect(false);
   mIsDirect = false;
 }

@@ -1,23 +1,22 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <utility>
 
 #include "platform/files/RVXBlock.h"
 #include "platform/files/RVXFileHandle.h"
-#include "platform/files/RVXIOFailure.h"
+#include "platform/files/RVXOutcome.h"
 
 // A file that is read from its storage, not from the page cache, and leaves no pages there. Used by one
 // thread at a time. Which way was taken is not visible outside: where the file system refuses direct I/O, at
-// the request or at the first transfer, the reads are buffered ones whose pages are dropped behind them.
+// the request or at the first transfer, the reads are buffered ones whose pages are dropped after them.
 class RVXStorageReader {
  public:
-  // Opens the file, links followed; none when that fails. A FIFO is refused: it can't be read twice, and
-  // without a writer it looks like an empty file.
-  static std::optional<RVXStorageReader> openForReading(const std::string& path);
+  // Opens the file, links followed. A FIFO is refused (ESPIPE): it can't be read twice, and without a writer
+  // it looks like an empty file.
+  static RVXOutcome<RVXStorageReader> openForReading(const std::string& path);
 
   // Makes the reads come from the storage: what the cache holds of the file is written back and dropped.
   void bypassCache();
@@ -27,12 +26,12 @@ class RVXStorageReader {
 
   // The offset in bytes at which the next read begins.
   [[nodiscard]] int64_t currentOffset() const { return mOffset; }
-  // Moves it; none: done.
-  [[nodiscard]] std::optional<RVXIOFailure> seek(int64_t offset);
+  // Moves it.
+  RVXOutcome<> seek(int64_t offset);
 
   // Fills the block to its capacity unless the file ends first, so a block that is not full is the last.
   // On a failure nothing is said about the block's contents, and the offset is unknown.
-  [[nodiscard]] std::optional<RVXIOFailure> readUpToCapacity(RVXBlock& block);
+  RVXOutcome<> readUpToCapacity(RVXBlock& block);
 
   // What makes the open file the same as another path's.
   [[nodiscard]] RVXFileIdentity identity() const { return mAttributes.identity; }

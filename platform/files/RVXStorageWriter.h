@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <utility>
 
 #include "platform/files/RVXFileHandle.h"
-#include "platform/files/RVXIOFailure.h"
+#include "platform/files/RVXOutcome.h"
 
 // A new file that is written to its storage without staying in the page cache. Used by one thread at a time.
 // Which way was taken is not visible outside.
@@ -18,41 +17,39 @@ class RVXStorageWriter {
   static constexpr int64_t kMostUnsettled = int64_t{16} * 1024 * 1024;
 
   // Opens the file at `path` for writing, creates it where there is none, and leaves the contents of an
-  // existing one alone; isOpen() tells whether that worked. Nothing is written through a symbolic link at
+  // existing one alone. Nothing is written through a symbolic link at
   // `path` itself: it is not opened. Never waits for a reader of a FIFO.
-  static RVXStorageWriter openForWriting(const std::string& path);
+  static RVXOutcome<RVXStorageWriter> openForWriting(const std::string& path);
 
   // The same for a file that is not there yet. Where it is, it is left alone and not opened, also when
   // another process creates it in this very moment.
-  static RVXStorageWriter createForWriting(const std::string& path);
+  static RVXOutcome<RVXStorageWriter> createForWriting(const std::string& path);
 
-  [[nodiscard]] bool isOpen() const { return mHandle.isOpen(); }
+  // Keeps what is written to a file that was just opened out of the page cache. Where it could not be opened,
+  // the request goes to descriptor 0, and for that reason it is a mere advice.
+  static void bypassCache(RVXOutcome<RVXStorageWriter>& opened);
 
-  // Keeps what is written out of the page cache. May be called before isOpen() is asked: where the file is
-  // not open the request goes to descriptor 0, and for that reason it is a mere advice.
-  void bypassCache();
-
-  // The attributes of the open file; none when they can't be read.
-  [[nodiscard]] std::optional<RVXFileAttributes> attributes() const { return mHandle.attributes(); }
+  // The attributes of the open file.
+  [[nodiscard]] RVXOutcome<RVXFileAttributes> attributes() const { return mHandle.attributes(); }
 
   // Empties the file. To be called before the first write.
-  [[nodiscard]] std::optional<RVXIOFailure> truncate();
+  RVXOutcome<> truncate() { return mHandle.truncate(); }
 
   // Writes all the bytes. Returns when at most kMostUnsettled bytes of the file are not yet with the storage.
-  [[nodiscard]] std::optional<RVXIOFailure> write(std::span<const std::byte> bytes);
+  RVXOutcome<> write(std::span<const std::byte> bytes);
 
   // Hands the whole file to the storage, so that a power cut can't take it. To be called once, after the last
   // write: a failed write-back is told only once. No failure where the file system has no sync.
-  [[nodiscard]] std::optional<RVXIOFailure> makeDurable();
+  RVXOutcome<> makeDurable();
 
   // Closes the file; see RVXFileHandle::close().
-  [[nodiscard]] std::optional<RVXIOFailure> close() { return mHandle.close(); }
+  RVXOutcome<> close() { return mHandle.close(); }
 
  private:
-  static RVXStorageWriter openWithFlags(const std::string& path, int flags);
+  static RVXOutcome<RVXStorageWriter> openWithFlags(const std::string& path, int flags);
   explicit RVXStorageWriter(RVXFileHandle handle) : mHandle(std::move(handle)) {}
-  [[nodiscard]] std::optional<RVXIOFailure> settle();
-  [[nodiscard]] bool isOnStorage() const;
+  void bypassCache();
+  RVXOutcome<> settle();
 
   RVXFileHandle mHandle;
   bool mBypassesCache = false;

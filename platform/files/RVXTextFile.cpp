@@ -13,7 +13,6 @@
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/files/RVXStorageReader.h"
-#include "platform/files/RVXTransfer.h"
 
 namespace {
 
@@ -25,44 +24,51 @@ struct TemporaryFile {
 };
 
 // A new file beside `path`. Its name is short, so that it fits wherever the name of `path` does.
-TemporaryFile newTemporaryFileBeside(const std::string& path) {
+RVXOutcome<TemporaryFile> newTemporaryFileBeside(const std::string& path) {
   for (int attempt = 0;; ++attempt) {
     const std::string name =
         ".rvxcopy-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".tmp";
     const std::string candidate = pathByAppendingComponent(pathWithoutLastComponent(path), name);
-    RVXFileHandle handle = RVXFileHandle::open(candidate, O_WRONLY | O_CREAT | O_EXCL);
-    if (handle.isOpen() || errno != EEXIST) return {candidate, std::move(handle)};
+    auto opened = RVXFileHandle::open(candidate, O_WRONLY | O_CREAT | O_EXCL);
+    if (opened.succeeded()) return TemporaryFile{candidate, std::move(opened).value()};
+    if (opened.failure().code != EEXIST) return opened.failure();
   }
 }
 
-std::optional<RVXIOFailure> writeSyncAndClose(RVXFileHandle& handle, std::string_view text) {
-  if (auto failure = writeWhole(handle.descriptor(), std::as_bytes(std::span(text)))) return failure;
-  if (auto failure = syncData(handle.descriptor())) return failure;
+RVXOutcome<> writeSyncAndClose(RVXFileHandle& handle, std::string_view text) {
+  if (auto written = handle.writeWhole(std::as_bytes(std::span(text))); written.failed()) return written;
+  if (auto synced = handle.syncData(); synced.failed()) return synced;
   return handle.close();
 }
 
-std::optional<RVXIOFailure> writeAtomically(const std::string& path, std::string_view text) {
-  TemporaryFile temporary = newTemporaryFileBeside(path);
-  if (!temporary.handle.isOpen()) return failureFromErrno();
-  auto failure = writeSyncAndClose(temporary.handle, text);
-  if (!failure && std::rename(temporary.path.c_str(), path.c_str()) != 0) failure = failureFromErrno();
-  if (failure) ::unlink(temporary.path.c_str());
-  return failure;
+RVXOutcome<> renameFile(const std::string& from, const std::string& to) {
+  if (std::rename(from.c_str(), to.c_str()) != 0) return failureFromErrno(errno);
+  return {};
 }
 
-std::optional<RVXIOFailure> writeInPlace(const std::string& path, std::string_view text) {
-  RVXFileHandle handle = RVXFileHandle::open(path, O_WRONLY | O_CREAT | O_TRUNC);
-  if (!handle.isOpen()) return failureFromErrno();
-  return writeSyncAndClose(handle, text);
+RVXOutcome<> writeAtomically(const std::string& path, std::string_view text) {
+  auto temporary = newTemporaryFileBeside(path);
+  if (temporary.failed()) return temporary.failure();
+  auto outcome = writeSyncAndClose(temporary.value().handle, text);
+  if (outcome.succeeded()) outcome = renameFile(temporary.value().path, path);
+  if (outcome.failed()) ::unlink(temporary.value().path.c_str());
+  return outcome;
+}
+
+RVXOutcome<> writeInPlace(const std::string& path, std::string_view text) {
+  auto opened = RVXFileHandle::open(path, O_WRONLY | O_CREAT | O_TRUNC);
+  if (opened.failed()) return opened.failure();
+  return writeSyncAndClose(opened.value(), text);
 }
 
 // Whether the storage has exactly this text under that name; none when a read failed.
 std::optional<bool> storageHolds(const std::string& path, std::string_view text) {
-  auto reader = RVXStorageReader::openForReading(path);
-  if (!reader) return false;
-  reader->bypassCache();
+  auto opened = RVXStorageReader::openForReading(path);
+  if (opened.failed()) return false;
+  RVXStorageReader& reader = opened.value();
+  reader.bypassCache();
   RVXBlock block = RVXBlock::withCapacity(kReadBackSize);
-  while (!reader->readUpToCapacity(block)) {
+  while (reader.readUpToCapacity(block).succeeded()) {
     const auto expected = std::as_bytes(std::span(text.substr(0, block.length())));
     const auto found = block.bytes();
     if (!std::equal(found.begin(), found.end(), expected.begin(), expected.end())) return false;
@@ -81,21 +87,22 @@ bool readsBackAs(const std::string& path, std::string_view text) {
 
 }  // namespace
 
-std::optional<std::string> readTextFile(const std::string& path) {
-  const RVXFileHandle handle = RVXFileHandle::open(path, O_RDONLY);
-  if (!handle.isOpen()) return std::nullopt;
+RVXOutcome<std::string> readTextFile(const std::string& path) {
+  auto opened = RVXFileHandle::open(path, O_RDONLY);
+  if (opened.failed()) return opened.failure();
   std::string text;
   std::array<std::byte, 65536> buffer;
   while (true) {
-    const RVXReadResult piece = readWhole(handle.descriptor(), buffer);
-    if (piece.failure) return std::nullopt;
-    text.append(reinterpret_cast<const char*>(buffer.data()), piece.length);
-    if (piece.length < buffer.size()) return text;
+    const auto piece = opened.value().readWhole(buffer);
+    if (piece.failed()) return piece.failure();
+    text.append(reinterpret_cast<const char*>(buffer.data()), piece.value());
+    if (piece.value() < buffer.size()) return text;
   }
 }
 
-std::optional<RVXIOFailure> writeTextFile(const std::string& path, std::string_view text, bool atomically) {
-  if (auto failure = atomically ? writeAtomically(path, text) : writeInPlace(path, text)) return failure;
-  if (auto failure = syncFolder(pathWithoutLastComponent(path))) return failure;
-  return readsBackAs(path, text) ? std::nullopt : std::optional(failureFromErrno(EIO));
+RVXOutcome<> writeTextFile(const std::string& path, std::string_view text, bool atomically) {
+  auto written = atomically ? writeAtomically(path, text) : writeInPlace(path, text);
+  if (written.failed()) return written;
+  if (auto synced = syncFolder(pathWithoutLastComponent(path)); synced.failed()) return synced;
+  return readsBackAs(path, text) ? RVXOutcome<>() : failureFromErrno(EIO);
 }

@@ -42,9 +42,9 @@ std::string unquoted(std::string_view value) {
 
 std::optional<std::string> prettyHostName() {
   const auto machineInfo = readTextFile("/etc/machine-info");
-  if (!machineInfo) return std::nullopt;
+  if (machineInfo.failed()) return std::nullopt;
   constexpr std::string_view kKey = "PRETTY_HOSTNAME=";
-  std::string_view rest = *machineInfo;
+  std::string_view rest = machineInfo.value();
   while (!rest.empty()) {
     const std::string_view line = rest.substr(0, rest.find('\n'));
     if (line.starts_with(kKey)) return unquoted(line.substr(kKey.size()));

@@ -1,8 +1,26 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
+#include <string>
+#include <utility>
 
-#include "platform/threads/RVXThreadAnnotations.h"
+// Clang's thread-safety annotations (-Wthread-safety); nothing for other compilers.
+#if defined(__clang__)
+#define RVX_THREAD_ANNOTATION(annotation) __attribute__((annotation))
+#else
+#define RVX_THREAD_ANNOTATION(annotation)
+#endif
+
+#define RVX_CAPABILITY(name) RVX_THREAD_ANNOTATION(capability(name))
+#define RVX_SCOPED_CAPABILITY RVX_THREAD_ANNOTATION(scoped_lockable)
+#define RVX_GUARDED_BY(mutex) RVX_THREAD_ANNOTATION(guarded_by(mutex))
+#define RVX_ACQUIRED_AFTER(mutex) RVX_THREAD_ANNOTATION(acquired_after(mutex))
+#define RVX_ACQUIRE(...) RVX_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define RVX_RELEASE(...) RVX_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+#define RVX_REQUIRES(...) RVX_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
+#define RVX_EXCLUDES(...) RVX_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 
 // std::mutex with the annotations that let the compiler check who holds it.
 class RVX_CAPABILITY("mutex") RVXMutex {
@@ -28,3 +46,35 @@ class RVX_SCOPED_CAPABILITY RVXLockHolder {
 };
 
 using RVXMutexLock = RVXLockHolder<RVXMutex>;
+
+// A condition variable together with its mutex. The name is for diagnostics only.
+class RVX_CAPABILITY("mutex") RVXCondition {
+ public:
+  explicit RVXCondition(std::string name) : mName(std::move(name)) {}
+
+  void lock() RVX_ACQUIRE() { mMutex.lock(); }
+  void unlock() RVX_RELEASE() { mMutex.unlock(); }
+
+  // Gives the mutex back while waiting for a signal or broadcast and takes it again. May also
+  // return without one.
+  void wait() RVX_REQUIRES(this) {
+    std::unique_lock<std::mutex> held(mMutex, std::adopt_lock);
+    mCondition.wait(held);
+    held.release();
+  }
+
+  // Wakes one that waits.
+  void signal() RVX_REQUIRES(this) { mCondition.notify_one(); }
+
+  // Wakes all that wait.
+  void broadcast() RVX_REQUIRES(this) { mCondition.notify_all(); }
+
+  [[nodiscard]] const std::string& name() const { return mName; }
+
+ private:
+  const std::string mName;
+  std::mutex mMutex;
+  std::condition_variable mCondition;
+};
+
+using RVXConditionLock = RVXLockHolder<RVXCondition>;

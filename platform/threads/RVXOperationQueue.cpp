@@ -23,13 +23,9 @@ void RVXOperationQueue::addOperation(std::function<void()> operation) {
 }
 
 void RVXOperationQueue::waitUntilAllOperationsAreFinished() {
-  const RVXConditionLock lock(mCondition);
-  while (mUnfinished > 0) {
-    if (mWaiting.empty()) {
-      mCondition.wait();
-    } else {
-      runNext();
-    }
+  while (const auto operation = nextWhileUnfinished()) {
+    operation();
+    finishOne(0);
   }
 }
 
@@ -40,22 +36,35 @@ bool RVXOperationQueue::takesAnotherWorker() {
 }
 
 void RVXOperationQueue::work() {
-  const RVXConditionLock lock(mCondition);
-  while (true) {
-    while (mWaiting.empty() && !mIsClosing) mCondition.wait();
-    if (mWaiting.empty()) return;
-    --mIdleWorkers;
-    runNext();
-    ++mIdleWorkers;
+  while (const auto operation = nextForWorker()) {
+    operation();
+    finishOne(1);
   }
 }
 
-void RVXOperationQueue::runNext() {
+std::function<void()> RVXOperationQueue::nextWhileUnfinished() {
+  const RVXConditionLock lock(mCondition);
+  while (mWaiting.empty() && mUnfinished > 0) mCondition.wait();
+  return takeNext();
+}
+
+std::function<void()> RVXOperationQueue::nextForWorker() {
+  const RVXConditionLock lock(mCondition);
+  while (mWaiting.empty() && !mIsClosing) mCondition.wait();
+  --mIdleWorkers;
+  return takeNext();
+}
+
+std::function<void()> RVXOperationQueue::takeNext() {
+  if (mWaiting.empty()) return nullptr;
   std::function<void()> operation = std::move(mWaiting.front());
   mWaiting.pop_front();
-  mCondition.unlock();
-  operation();
-  mCondition.lock();
+  return operation;
+}
+
+void RVXOperationQueue::finishOne(size_t idleWorkers) {
+  const RVXConditionLock lock(mCondition);
+  mIdleWorkers += idleWorkers;
   --mUnfinished;
   if (mUnfinished == 0) mCondition.broadcast();
 }

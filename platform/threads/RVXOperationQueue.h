@@ -5,7 +5,7 @@
 #include <functional>
 #include <list>
 
-#include "platform/threads/RVXCondition.h"
+#include "platform/threads/RVXMutex.h"
 #include "platform/threads/RVXThread.h"
 
 // Runs operations on worker threads, as many at once as there are: no limit is set. Used by one thread, which
@@ -29,7 +29,11 @@ class RVXOperationQueue {
  private:
   void work() RVX_EXCLUDES(mCondition);
   bool takesAnotherWorker() RVX_REQUIRES(mCondition);
-  void runNext() RVX_REQUIRES(mCondition);
+  // The next operation; none where there is nothing to wait for any more.
+  std::function<void()> nextWhileUnfinished() RVX_EXCLUDES(mCondition);
+  std::function<void()> nextForWorker() RVX_EXCLUDES(mCondition);
+  std::function<void()> takeNext() RVX_REQUIRES(mCondition);
+  void finishOne(size_t idleWorkers) RVX_EXCLUDES(mCondition);
 
   RVXCondition mCondition{"RVXOperationQueueCondition"};
   std::deque<std::function<void()>> mWaiting RVX_GUARDED_BY(mCondition);

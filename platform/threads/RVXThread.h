@@ -4,13 +4,17 @@
 #include <functional>
 #include <memory>
 
-#include "platform/threads/RVXThreadStanding.h"
+// How a thread stands when there are more of them than cores. One that yields leaves the core to threads that
+// compute; it suits threads that mostly wait for files. (Linux gives each thread a nice value of its own.)
+enum class RVXThreadStanding { normal, yielding };
 
-// A thread that can be asked whether its work has ended. Owned and asked by one thread. The system's thread
-// behind it is one that an earlier RVXThread no longer needs, where there is one.
+// A thread that can be asked whether its work has ended. Owned and asked by one thread. The system's threads
+// are kept: one whose work has ended takes the next work, because a copy of many small files would otherwise
+// spend more on starting and ending threads than on the files. There are never more of them than were at work
+// at once.
 class RVXThread {
  public:
-  // Starts the thread. Ends the process when the machine gives no more threads.
+  // Starts the thread. The body may not throw. Ends the process when the machine gives no more threads.
   explicit RVXThread(std::function<void()> body, RVXThreadStanding standing = RVXThreadStanding::normal);
   // Waits for its end.
   ~RVXThread();

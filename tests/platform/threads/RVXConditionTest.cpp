@@ -3,7 +3,7 @@
 #include <array>
 #include <thread>
 
-#include "platform/threads/RVXCondition.h"
+#include "platform/threads/RVXMutex.h"
 #include "tests/support/Waiting.h"
 
 namespace {

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+#include <utility>
+#include <variant>
+
+#include "platform/files/RVXIOFailure.h"
+
+// What an operation on a file or folder gave: its value, or why it failed. There is no conversion to bool on
+// purpose: at every use one reads which of the two is asked for.
+template <typename Value = void>
+class [[nodiscard]] RVXOutcome {
+ public:
+  RVXOutcome(Value value) : mResult(std::move(value)) {}
+  RVXOutcome(RVXIOFailure failure) : mResult(std::move(failure)) {}
+
+  [[nodiscard]] bool succeeded() const { return mResult.index() == 0; }
+  [[nodiscard]] bool failed() const { return !succeeded(); }
+
+  // To be asked for only after success, and only after failure.
+  [[nodiscard]] const Value& value() const& { return std::get<0>(mResult); }
+  [[nodiscard]] Value& value() & { return std::get<0>(mResult); }
+  [[nodiscard]] Value&& value() && { return std::get<0>(std::move(mResult)); }
+  [[nodiscard]] const RVXIOFailure& failure() const { return std::get<1>(mResult); }
+
+ private:
+  std::variant<Value, RVXIOFailure> mResult;
+};
+
+// The same for an operation that gives nothing but success.
+template <>
+class [[nodiscard]] RVXOutcome<void> {
+ public:
+  RVXOutcome() = default;  // success
+  RVXOutcome(RVXIOFailure failure) : mFailure(std::move(failure)) {}
+
+  [[nodiscard]] bool succeeded() const { return !mFailure.has_value(); }
+  [[nodiscard]] bool failed() const { return mFailure.has_value(); }
+  [[nodiscard]] const RVXIOFailure& failure() const { return *mFailure; }
+
+ private:
+  std::optional<RVXIOFailure> mFailure;
+};
