@@ -8,7 +8,6 @@
 
 #include "platform/files/RVXBlock.h"
 #include "platform/threads/RVXMutex.h"
-#include "platform/threads/RVXMutex.h"
 
 // The bounded hand-off between the threads of one file copy: one reader hands in buffers in order; one digest
 // thread and N writers each see every buffer once, in order, in place (buffers are never copied). A buffer is

@@ -18,9 +18,9 @@
 #include "platform/threads/RVXThread.h"
 
 // Copies one file to all its destinations in a single pass: a reader reads the source in blocks of 2 MiB, a
-// digest thread computes MD5 and SHA-1 of the stream, and one writer for each destination writes every block; they
-// meet in an RVXCopyBufferManager. A source that is a symbolic link is copied as a link, and its digests are
-// those of its target text.
+// digest thread computes MD5 and SHA-1 of the stream, and one writer for each destination writes every block;
+// they meet in an RVXCopyBufferManager. A source that is a symbolic link is copied as a link, and its digests
+// are those of its target text.
 //
 // The caller constructs it, sets the properties, runs main() once on its own thread and then asks for the
 // result. What main() returns as failure:
