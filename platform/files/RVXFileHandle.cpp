@@ -26,15 +26,23 @@ auto uninterrupted(Call call) {
   return result;
 }
 
-// Writes all of `bytes` by `write`, which is given what is left and answers as write(2) does.
-template <typename Write>
-RVXOutcome<> writeAll(std::span<const std::byte> bytes, Write write) {
+// The number of bytes that `call`, which answers as read(2) and write(2) do, has moved.
+template <typename Call>
+RVXOutcome<size_t> transfer(Call call) {
+  const ssize_t length = uninterrupted(call);
+  if (length < 0) return failureFromErrno(errno);
+  return static_cast<size_t>(length);
+}
+
+// Writes all of `bytes` by `writeSome`, which is given what is left.
+template <typename WriteSome>
+RVXOutcome<> writeAll(std::span<const std::byte> bytes, WriteSome writeSome) {
   while (!bytes.empty()) {
-    const ssize_t written = uninterrupted([&] { return write(bytes); });
-    if (written < 0) return failureFromErrno(errno);
+    const auto piece = writeSome(bytes);
+    if (piece.failed()) return piece.failure();
     // A device that takes nothing and names no error is full; going on would never end.
-    if (written == 0) return failureFromErrno(ENOSPC);
-    bytes = bytes.subspan(static_cast<size_t>(written));
+    if (piece.value() == 0) return failureFromErrno(ENOSPC);
+    bytes = bytes.subspan(piece.value());
   }
   return {};
 }
@@ -98,9 +106,7 @@ RVXOutcome<RVXFileAttributes> RVXFileHandle::attributes() const {
 }
 
 RVXOutcome<size_t> RVXFileHandle::readSome(std::span<std::byte> bytes) {
-  const ssize_t length = uninterrupted([&] { return ::read(mDescriptor, bytes.data(), bytes.size()); });
-  if (length < 0) return failureFromErrno(errno);
-  return static_cast<size_t>(length);
+  return transfer([&] { return ::read(mDescriptor, bytes.data(), bytes.size()); });
 }
 
 RVXOutcome<size_t> RVXFileHandle::readWhole(std::span<std::byte> bytes) {
@@ -114,19 +120,23 @@ RVXOutcome<size_t> RVXFileHandle::readWhole(std::span<std::byte> bytes) {
   return filled;
 }
 
+RVXOutcome<size_t> RVXFileHandle::writeSome(std::span<const std::byte> bytes) {
+  return transfer([&] { return ::write(mDescriptor, bytes.data(), bytes.size()); });
+}
+
 RVXOutcome<> RVXFileHandle::writeWhole(std::span<const std::byte> bytes) {
-  return writeAll(bytes, [&](auto rest) { return ::write(mDescriptor, rest.data(), rest.size()); });
+  return writeAll(bytes, [&](auto rest) { return writeSome(rest); });
 }
 
 RVXOutcome<> RVXFileHandle::writeWholeUncached(std::span<const std::byte> bytes, bool& offered) {
-  return writeAll(bytes, [&](auto rest) -> ssize_t {
-    if (offered) {
-      const iovec piece{const_cast<std::byte*>(rest.data()), rest.size()};
-      const ssize_t written = ::pwritev2(mDescriptor, &piece, 1, kCurrentOffset, kWriteUncached);
-      if (written >= 0 || !failureFromErrno(errno).meansNotSupported()) return written;
-      offered = false;
-    }
-    return ::write(mDescriptor, rest.data(), rest.size());
+  return writeAll(bytes, [&](auto rest) {
+    if (!offered) return writeSome(rest);
+    const iovec piece{const_cast<std::byte*>(rest.data()), rest.size()};
+    auto written =
+        transfer([&] { return ::pwritev2(mDescriptor, &piece, 1, kCurrentOffset, kWriteUncached); });
+    if (written.succeeded() || !written.failure().meansNotSupported()) return written;
+    offered = false;
+    return writeSome(rest);
   });
 }
 

@@ -85,6 +85,7 @@ class RVXFileHandle {
 
  private:
   explicit RVXFileHandle(int descriptor) : mDescriptor(descriptor) {}
+  RVXOutcome<size_t> writeSome(std::span<const std::byte> bytes);
 
   int mDescriptor = -1;
 };
