@@ -23,10 +23,7 @@ void RVXOperationQueue::addOperation(std::function<void()> operation) {
 }
 
 void RVXOperationQueue::waitUntilAllOperationsAreFinished() {
-  while (const auto operation = nextWhileUnfinished()) {
-    operation();
-    finishOne(0);
-  }
+  while (auto operation = nextWhileUnfinished()) run(std::move(operation), 0);
 }
 
 bool RVXOperationQueue::takesAnotherWorker() {
@@ -36,10 +33,7 @@ bool RVXOperationQueue::takesAnotherWorker() {
 }
 
 void RVXOperationQueue::work() {
-  while (const auto operation = nextForWorker()) {
-    operation();
-    finishOne(1);
-  }
+  while (auto operation = nextForWorker()) run(std::move(operation), 1);
 }
 
 std::function<void()> RVXOperationQueue::nextWhileUnfinished() {
@@ -62,7 +56,9 @@ std::function<void()> RVXOperationQueue::takeNext() {
   return operation;
 }
 
-void RVXOperationQueue::finishOne(size_t idleWorkers) {
+void RVXOperationQueue::run(std::function<void()> operation, size_t idleWorkers) {
+  operation();
+  operation = nullptr;  // what it holds goes before the adder hears of its end
   const RVXConditionLock lock(mCondition);
   mIdleWorkers += idleWorkers;
   --mUnfinished;

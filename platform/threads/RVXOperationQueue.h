@@ -21,7 +21,7 @@ class RVXOperationQueue {
   RVXOperationQueue& operator=(const RVXOperationQueue&) = delete;
 
   // Adds an operation, which may start at once. It must not throw, and what it refers to must live until it
-  // has finished. What it does is visible to the adder after the next wait.
+  // has finished. After the next wait it is destroyed, and what it did is visible to the adder.
   void addOperation(std::function<void()> operation) RVX_EXCLUDES(mCondition);
 
   void waitUntilAllOperationsAreFinished() RVX_EXCLUDES(mCondition);
@@ -33,7 +33,8 @@ class RVXOperationQueue {
   std::function<void()> nextWhileUnfinished() RVX_EXCLUDES(mCondition);
   std::function<void()> nextForWorker() RVX_EXCLUDES(mCondition);
   std::function<void()> takeNext() RVX_REQUIRES(mCondition);
-  void finishOne(size_t idleWorkers) RVX_EXCLUDES(mCondition);
+  // Runs it, after which there are so many more idle workers.
+  void run(std::function<void()> operation, size_t idleWorkers) RVX_EXCLUDES(mCondition);
 
   RVXCondition mCondition{"RVXOperationQueueCondition"};
   std::deque<std::function<void()>> mWaiting RVX_GUARDED_BY(mCondition);
