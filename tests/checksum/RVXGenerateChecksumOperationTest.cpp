@@ -245,7 +245,7 @@ TEST_F(RVXGenerateChecksumOperationTest, FileStaysOpenAsLongAsTheOperationLives)
   auto operation = Operation::initWithPath(mFile, HashAlgorithm::SHA1, false);
   operation->checksum();
   EXPECT_EQ(entryCount("/proc/self/fd"), before + 1);
-  EXPECT_EQ(operation->identity(), attributesOfItem(mFile)->identity);
+  EXPECT_EQ(operation->identity(), attributesOfItem(mFile).value().identity);
   operation.reset();
   EXPECT_EQ(entryCount("/proc/self/fd"), before);
 }

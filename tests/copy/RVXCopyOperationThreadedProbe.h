@@ -23,7 +23,7 @@ struct RVXCopyOperationThreadedProbe {
   static void digestThread(RVXCopyOperationThreaded& operation) { operation.digestThread(); }
   static void fakeDigestThread(RVXCopyOperationThreaded& operation) { operation.fakeDigestThread(); }
   static void writeThread(RVXCopyOperationThreaded& operation, const std::string& file) {
-    RVXCopyOperationThreaded::Writer writer{RVXStorageWriter::openForWriting(file), "folder"};
+    RVXCopyOperationThreaded::Writer writer{RVXStorageWriter::openForWriting(file).value(), "folder"};
     operation.writeThread(writer);
   }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "platform/system/RVXDigest.h"
 #include "tests/support/Tools.h"
 
@@ -11,6 +13,7 @@ std::span<const std::byte> bytesOf(std::string_view text) {
 
 std::string digestInPieces(HashAlgorithm algorithm, std::string_view text, size_t pieceLength) {
   RVXDigest digest(algorithm);
+  digest.update({});
   for (; !text.empty(); text.remove_prefix(std::min(pieceLength, text.size()))) {
     digest.update(bytesOf(text.substr(0, pieceLength)));
   }
@@ -39,10 +42,14 @@ TEST(RVXDigestTest, SHA1OfTheExamplesOfFIPS180) {
   EXPECT_EQ(SHA1Sum(std::string(1000000, 'a')), "34aa973cd4c4daa4f61eeb2bdbad27316534016f");
 }
 
-TEST(RVXDigestTest, TextsAreDigestedByTheirBytes) {
-  const std::string text("../\u00E4\xFF\0b", 9);
-  EXPECT_EQ(SHA1Sum(text), toolSHA1OfText(text));
-  EXPECT_EQ(md5(text), toolMD5OfText(text));
+TEST(RVXDigestTest, TextsOfAnyBytesAndOfEveryPadding) {
+  std::vector<std::string> texts{std::string("../\u00E4\xFF\0b", 9)};
+  for (const size_t length : {54U, 55U, 56U, 57U, 63U, 64U, 65U, 119U, 120U})
+    texts.push_back(patternBytes(length));
+  for (const std::string& text : texts) {
+    EXPECT_EQ(SHA1Sum(text), toolSHA1OfText(text)) << text.size();
+    EXPECT_EQ(md5(text), toolMD5OfText(text)) << text.size();
+  }
 }
 
 TEST(RVXDigestTest, PiecesGiveTheDigestOfTheWhole) {
@@ -53,34 +60,8 @@ TEST(RVXDigestTest, PiecesGiveTheDigestOfTheWhole) {
   }
 }
 
-TEST(RVXDigestTest, PaddingBoundaries) {
-  for (const size_t length : {54U, 55U, 56U, 57U, 63U, 64U, 65U, 119U, 120U}) {
-    EXPECT_EQ(SHA1Sum(patternBytes(length)), toolSHA1OfText(patternBytes(length))) << length;
-    EXPECT_EQ(md5(patternBytes(length)), toolMD5OfText(patternBytes(length))) << length;
-  }
-}
-
-TEST(RVXDigestTest, EmptyPieceChangesNothing) {
-  RVXDigest digest(HashAlgorithm::MD5);
-  digest.update({});
-  digest.update(bytesOf("abc"));
-  digest.update({});
-  EXPECT_EQ(digest.final(), "900150983cd24fb0d6963f7d28e17f72");
-}
-
 TEST(RVXDigestTest, OtherAlgorithmIsSHA1) {
   RVXDigest digest(static_cast<HashAlgorithm>(2));
   digest.update(bytesOf("abc"));
   EXPECT_EQ(digest.final(), "a9993e364706816aba3e25717850c26c9cd0d89d");
-}
-
-TEST(RVXDigestTest, DigestsSideBySideAreIndependent) {
-  RVXDigest one(HashAlgorithm::MD5);
-  RVXDigest two(HashAlgorithm::MD5);
-  one.update(bytesOf("ab"));
-  two.update(bytesOf("message "));
-  one.update(bytesOf("c"));
-  two.update(bytesOf("digest"));
-  EXPECT_EQ(one.final(), "900150983cd24fb0d6963f7d28e17f72");
-  EXPECT_EQ(two.final(), "f96b697d7cb7938d525a2f31aaf161d0");
 }
