@@ -32,21 +32,11 @@ constexpr auto kNoText = {"\x80",              // a continuation alone
 
 }  // namespace
 
-TEST(RVXUnicodeTextTest, CharactersOfEverySequenceLength) {
-  EXPECT_EQ(codePointsOf("a\u00E4\u20AC\U0001F600"), U"a\u00E4\u20AC\U0001F600");
-}
-
 TEST(RVXUnicodeTextTest, CharactersAtTheLimitsOfEverySequenceLength) {
+  EXPECT_TRUE(charactersOf("").empty());
+  EXPECT_EQ(codePointsOf(std::string_view("a\0b", 3)), std::u32string(U"a\0b", 3));
   EXPECT_EQ(codePointsOf("\x7F\u0080\u07FF\u0800\uD7FF\uE000\uFFFF\U00010000\U0010FFFF"),
             U"\u007F\u0080\u07FF\u0800\uD7FF\uE000\uFFFF\U00010000\U0010FFFF");
-}
-
-TEST(RVXUnicodeTextTest, CharactersOfEmptyText) {
-  EXPECT_TRUE(charactersOf("").empty());
-}
-
-TEST(RVXUnicodeTextTest, ZeroIsACharacter) {
-  EXPECT_EQ(codePointsOf(std::string_view("a\0b", 3)), std::u32string(U"a\0b", 3));
 }
 
 TEST(RVXUnicodeTextTest, BytesOfACharacterArePartOfTheText) {
@@ -57,15 +47,21 @@ TEST(RVXUnicodeTextTest, BytesOfACharacterArePartOfTheText) {
   EXPECT_EQ(characters[1].bytes.data(), text.data() + 1);
 }
 
-TEST(RVXUnicodeTextTest, EveryInvalidByteIsACharacterOfItsOwn) {
+TEST(RVXUnicodeTextTest, EveryInvalidByteIsACharacterOfItsOwnAndMakesTheTextInvalid) {
   for (const std::string_view bytes : kNoText) {
-    const auto characters = charactersOf(bytes);
-    EXPECT_EQ(characters.front().codePoint, kInvalidByte);
-    EXPECT_EQ(characters.front().bytes.size(), 1U);
+    EXPECT_EQ(charactersOf(bytes).front().codePoint, kInvalidByte);
+    EXPECT_EQ(charactersOf(bytes).front().bytes.size(), 1U);
+    for (const char* const around : {"", "abc"}) {
+      EXPECT_FALSE(isValidUTF8(std::string(around).append(bytes)));
+      EXPECT_FALSE(isValidUTF8(std::string(bytes).append(around)));
+    }
+  }
+  for (const char* text : {"", "abc", "\u00E4", "\u20AC", "\U0001F600", "\uFFFD", "\uFEFF"}) {
+    EXPECT_TRUE(isValidUTF8(text)) << text;
   }
 }
 
-TEST(RVXUnicodeTextTest, ValidTextBehindAnInvalidByteIsRead) {
+TEST(RVXUnicodeTextTest, ValidTextAfterAnInvalidByteIsRead) {
   EXPECT_EQ(codePointsOf("\xFF"
                          "1\xC3\u00E4"),
             U"\uFFFD1\uFFFD\u00E4");
@@ -77,35 +73,6 @@ TEST(RVXUnicodeTextTest, BytesJoinedAgainAreTheText) {
     std::string joined;
     for (const RVXCharacter& character : charactersOf(text)) joined += character.bytes;
     EXPECT_EQ(joined, text);
-  }
-}
-
-TEST(RVXUnicodeTextTest, ValidTexts) {
-  for (const char* text : {"", "abc", "\u00E4", "\u20AC", "\U0001F600", "\uFFFD", "\uFEFF"}) {
-    EXPECT_TRUE(isValidUTF8(text)) << text;
-  }
-}
-
-TEST(RVXUnicodeTextTest, InvalidTexts) {
-  for (const std::string_view bytes : kNoText) {
-    EXPECT_FALSE(isValidUTF8(bytes));
-    EXPECT_FALSE(isValidUTF8(std::string("abc").append(bytes)));
-    EXPECT_FALSE(isValidUTF8(std::string(bytes).append("abc")));
-  }
-}
-
-TEST(RVXUnicodeTextTest, ASCIIDigits) {
-  for (char32_t digit = U'0'; digit <= U'9'; ++digit) {
-    EXPECT_EQ(decimalDigitValue(digit), static_cast<int>(digit - U'0'));
-  }
-  EXPECT_FALSE(decimalDigitValue(U'/').has_value());
-  EXPECT_FALSE(decimalDigitValue(U':').has_value());
-}
-
-TEST(RVXUnicodeTextTest, CharactersThatLookLikeDigitsAreNone) {
-  // superscript two, one half, roman numeral two, circled one, the ideograph for three, the invalid byte
-  for (const char32_t character : {U'\u00B2', U'\u00BD', U'\u2161', U'\u2460', U'\u4E09', kInvalidByte}) {
-    EXPECT_FALSE(decimalDigitValue(character).has_value());
   }
 }
 
@@ -124,35 +91,56 @@ TEST(RVXUnicodeTextTest, DecimalDigitsAreThoseOfUnicode14) {
 }
 
 TEST(RVXUnicodeTextTest, LeadingNumbers) {
-  EXPECT_EQ(leadingNumber("0"), 0);
-  EXPECT_EQ(leadingNumber("42"), 42);
-  EXPECT_EQ(leadingNumber("0042"), 42);
-  EXPECT_EQ(leadingNumber("-7"), -7);
-  EXPECT_EQ(leadingNumber("+7"), 7);
-}
-
-TEST(RVXUnicodeTextTest, NumberEndsAtTheFirstOtherCharacter) {
-  EXPECT_EQ(leadingNumber("12#34"), 12);
-  EXPECT_EQ(leadingNumber("3.9"), 3);
-  EXPECT_EQ(leadingNumber("1 2"), 1);
-  EXPECT_EQ(leadingNumber("0x10"), 0);
-  EXPECT_EQ(leadingNumber("1e3"), 1);
-}
-
-TEST(RVXUnicodeTextTest, NoDigitsAreZero) {
-  for (const char* text : {"", "abc", "-", "+", "--5", "+-5", "- 5", "#1", ".5",
-                           "\xFF"
-                           "5"}) {
-    EXPECT_EQ(leadingNumber(text), 0) << text;
-  }
-}
-
-TEST(RVXUnicodeTextTest, LeadingWhiteSpaceIsSkipped) {
-  EXPECT_EQ(leadingNumber(" \t\n\v\f\r5"), 5);
-  EXPECT_EQ(leadingNumber("  -5"), -5);
-  EXPECT_EQ(leadingNumber("\u00A0\u2003\u3000"
-                          "5"),
-            5);
+  constexpr int32_t kLeast = -2147483647 - 1;
+  const struct {
+    std::string text;
+    int32_t number;
+  } cases[] = {
+      {"0", 0},
+      {"0042", 42},
+      {std::string(100, '0') + "12", 12},
+      {"-7", -7},
+      {"+7", 7},
+      // ends at the first other character
+      {"12#34", 12},
+      {"3.9", 3},
+      {"1 2", 1},
+      {"0x10", 0},
+      {"1e3", 1},
+      // no digits
+      {"", 0},
+      {"abc", 0},
+      {"-", 0},
+      {"+", 0},
+      {"--5", 0},
+      {"+-5", 0},
+      {"- 5", 0},
+      {".5", 0},
+      {"\xFF"
+       "5",
+       0},
+      // white space
+      {" \t\n\v\f\r5", 5},
+      {"\u00A0\u2003\u3000"
+       "-5",
+       -5},
+      // at the limits and beyond
+      {"2147483647", 2147483647},
+      {"2147483648", 2147483647},
+      {"4294967297", 2147483647},
+      {"18446744073709551617", 2147483647},
+      {"99999999999999999999999999999999", 2147483647},
+      {"-2147483648", kLeast},
+      {"-2147483649", kLeast},
+      {"-4294967295", kLeast},
+      {"-18446744073709551615", kLeast},
+      // other scripts: Arabic-Indic; full-width, ASCII and sans-serif together
+      {"\u0661\u0662\u0663", 123},
+      {"\uFF14"
+       "5\U0001D7E4",
+       452},
+  };
+  for (const auto& example : cases) EXPECT_EQ(leadingNumber(example.text), example.number) << example.text;
 }
 
 // The characters with the property White_Space in Unicode's PropList.txt, and the neighbours of their ranges.
@@ -165,33 +153,6 @@ TEST(RVXUnicodeTextTest, AllWhiteSpaceIsSkippedAndNothingElse) {
                                   "\u200B", "\u2027", "\u202A", "\u2060", "\u3001"}) {
     EXPECT_EQ(leadingNumber(std::string(other) + "5"), 0) << other;
   }
-}
-
-TEST(RVXUnicodeTextTest, NumbersAtTheLimits) {
-  EXPECT_EQ(leadingNumber("2147483647"), 2147483647);
-  EXPECT_EQ(leadingNumber("-2147483648"), -2147483647 - 1);
-}
-
-TEST(RVXUnicodeTextTest, NumbersBeyondTheLimitsAreTheLimits) {
-  for (const char* text : {"2147483648", "4294967296", "4294967297", "9223372036854775808",
-                           "18446744073709551617", "99999999999999999999999999999999"}) {
-    EXPECT_EQ(leadingNumber(text), 2147483647) << text;
-  }
-  for (const char* text :
-       {"-2147483649", "-4294967295", "-18446744073709551615", "-99999999999999999999999999999999"}) {
-    EXPECT_EQ(leadingNumber(text), -2147483647 - 1) << text;
-  }
-}
-
-TEST(RVXUnicodeTextTest, LeadingZerosDontSaturate) {
-  EXPECT_EQ(leadingNumber(std::string(100, '0') + "12"), 12);
-}
-
-TEST(RVXUnicodeTextTest, DigitsOfOtherScripts) {
-  EXPECT_EQ(leadingNumber("\u0661\u0662\u0663"), 123);  // Arabic-Indic
-  EXPECT_EQ(leadingNumber("\uFF14"
-                          "5\U0001D7E4"),
-            452);  // full-width, ASCII, sans-serif
 }
 
 TEST(RVXUnicodeTextTest, NumberInsideAText) {
