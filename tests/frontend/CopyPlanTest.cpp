@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <filesystem>
 
 #include "frontend/CopyPlan.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
 
 namespace {
@@ -25,25 +23,19 @@ class CopyPlanTest : public testing::Test {
     return plan;
   }
 
-  std::string relativeFolder(const std::string& source, int depth) const {
-    return planFor(source, {mFolder.path("d/")}, depth).relativeFolder;
-  }
-
-  // A sequence of frames with these sizes, planned.
-  CopyPlan planOfFrames(const std::vector<size_t>& sizes) const {
+  // A sequence of frames with these sizes, planned. A negative size is a frame that is missing.
+  CopyPlan planOfFrames(const std::vector<int>& sizes) const {
+    const TemporaryFolder folder;
     for (size_t i = 0; i < sizes.size(); ++i) {
-      const std::string frame = writeFile(mFolder.path("f_" + std::to_string(i + 1) + ".dpx"), "");
-      fs::resize_file(frame, sizes[i]);
+      if (sizes[i] < 0) continue;
+      const std::string frame = writeFile(folder.path("f_" + std::to_string(i + 1) + ".dpx"), "");
+      fs::resize_file(frame, static_cast<uintmax_t>(sizes[i]));
     }
-    return planOfSequence(mFolder.path("f_1-" + std::to_string(sizes.size()) + "#.dpx"));
-  }
-
-  CopyPlan planOfSequence(const std::string& identifier) const {
     CopyJobOptions options;
     options.isSequence = true;
-    options.sourceArgument = identifier;
+    options.sourceArgument = folder.path("f_1-" + std::to_string(sizes.size()) + "#.dpx");
     options.destinationArguments = {mFolder.path("d/")};
-    return planCopy(options, RVXFileSequence::initWithIdentifier(identifier));
+    return planCopy(options, RVXFileSequence::initWithIdentifier(options.sourceArgument));
   }
 
   TemporaryFolder mFolder;
@@ -51,198 +43,67 @@ class CopyPlanTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(CopyPlanTest, ArgumentWithASlashReceivesTheSourcesName) {
-  const CopyPlan plan = planFor("/V/A001/clip.mov", {mFolder.path("backup/")});
-  EXPECT_EQ(plan.destinationPaths, Texts{mFolder.path("backup/")});
-  EXPECT_EQ(plan.destinationFilenames, Texts{"clip.mov"});
-  EXPECT_TRUE(fs::is_directory(mFolder.path("backup")));
-}
-
-TEST_F(CopyPlanTest, ArgumentWithAFileNameReceivesThatName) {
-  const CopyPlan plan = planFor("/V/A001/clip.mov", {mFolder.path("backup/take2.mov")});
-  EXPECT_EQ(plan.destinationPaths, Texts{mFolder.path("backup")});
-  EXPECT_EQ(plan.destinationFilenames, Texts{"take2.mov"});
-  EXPECT_FALSE(exists(mFolder.path("backup/take2.mov")));
-}
-
-TEST_F(CopyPlanTest, ArgumentWithoutASlashNamesAFile) {
-  const CopyPlan plan = planFor("/V/A001/clip.mov", {mFolder.path("backup")});
-  EXPECT_EQ(plan.destinationPaths, Texts{mFolder.path()});
-  EXPECT_EQ(plan.destinationFilenames, Texts{"backup"});
-  EXPECT_FALSE(exists(mFolder.path("backup")));
-}
-
-TEST_F(CopyPlanTest, ExistingFolderWithoutASlashNamesAFileAllTheSame) {
-  mFolder.folder("backup");
-  EXPECT_EQ(planFor("/V/clip.mov", {mFolder.path("backup")}).destinationFilenames, Texts{"backup"});
-}
-
-TEST_F(CopyPlanTest, SequenceIdentifiersLastComponentIsTheFileName) {
-  EXPECT_EQ(planFor("/V/clip_1-9####.dpx", {mFolder.path("d/")}).destinationFilenames,
-            Texts{"clip_1-9####.dpx"});
-}
-
-TEST_F(CopyPlanTest, DestinationsKeepOrderAndDuplicates) {
-  const CopyPlan plan =
-      planFor("clip.mov", {mFolder.path("z/"), mFolder.path("b/c.mov"), mFolder.path("z/")});
-  EXPECT_EQ(plan.destinationPaths, (Texts{mFolder.path("z/"), mFolder.path("b"), mFolder.path("z/")}));
-  EXPECT_EQ(plan.destinationFilenames, (Texts{"clip.mov", "c.mov", "clip.mov"}));
-}
-
-TEST_F(CopyPlanTest, FileNameAloneIsInTheCurrentFolder) {
-  const CopyPlan plan = planFor("clip.mov", {"copy.mov"});
-  EXPECT_EQ(plan.destinationPaths, Texts{""});
-  EXPECT_EQ(plan.destinationFilenames, Texts{"copy.mov"});
-}
-
-TEST_F(CopyPlanTest, FileInTheRootFolder) {
-  const CopyPlan plan = planFor("clip.mov", {"/copy.mov"});
-  EXPECT_EQ(plan.destinationPaths, Texts{"/"});
-  EXPECT_EQ(plan.destinationFilenames, Texts{"copy.mov"});
-}
-
-TEST_F(CopyPlanTest, MissingIntermediateFoldersAreMade) {
-  planFor("clip.mov", {mFolder.path("a/b/c/")});
-  EXPECT_TRUE(fs::is_directory(mFolder.path("a/b/c")));
-}
-
-TEST_F(CopyPlanTest, DepthZeroRebuildsNothing) {
-  EXPECT_EQ(relativeFolder("/Volumes/CARD/DCIM/A001/clip.mov", 0), "");
-}
-
-TEST_F(CopyPlanTest, DepthTwoRebuildsTwoFolders) {
-  EXPECT_EQ(relativeFolder("/Volumes/CARD/DCIM/A001/clip.mov", 2), "DCIM/A001");
-}
-
-TEST_F(CopyPlanTest, RelativeSourceRunsOutOfFolders) {
-  EXPECT_EQ(relativeFolder("A001/clip.mov", 3), "A001");
-  EXPECT_EQ(relativeFolder("DCIM/A001/clip.mov", 6), "DCIM/A001");
-  EXPECT_EQ(relativeFolder("clip.mov", 6), "");
-}
-
-TEST_F(CopyPlanTest, SourceInTheRootFolderAddsNothing) {
-  const CopyPlan plan = planFor("/clip.mov", {mFolder.path("d/")}, 3);
-  EXPECT_EQ(plan.destinationPaths, Texts{mFolder.path("d/")});
-}
-
-TEST_F(CopyPlanTest, DepthBeyondTheRootFolderRebuildsTheFoldersThatExist) {
-  const CopyPlan plan = planFor("/DCIM/A001/clip.mov", {mFolder.path("d/")}, 6);
-  EXPECT_EQ(plan.destinationPaths, Texts{mFolder.path("d/DCIM/A001")});
-}
-
-TEST_F(CopyPlanTest, AllDestinationsGetTheSameRebuiltFolders) {
-  const CopyPlan plan =
-      planFor("/V/DCIM/A001/clip.mov", {mFolder.path("d1/"), mFolder.path("d2/take.mov")}, 2);
-  EXPECT_EQ(plan.destinationPaths, (Texts{mFolder.path("d1/DCIM/A001"), mFolder.path("d2/DCIM/A001")}));
-  EXPECT_EQ(plan.destinationFilenames, (Texts{"clip.mov", "take.mov"}));
-  EXPECT_TRUE(fs::is_directory(mFolder.path("d1/DCIM/A001")));
-  EXPECT_TRUE(fs::is_directory(mFolder.path("d2/DCIM/A001")));
-}
-
-TEST_F(CopyPlanTest, FolderPartOfAnIdentifierCounts) {
-  EXPECT_EQ(relativeFolder("/V/DCIM/A001/clip_1-9####.dpx", 1), "A001");
-}
-
-TEST_F(CopyPlanTest, FolderThatCantBeMadeEndsWith101AndEarlierOnesStay) {
-  writeFile(mFolder.path("file"), "");
-  const ChildEnd end = runInChild([&] {
-    planFor("clip.mov", {mFolder.path("d1/"), mFolder.path("file/d2/"), mFolder.path("d3/")});
-  });
-  EXPECT_EQ(end.status, 101);
-  EXPECT_EQ(end.output, "ERROR: Can't create destination folder #2 (" + mFolder.path("file/d2/") + ").\n");
-  EXPECT_TRUE(fs::is_directory(mFolder.path("d1")));
-  EXPECT_FALSE(exists(mFolder.path("d3")));
-}
-
-TEST_F(CopyPlanTest, FileInPlaceOfTheFolderEndsWith101AndNamesTheTargetFolder) {
-  mFolder.folder("d");
-  writeFile(mFolder.path("d/A001"), "");
-  const ChildEnd end = runInChild([&] { planFor("/V/A001/clip.mov", {mFolder.path("d/x.mov")}, 1); });
-  EXPECT_EQ(end.status, 101);
-  EXPECT_EQ(end.output, "ERROR: Can't create destination folder #1 (" + mFolder.path("d/A001") + ").\n");
+TEST_F(CopyPlanTest, EachDestinationHasAFolderAndAName) {
+  const std::string top = mFolder.path();
+  mFolder.folder("existing");
+  struct {
+    std::string source, argument;
+    int depth;
+    std::string folder, name;
+  } const rows[] = {
+      {"/V/A001/clip.mov", top + "/a/b/", 0, top + "/a/b/", "clip.mov"},
+      {"/V/A001/clip.mov", top + "/c/take2.mov", 0, top + "/c", "take2.mov"},
+      {"/V/A001/clip.mov", top + "/file", 0, top, "file"},
+      {"/V/A001/clip.mov", top + "/existing", 0, top, "existing"},
+      {"/V/clip_1-9####.dpx", top + "/d/", 0, top + "/d/", "clip_1-9####.dpx"},
+      {"clip.mov", "copy.mov", 0, "", "copy.mov"},
+      {"clip.mov", "/copy.mov", 0, "/", "copy.mov"},
+      {"/Volumes/CARD/DCIM/A001/clip.mov", top + "/d/take.mov", 2, top + "/d/DCIM/A001", "take.mov"},
+      {"/V/DCIM/A001/clip_1-9####.dpx", top + "/d/", 1, top + "/d/A001", "clip_1-9####.dpx"},
+      {"A001/clip.mov", top + "/d/", 3, top + "/d/A001", "clip.mov"},
+      {"clip.mov", top + "/d/", 6, top + "/d/", "clip.mov"},
+      {"/clip.mov", top + "/d/", 3, top + "/d/", "clip.mov"},
+      {"/DCIM/A001/clip.mov", top + "/d/", 6, top + "/d/DCIM/A001", "clip.mov"},
+  };
+  for (const auto& row : rows) {
+    // A second one is another of the same, behind it.
+    const CopyPlan plan = planFor(row.source, {row.argument, top + "/z/"}, row.depth);
+    EXPECT_EQ(plan.destinationPaths.at(0), row.folder) << row.argument;
+    EXPECT_EQ(plan.destinationFilenames.at(0), row.name) << row.argument;
+    EXPECT_TRUE(plan.destinationPaths.at(1).starts_with(top + "/z/")) << row.argument;
+    EXPECT_TRUE(row.folder.empty() || fs::is_directory(row.folder)) << row.argument;
+  }
+  EXPECT_FALSE(exists(top + "/c/take2.mov"));
+  EXPECT_FALSE(exists(top + "/file"));
 }
 
 TEST_F(CopyPlanTest, MovieIsOneFileOfItsSize) {
   CopyJobOptions options;
-  options.sourceArgument = writeFile(mFolder.path("clip.mov"), std::string(1000, 'x'));
+  options.sourceArgument = writeFile(mFolder.path("clip.mov"), "");
+  fs::resize_file(options.sourceArgument, 5'000'000'000);
   options.destinationArguments = {mFolder.path("d/")};
   const CopyPlan plan = planCopy(options, std::nullopt);
   EXPECT_FALSE(plan.sequence.has_value());
   EXPECT_EQ(plan.fileCount, 1U);
-  EXPECT_EQ(plan.allFilesSize, 1000U);
+  EXPECT_EQ(plan.allFilesSize, 5'000'000'000U);
   EXPECT_EQ(plan.destinationPaths, Texts{mFolder.path("d/")});
 }
 
-TEST_F(CopyPlanTest, MovieBeyondFourGibibytes) {
-  CopyJobOptions options;
-  options.sourceArgument = writeFile(mFolder.path("clip.mov"), "");
-  fs::resize_file(options.sourceArgument, 5'000'000'000);
-  CopyPlan plan;
-  planSources(options, plan);
-  EXPECT_EQ(plan.allFilesSize, 5'000'000'000U);
-}
-
-TEST_F(CopyPlanTest, MissingMovieCountsNothing) {
-  CopyJobOptions options;
-  options.sourceArgument = mFolder.path("missing");
-  CopyPlan plan;
-  planSources(options, plan);
-  EXPECT_EQ(plan.fileCount, 1U);
-  EXPECT_EQ(plan.allFilesSize, 0U);
-}
-
-TEST_F(CopyPlanTest, HundredFramesAreEstimatedByThree) {
-  std::vector<size_t> sizes(100, 7);
-  sizes[0] = sizes[50] = sizes[99] = 1000;
-  const CopyPlan plan = planOfFrames(sizes);
-  EXPECT_EQ(plan.fileCount, 100U);
-  EXPECT_EQ(plan.allFilesSize, 100'000U);
-}
-
-TEST_F(CopyPlanTest, UnequalFirstMiddleOrLastFrameHasAllMeasured) {
-  for (const size_t unequal : {0U, 50U, 99U}) {
-    std::vector<size_t> sizes(100, 1000);
-    sizes[unequal] = 7;
-    EXPECT_EQ(planOfFrames(sizes).allFilesSize, 99'007U) << unequal;
-  }
-}
-
-TEST_F(CopyPlanTest, FourFramesAreEstimated) {
-  EXPECT_EQ(planOfFrames({10, 7, 10, 10}).allFilesSize, 40U);
-}
-
-TEST_F(CopyPlanTest, MiddleOfAnOddCountIsHalvedDown) {
-  EXPECT_EQ(planOfFrames({10, 7, 10, 7, 10}).allFilesSize, 50U);
-}
-
-TEST_F(CopyPlanTest, ThreeFramesAreAlwaysMeasuredOneByOne) {
-  EXPECT_EQ(planOfFrames({10, 10, 10}).allFilesSize, 30U);
-  EXPECT_EQ(planOfFrames({10, 7, 10}).allFilesSize, 27U);
-}
-
-TEST_F(CopyPlanTest, OneFrame) {
-  const CopyPlan plan = planOfFrames({10});
-  EXPECT_EQ(plan.fileCount, 1U);
-  EXPECT_EQ(plan.allFilesSize, 10U);
-}
-
-TEST_F(CopyPlanTest, MissingFramesCountNothing) {
-  planOfFrames({10, 10, 10, 10, 10});
-  fs::remove(mFolder.path("f_3.dpx"));
-  EXPECT_EQ(planOfSequence(mFolder.path("f_1-5#.dpx")).allFilesSize, 40U);
-}
-
-TEST_F(CopyPlanTest, SequenceWithoutFrames) {
-  const CopyPlan plan = planOfSequence(mFolder.path("f_1-0#.dpx"));
-  EXPECT_EQ(plan.fileCount, 0U);
-  EXPECT_EQ(plan.allFilesSize, 0U);
-}
-
-TEST_F(CopyPlanTest, SourceFolderIsTheArgumentWithoutItsName) {
-  CopyJobOptions options;
-  for (const auto& [argument, folder] : {std::array{"/V/A001/clip.mov", "/V/A001"},
-                                         std::array{"clip.mov", ""}, std::array{"/clip.mov", "/"}}) {
-    options.sourceArgument = argument;
-    EXPECT_EQ(sourceFolder(options), folder) << argument;
+TEST_F(CopyPlanTest, FourFramesOrMoreAreEstimatedByThreeThatAreEqual) {
+  const std::vector<std::pair<std::vector<int>, uint64_t>> rows = {
+      {{}, 0},
+      {{10}, 10},
+      {{10, 7, 10}, 27},
+      {{10, 7, 10, 10}, 40},
+      {{10, 7, 10, 7, 10}, 50},
+      {{7, 10, 10, 10, 10}, 47},
+      {{10, 10, 7, 10, 10}, 47},
+      {{10, 10, 10, 10, 7}, 47},
+      {{10, 10, -1, 10, 10}, 40},
+  };
+  for (const auto& [sizes, allFilesSize] : rows) {
+    const CopyPlan plan = planOfFrames(sizes);
+    EXPECT_EQ(plan.fileCount, sizes.size());
+    EXPECT_EQ(plan.allFilesSize, allFilesSize) << testing::PrintToString(sizes);
   }
 }
