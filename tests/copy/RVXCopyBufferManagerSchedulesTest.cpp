@@ -90,7 +90,7 @@ class Schedule {
 
   void expectRoomForOneMore() {
     const size_t mostHeld = mReleasesFirst ? kMostHeldByReleasingReader : kMostHeld;
-    EXPECT_LT(Probe::heldBuffers(*mManager), mostHeld);
+    EXPECT_LT(Probe::state(*mManager).held.size(), mostHeld);
   }
 
   void digest() {
@@ -156,7 +156,10 @@ class Schedule {
     if (testing::Test::HasFailure()) mHasFailed = true;
   }
 
-  [[nodiscard]] int64_t lag() const { return Probe::largestLag(*mManager); }
+  [[nodiscard]] int64_t lag() const {
+    const Probe::State state = Probe::state(*mManager);
+    return state.readCount - state.slowestCount;
+  }
 
   // The other threads don't wait for what may never come.
   void fail(const char* reason) {

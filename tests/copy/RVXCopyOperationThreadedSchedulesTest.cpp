@@ -139,7 +139,7 @@ class Schedule {
       std::this_thread::sleep_for(kBetweenLooks);
     }
     EXPECT_EQ(manager.bytesWritten(), mSize);
-    EXPECT_EQ(RVXCopyBufferManagerProbe::heldBuffers(manager), 0U);
+    EXPECT_TRUE(RVXCopyBufferManagerProbe::state(manager).held.empty());
     Probe::finish(operation);
   }
 
