@@ -41,47 +41,31 @@ class ChecksumLineTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(ChecksumLineTest, DefaultForm) {
-  expectUnderstood(kDigest + "  a", "a");
-  expectUnderstood(kDigest + " *a", "a");
-  expectUnderstood(kDigest + "   a", " a");
-  expectUnderstood(" \t" + kDigest + "  a ", "a ");
-  expectUnderstood(kDigest + "  a\\nb", "a\\nb");
-}
-
-TEST_F(ChecksumLineTest, LabelledForm) {
-  expectUnderstood("SHA1 (a) = " + kDigest, "a");
-  expectUnderstood("SHA1(a)= " + kDigest, "a");
-  expectUnderstood("SHA1(a)=" + kDigest, "a");
-  expectUnderstood("SHA1(a) \t=\t " + kDigest, "a");
-  expectUnderstood("\t SHA1(a)= " + kDigest, "a");
-}
-
-TEST_F(ChecksumLineTest, LastBracketEndsTheName) {
-  expectUnderstood("SHA1(a)= b)= " + kDigest, "a)= b");
-  expectUnderstood("SHA1(a(1))= " + kDigest, "a(1)");
-  expectUnderstood("SHA1(( a)= " + kDigest, "( a");
-}
-
-TEST_F(ChecksumLineTest, EscapedNames) {
-  expectUnderstood("\\" + kDigest + "  a\\nb\\\\n\\r", "a\nb\\n\r");
-  expectUnderstood("\\SHA1(a\\nb)= " + kDigest, "a\nb");
-  expectUnderstood("\\SHA1 (a) = " + kDigest, "a");
-  expectRefused("\\" + kDigest + "  a\\tb");
-  expectRefused("\\SHA1(a\\)= " + kDigest);
-}
-
-TEST_F(ChecksumLineTest, DigestsInCapitals) {
+TEST_F(ChecksumLineTest, WhatTheToolsUnderstand) {
   std::string capitals = kDigest;
   for (char& digit : capitals) digit = static_cast<char>(std::toupper(digit));
-  expectUnderstood("SHA1(a)= " + capitals, "a");
-  expectUnderstood(capitals + "  a", "a");
-}
-
-TEST_F(ChecksumLineTest, CarriageReturnAtTheEndIsNoPart) {
-  expectUnderstood("SHA1(a)= " + kDigest + "\r", "a");
-  expectUnderstood(kDigest + "  a\r", "a");
-  expectRefused("SHA1(a)= " + kDigest + "\r\r");
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {kDigest + "  a", "a"},
+      {kDigest + " *a", "a"},
+      {kDigest + "   a", " a"},
+      {" \t" + kDigest + "  a ", "a "},
+      {kDigest + "  a\\nb", "a\\nb"},
+      {kDigest + "  a\r", "a"},
+      {capitals + "  a", "a"},
+      {"SHA1 (a) = " + kDigest, "a"},
+      {"SHA1(a)= " + kDigest, "a"},
+      {"SHA1(a)=" + kDigest, "a"},
+      {"SHA1(a) \t=\t " + kDigest, "a"},
+      {"\t SHA1(a)= " + kDigest, "a"},
+      {"SHA1(a)= " + kDigest + "\r", "a"},
+      {"SHA1(a)= " + capitals, "a"},
+      {"SHA1(a)= b)= " + kDigest, "a)= b"},  // the last bracket ends the name
+      {"SHA1(a(1))= " + kDigest, "a(1)"},
+      {"SHA1(( a)= " + kDigest, "( a"},
+      {"\\" + kDigest + "  a\\nb\\\\n\\r", "a\nb\\n\r"},
+      {"\\SHA1(a\\nb)= " + kDigest, "a\nb"},
+      {"\\SHA1 (a) = " + kDigest, "a"}};
+  for (const auto& [line, name] : rows) expectUnderstood(line, name);
 }
 
 TEST_F(ChecksumLineTest, WhatTheToolsRefuse) {
@@ -90,7 +74,8 @@ TEST_F(ChecksumLineTest, WhatTheToolsRefuse) {
         "SHA1(a)= " + kDigest + " ", "SHA1(a)= " + kDigest + "0", "SHA1(a)= " + kDigest.substr(1),
         "SHA1(a)= z" + kDigest.substr(1), "SHA1(a): " + kDigest, "\vSHA1(a)= " + kDigest, kDigest + "a",
         kDigest.substr(1) + "  a", "sha1(a)= " + kDigest, std::string("SHA1"), std::string("SHA1("),
-        std::string(")")}) {
+        std::string(")"), "SHA1(a)= " + kDigest + "\r\r", "\\" + kDigest + "  a\\tb",
+        "\\SHA1(a\\)= " + kDigest}) {
     expectRefused(line);
   }
 }

@@ -7,125 +7,59 @@
 
 namespace {
 
-constexpr int kWidestField = 4096;
+struct Example {
+  std::string nameTemplate;
+  std::string name;
+  int32_t frameNumber = 7;
+};
 
-std::string name(std::string_view nameTemplate, int32_t frameNumber = 7) {
-  return frameNameFromTemplate(nameTemplate, frameNumber, kWidestField);
+void expectEach(const std::vector<Example>& examples) {
+  constexpr int kWidestField = 4096;
+  for (const auto& [nameTemplate, name, frameNumber] : examples) {
+    EXPECT_EQ(frameNameFromTemplate(nameTemplate, frameNumber, kWidestField), name) << nameTemplate;
+  }
 }
 
 }  // namespace
 
-TEST(RVXFrameNameTemplateTest, NumberIsPaddedWithZeros) {
-  EXPECT_EQ(name("clip_%04i.dpx", 1), "clip_0001.dpx");
-}
-
-TEST(RVXFrameNameTemplateTest, LongNumberIsNotCut) {
-  EXPECT_EQ(name("clip_%04i.dpx", 123456), "clip_123456.dpx");
-}
-
-TEST(RVXFrameNameTemplateTest, WidthZeroIsNotPadded) {
-  EXPECT_EQ(name("x#%00i.dpx", 0), "x#0.dpx");
-}
-
-TEST(RVXFrameNameTemplateTest, NegativeNumberIsPaddedBehindItsSign) {
-  EXPECT_EQ(name("%05i", -12), "-0012");
-}
-
-TEST(RVXFrameNameTemplateTest, SmallestNumber) {
-  EXPECT_EQ(name("%04i", std::numeric_limits<int32_t>::min()), "-2147483648");
-}
-
-TEST(RVXFrameNameTemplateTest, NoConversion) {
-  EXPECT_EQ(name("clip.dpx"), "clip.dpx");
-}
-
-TEST(RVXFrameNameTemplateTest, EmptyTemplate) {
-  EXPECT_EQ(name(""), "");
+TEST(RVXFrameNameTemplateTest, FirstIntegerConversionIsTheNumber) {
+  expectEach({{"clip_%04i.dpx", "clip_0001.dpx", 1},
+              {"clip_%04i.dpx", "clip_123456.dpx", 123456},
+              {"x#%00i.dpx", "x#0.dpx", 0},
+              {"%05i", "-0012", -12},
+              {"%04i", "-2147483648", std::numeric_limits<int32_t>::min()},
+              {"%d_%04i", "7_%04i"},
+              {"%u", "255", 255},
+              {"%x", "ff", 255},
+              {"%X", "FF", 255},
+              {"%o", "10", 8},
+              {"[%+d]", "[+7]"},
+              {"[% d]", "[ 7]"},
+              {"[%-4d]", "[7   ]"},
+              {"[%6.3d]", "[   007]"},
+              {"[%#x]", "[0x7]"},
+              {"%4096d", std::string(4095, ' ') + "7"},
+              {"", ""},
+              {"clip.dpx", "clip.dpx"},
+              {"\xFF\xC3%04i\x80", "\xFF\xC3" + std::string("0007\x80")}});
+  // None reads more than the number.
+  for (const char* conversion : {"%hhd", "%hd", "%ld", "%lld", "%qd", "%jd", "%zd", "%td"}) {
+    expectEach({{conversion, "-7", -7}});
+  }
 }
 
 TEST(RVXFrameNameTemplateTest, DoublePercentIsOne) {
-  EXPECT_EQ(name("100%%_%04i"), "100%_0007");
+  expectEach({{"100%%_%04i", "100%_0007"}, {"%04i_100%%", "0007_100%"}, {"%%%d", "%7"}});
 }
 
-TEST(RVXFrameNameTemplateTest, DoublePercentBehindTheNumberIsOne) {
-  EXPECT_EQ(name("%04i_100%%"), "0007_100%");
-}
-
-TEST(RVXFrameNameTemplateTest, TriplePercentIsOneAndAConversion) {
-  EXPECT_EQ(name("%%%d"), "%7");
-}
-
-TEST(RVXFrameNameTemplateTest, OnlyTheFirstConversionTakesTheNumber) {
-  EXPECT_EQ(name("%d_%04i"), "7_%04i");
-}
-
-TEST(RVXFrameNameTemplateTest, OtherIntegerConversions) {
-  EXPECT_EQ(name("%u", 255), "255");
-  EXPECT_EQ(name("%x", 255), "ff");
-  EXPECT_EQ(name("%X", 255), "FF");
-  EXPECT_EQ(name("%o", 8), "10");
-}
-
-TEST(RVXFrameNameTemplateTest, LengthModifiersReadNoMoreThanTheNumber) {
-  for (const char* conversion : {"%hhd", "%hd", "%ld", "%lld", "%qd", "%jd", "%zd", "%td"}) {
-    EXPECT_EQ(name(conversion, -7), "-7") << conversion;
+TEST(RVXFrameNameTemplateTest, WhatIsNoConversionOfAnIntegerStays) {
+  for (const char* text : {"%s", "%n", "%p", "%f", "%c", "%ls", "%hhn", "%S", "%@", "%L", "%_", "%*d%.*d",
+                           "%2$d%1$n", "%4097d", "%999999999d", "%.4097d", "%1.999999999d",
+                           "%18446744073709551617d", "%.99999999999999999999999999d"}) {
+    expectEach({{std::string(text) + "%04i", std::string(text) + "0007"}});
   }
-}
-
-TEST(RVXFrameNameTemplateTest, FlagsWidthAndPrecision) {
-  EXPECT_EQ(name("[%+d]"), "[+7]");
-  EXPECT_EQ(name("[% d]"), "[ 7]");
-  EXPECT_EQ(name("[%-4d]"), "[7   ]");
-  EXPECT_EQ(name("[%6.3d]"), "[   007]");
-  EXPECT_EQ(name("[%#x]"), "[0x7]");
-}
-
-TEST(RVXFrameNameTemplateTest, ConversionsOfOtherTypesStay) {
-  for (const char* conversion :
-       {"%s", "%n", "%p", "%f", "%g", "%a", "%c", "%ls", "%hhn", "%S", "%@", "%m", "%L", "%_"}) {
-    EXPECT_EQ(name(std::string(conversion) + "%04i"), std::string(conversion) + "0007") << conversion;
-  }
-}
-
-TEST(RVXFrameNameTemplateTest, StarWidthStays) {
-  EXPECT_EQ(name("%*d%.*d%04i"), "%*d%.*d0007");
-}
-
-TEST(RVXFrameNameTemplateTest, PositionalConversionStays) {
-  EXPECT_EQ(name("%2$d%1$n%04i"), "%2$d%1$n0007");
-}
-
-TEST(RVXFrameNameTemplateTest, WidestFieldIsFormatted) {
-  EXPECT_EQ(name("%4096d"), std::string(4095, ' ') + "7");
-}
-
-TEST(RVXFrameNameTemplateTest, WiderFieldStays) {
-  EXPECT_EQ(name("%4097d%04i"), "%4097d0007");
-  EXPECT_EQ(name("%999999999d%04i"), "%999999999d0007");
-}
-
-TEST(RVXFrameNameTemplateTest, LargerPrecisionStays) {
-  EXPECT_EQ(name("%.4097d%04i"), "%.4097d0007");
-  EXPECT_EQ(name("%1.999999999d%04i"), "%1.999999999d0007");
-}
-
-TEST(RVXFrameNameTemplateTest, WidthBeyondEveryIntegerStays) {
-  EXPECT_EQ(name("%18446744073709551617d%04i"), "%18446744073709551617d0007");
-  EXPECT_EQ(name("%.99999999999999999999999999d%04i"), "%.99999999999999999999999999d0007");
-}
-
-TEST(RVXFrameNameTemplateTest, UnfinishedConversionAtTheEndStays) {
   for (const char* end : {"%", "%0", "%5", "%5.", "%5.2", "%ll", "%-+ #0"}) {
-    EXPECT_EQ(name(std::string("a") + end), std::string("a") + end) << end;
+    expectEach({{std::string("a") + end, std::string("a") + end}});
   }
-}
-
-TEST(RVXFrameNameTemplateTest, PercentBehindTheNumberStays) {
-  EXPECT_EQ(name("%04i%s%n%d%"), "0007%s%n%d%");
-}
-
-TEST(RVXFrameNameTemplateTest, BytesOfOtherEncodingsStay) {
-  EXPECT_EQ(name("\xFF\xC3%04i\x80"),
-            "\xFF\xC3"
-            "0007\x80");
+  expectEach({{"%04i%s%n%d%", "0007%s%n%d%"}});
 }
