@@ -15,17 +15,14 @@
 // How a child ended and what it printed.
 struct ChildEnd {
   int status = -1;                  // the exit status; -1 when a signal ended the child
-  int signal = 0;                   // that signal
   std::string output;               // standard output and standard error together
   std::vector<std::string> writes;  // the same, one element a write(2)
 };
 
-// The exit status of a child whose body returned instead of ending the process.
-inline constexpr int kBodyReturned = 250;
-
 namespace child_process {
 
 inline constexpr unsigned kMostSeconds = 60;
+inline constexpr int kBodyReturned = 250;  // a status that no end of the process has
 
 template <typename Body>
 [[noreturn]] void runBody(Body body, int output) {
@@ -50,8 +47,8 @@ inline void collectWrites(int output, ChildEnd& end) {
 
 }  // namespace child_process
 
-// To be called while no other thread runs. The child's output is a socket that keeps the limits of each
-// write.
+// The child has no other thread than its own: the body must not need one that a test of the same program has
+// started, nor start an RVXThread where one has. Its output is a socket that keeps the limits of each write.
 template <typename Body>
 ChildEnd runInChild(Body body) {
   std::array<int, 2> sockets{};
@@ -69,6 +66,5 @@ ChildEnd runInChild(Body body) {
   int status = 0;
   ::waitpid(child, &status, 0);
   if (WIFEXITED(status)) end.status = WEXITSTATUS(status);
-  if (WIFSIGNALED(status)) end.signal = WTERMSIG(status);
   return end;
 }
