@@ -67,7 +67,7 @@ TEST_F(RVXGenerateChecksumOperationTest, FileStaysOpenAsLongAsTheOperationLives)
   EXPECT_EQ(operation->checksum(), kMD5);
   EXPECT_EQ(operation->fileSize(), 3);
   EXPECT_EQ(entryCount("/proc/self/fd"), before + 1);
-  EXPECT_EQ(operation->identity(), attributesOfItem(mFile)->identity);
+  EXPECT_EQ(operation->identity(), attributesOfItem(mFile).value().identity);
   operation.reset();
   EXPECT_EQ(entryCount("/proc/self/fd"), before);
 }
