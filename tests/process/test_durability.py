@@ -3,6 +3,8 @@
 import os
 import random
 import re
+import resource
+import shutil
 import signal
 import subprocess
 import sys
@@ -227,6 +229,46 @@ class SyncFailureTest(StorageTest):
         result = self.run_tool("clip.mov", "d1/", faults=["fsync %s 1 1 EIO" % self.path("d1/sha1")])
         self.assert_run(result, 115, "ERROR: couldn't write hash file to d1/sha1/clip.mov.sha1\n"
                         "ERROR: Can't write hash file (d1/sha1/clip.mov.sha1).\n")
+
+
+class FailedWriteBackTest(StorageTest):
+    """A disk that refuses a frame long after it was written: only the sync of that very file tells."""
+
+    def test_first_middle_and_last_of_many_frames(self):
+        refused = b"the disk will not take this frame. "
+        self.fuse("machine", "refused=" + refused.decode())
+        for file_system in DISK_FILE_SYSTEMS:
+            for frame in (1, 20, 40):
+                with self.subTest(file_system=file_system, frame=frame):
+                    os.rename(self.image("disk.img", file_system, 300), self.path("machine-below/disk.img"))
+                    self.mount("disk", "-o", "loop", self.path("machine/disk.img"))
+                    self.write_frames("f_%02d.dpx", range(1, 41), 60000)
+                    self.write("f_%02d.dpx" % frame, refused * 1500)
+                    result = self.run_tool("-s", "f_1-40##.dpx", "d/", "disk/d/")
+                    self.assert_run(result, 211, "ERROR: unexpected EIO during write: Input/output error\n"
+                                    "ERROR: failed writing to disk/d/\n")
+                    self.assert_no_hash_lists()
+                    shutil.rmtree(self.path("d"))
+                    self.unmount("disk")
+
+    def test_all_frames_are_synced_before_any_is_verified_or_reported(self):
+        self.write_frames("f_%03d.dpx", range(1, 301), 100)
+        for frame in (1, 150, 300):
+            for options in (["-v"], ["-n"]):
+                with self.subTest(frame=frame, options=options):
+                    result = self.run_tool(*options, "-f", "-s", "f_1-300###.dpx", "e/", "d/",
+                                           faults=["fdatasync d/f_%03d.dpx 1 1 EIO" % frame])
+                    self.assertEqual(result.status, 211)
+                    lines = [line for line in result.output.decode().splitlines()
+                             if not line.startswith(("INFO: cop", "hash "))]
+                    self.assertEqual(lines, ["ERROR: unexpected EIO during write: Input/output error",
+                                             "ERROR: failed writing to d/"])
+
+    def test_few_files_may_be_open(self):
+        self.write_frames("f_%03d.dpx", range(1, 101), 100)
+        limit = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (14, 14))
+        self.assert_run(self.run_tool("-s", "f_1-100###.dpx", "d/", "e/", preexec_fn=limit), 0, "")
+        self.assertEqual(len(self.tree("e")), 102)
 
 
 class BrokenFileSystemTest(StorageTest):
