@@ -1,14 +1,11 @@
 """Status 0 means that the copies, their names and the lists are on the storage."""
 
 import os
-import random
 import re
 import resource
 import shutil
-import signal
 import subprocess
 import sys
-import time
 
 from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, resident, run
 from support import BLOCK, coreutils_digest, file_bytes, main, pattern
@@ -196,39 +193,11 @@ class SyncFailureTest(StorageTest):
         super().setUp()
         self.write("clip.mov", pattern(12 * BLOCK + 5))
 
-    def assert_write_failure(self, fault, status, name, reason):
-        result = self.run_tool("-f", "clip.mov", "d1/", "d2/", faults=[fault])
-        self.assert_run(result, status, "ERROR: unexpected %s during write: %s\n"
-                        "ERROR: failed writing to d2/\n" % (name, reason))
-        self.assert_no_hash_lists()
-
     def test_sync_that_is_not_supported_is_no_failure(self):
         for error in ("EINVAL", "EOPNOTSUPP", "ENOSYS", "EROFS"):
             with self.subTest(error):
                 faults = ["%s * 1 * %s" % (call, error) for call in ("fdatasync", "fsync", "range")]
                 self.assert_run(self.run_tool("-f", "clip.mov", "d1/", "d2/", faults=faults), 0, "")
-
-    def test_failed_sync_of_a_copy(self):
-        self.assert_write_failure("fdatasync d2/clip.mov 1 1 EIO", 211, "EIO", "Input/output error")
-        self.assert_write_failure("fdatasync d2/clip.mov 1 1 ENOSPC", 212, "ENOSPC", "No space left on device")
-
-    def test_failed_write_back_of_a_part(self):
-        self.assert_write_failure("range d2/clip.mov 1 1 EIO", 211, "EIO", "Input/output error")
-
-    def test_failed_sync_of_a_destination_folder(self):
-        os.makedirs(self.path("d2"))
-        os.makedirs(self.path("d1"))
-        self.assert_write_failure("fsync %s 1 1 EIO" % self.path("d2"), 211, "EIO", "Input/output error")
-
-    def test_failed_sync_of_a_new_folder(self):
-        result = self.run_tool("clip.mov", "d1/a/b/", faults=["fsync %s 1 1 EIO" % self.path("d1/a")])
-        self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (d1/a/b/).\n")
-
-    def test_failed_sync_of_the_list_folder(self):
-        os.makedirs(self.path("d1/sha1"))
-        result = self.run_tool("clip.mov", "d1/", faults=["fsync %s 1 1 EIO" % self.path("d1/sha1")])
-        self.assert_run(result, 115, "ERROR: couldn't write hash file to d1/sha1/clip.mov.sha1\n"
-                        "ERROR: Can't write hash file (d1/sha1/clip.mov.sha1).\n")
 
 
 class FailedWriteBackTest(StorageTest):
@@ -295,42 +264,6 @@ class BrokenFileSystemTest(StorageTest):
         result = self.run_tool("clip.mov", "disk/d/", faults=["fsync disk/d/sha1 1 1 run=" + breaking])
         self.assert_run(result, 115, "ERROR: couldn't write hash file to disk/d/sha1/clip.mov.sha1\n"
                         "ERROR: Can't write hash file (disk/d/sha1/clip.mov.sha1).\n")
-
-
-class KilledTest(StorageTest):
-    def test_a_killed_run_leaves_no_list_or_the_old_or_the_whole_new_one(self):
-        self.write("clip.mov", b"movie")
-        self.assert_run(self.run_tool("clip.mov", "d/"), 0, "")
-        old = self.read("d/sha1/clip.mov.sha1")
-        new = re.compile(rb"# hash created by rvxvscopy by anna on [^\n]*\n# original file\(s\): clip.mov \n"
-                         rb"SHA1\(\.\./clip.mov\)= %s\n" % coreutils_digest("sha1sum", self.path("clip.mov")).encode())
-        self.assertIsNotNone(new.fullmatch(old))
-        begun = time.monotonic()
-        self.assert_run(self.run_tool("-f", "clip.mov", "d/"), 0, "")
-        whole_run = time.monotonic() - begun
-        chance = random.Random(1)
-        killed = 0
-        for attempt in range(200):
-            list_path = self.path("d/sha1/clip.mov.sha1")
-            if attempt % 2:
-                self.write("d/sha1/clip.mov.sha1", b"the old one")
-            elif os.path.exists(list_path):
-                os.remove(list_path)
-            process = subprocess.Popen(self.command("-f", "clip.mov", "d/"), cwd=self.folder, env=self.environment())
-            time.sleep(chance.uniform(0, whole_run))
-            process.send_signal(signal.SIGKILL)
-            killed += process.wait() == -signal.SIGKILL
-            found = file_bytes(list_path) if os.path.exists(list_path) else b""
-            if found != (b"the old one" if attempt % 2 else b""):
-                self.assertIsNotNone(new.fullmatch(found), found)
-        self.note_figure("killed %d of 200 runs before their end", killed)
-        self.assertGreater(killed, 50, "the kills came too late to show anything")
-
-    def test_a_run_that_ended_by_itself_leaves_no_temporary_file(self):
-        self.write("clip.mov", b"movie")
-        for faults in (None, ["rename .sha1 1 1 EIO"], ["fdatasync .tmp 1 1 EIO"]):
-            self.run_tool("-f", "clip.mov", "d/", faults=faults)
-            self.assertEqual([name for name in self.tree("d") if "tmp" in name], [])
 
 
 class SlowDestinationTest(StorageTest):
