@@ -16,6 +16,9 @@ FAULT_FS = os.environ["RVX_FAULT_FS"]
 # What the program was built with, as for -fsanitize=: a sanitizer's runtime needs memory and threads of its own.
 SANITIZERS = os.environ.get("RVX_SANITIZERS", "")
 
+# Whether what takes long is done as well, as by scripts/test all.
+THOROUGH = "RVX_THOROUGH" in os.environ
+
 # No run of the tests' small jobs takes nearly this long, also not under a sanitizer: it would be a hang.
 LONGEST_RUN = 120  # seconds
 

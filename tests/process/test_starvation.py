@@ -355,7 +355,8 @@ if not SANITIZERS:
         def test_processes_of_a_user(self):
             if os.geteuid() != 0:
                 self.skipTest("to run as another user needs root")
-            nobody_else = 54321  # a user who runs nothing else: the limit counts all of a user's threads
+            # A user who runs nothing else, nor in other runs of this test: the limit counts all of a user's threads.
+            nobody_else = (1 << 24) + os.getpid()
             self.write("clip.mov", pattern(2 * BLOCK + 17))
             os.chmod(self.folder, 0o755)
             program = shutil.copy(RVXCOPY, self.path("program"))
