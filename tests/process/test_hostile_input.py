@@ -441,9 +441,12 @@ class LinkLoopTest(HostileTest):
         os.symlink("loop", self.path("loop"))
 
     def test_source_is_copied_as_the_link_it_is(self):
-        self.assert_run(self.run_tool("loop", "d/"), 0, "")
-        self.assertEqual(os.readlink(self.path("d/loop")), "loop")
-        self.assert_list_entries("d/sha1/loop.sha1", ["SHA1(../loop)= " + hashlib.sha1(b"loop").hexdigest()])
+        os.symlink("/usr", self.path("folder"))
+        for link, target in (("loop", "loop"), ("folder", "/usr")):
+            self.assert_run(self.run_tool(link, "d/"), 0, "")
+            self.assertEqual(os.readlink(self.path("d/" + link)), target)
+            self.assert_list_entries("d/sha1/%s.sha1" % link, [
+                "SHA1(../%s)= %s" % (link, hashlib.sha1(target.encode()).hexdigest())])
 
     def test_folder_of_the_source(self):
         self.assert_missing_source("loop/clip.mov", "loop/clip.mov", "d/")
