@@ -220,10 +220,12 @@ def pipelines(number_of_files):
 
 
 def timed(call):
-    """What a call returned, or the seconds that it took, and the CPU seconds of its children."""
+    """The seconds that a call returned, without CPU seconds; or else those that it took, and its children's."""
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
     begun = time.monotonic()
-    seconds = call() or time.monotonic() - begun
+    if (counted := call()) is not None:
+        return counted, None
+    seconds = time.monotonic() - begun
     after = resource.getrusage(resource.RUSAGE_CHILDREN)
     return seconds, after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
 
@@ -325,11 +327,11 @@ def print_table(contenders, times):
     print("|---|---|---|---|---|")
     seconds = {name: [one for one, _ in rounds] for name, rounds in times.items()}
     for name, _, ours in sorted(contenders, key=lambda one: statistics.median(seconds[one.name])):
-        cpu = statistics.median(one for _, one in times[name])
+        cpu = [one for _, one in times[name] if one is not None]
         ratio = statistics.median(our / one for our, one in zip(seconds[ours], seconds[name]))
         print("| %s | %.2f | %.2f to %.2f | %s | %s |" % (
             name, statistics.median(seconds[name]), min(seconds[name]), max(seconds[name]),
-            "%.2f" % cpu if not name.startswith("the limit") else "", "%.2f x" % ratio if ours != name else ""))
+            "%.2f" % statistics.median(cpu) if cpu else "", "%.2f x" % ratio if ours != name else ""))
 
 
 class Bench:
