@@ -23,8 +23,8 @@ class RVXFlushGroup {
 
   RVXFlushGroup();
 
-  // Takes over the copies of one source file, one for each destination in order. Flushes when the group is
-  // full.
+  // Takes over the copies of one source file, one for each destination in order; none of a link. Flushes when
+  // the group is full.
   void add(std::vector<RVXDestinationFile> copies);
 
   // Hands all copies to the storage, the destinations side by side, and closes them. To be called at the end.
