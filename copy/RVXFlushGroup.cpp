@@ -20,7 +20,7 @@ void makeDurableAndClose(RVXDestinationFile& copy) {
 
 }  // namespace
 
-RVXFlushGroup::RVXFlushGroup() : mMostFiles(std::min(kMostFiles, mostOpenFiles() / 2)) {}
+RVXFlushGroup::RVXFlushGroup() : mMostFiles(std::min(kMostFiles, freeDescriptors() / 2)) {}
 
 void RVXFlushGroup::add(std::vector<RVXDestinationFile> copies) {
   // A link has no copies that were opened; those of the files before it stay.

@@ -11,7 +11,7 @@
 //
 // Every copy keeps its descriptor until then, because only a sync on the descriptor that wrote tells
 // dependably whether all of it could be written. At most kMostFiles are kept, half of what the process may
-// have open, and kMostBytes for each destination; of these, at most RVXStorageWriter::kMostUnsettled are not
+// still open, and kMostBytes for each destination; of these, at most RVXStorageWriter::kMostUnsettled are not
 // yet with the storage.
 //
 // A copy that can't be written, synced or closed ends the process as endProcessOnWriteFailure() says. Used by
