@@ -20,10 +20,11 @@ void makeDurableAndClose(RVXDestinationFile& copy) {
 
 }  // namespace
 
-RVXFlushGroup::RVXFlushGroup() : mMostFiles(std::min(kMostFiles, mostOpenFiles() / 2)) {}
+RVXFlushGroup::RVXFlushGroup() : mMostFiles(std::min(kMostFiles, freeDescriptors() / 2)) {}
 
 void RVXFlushGroup::add(std::vector<RVXDestinationFile> copies) {
-  mDestinations.resize(copies.size());
+  // A link has no copies that were opened; those of the files before it stay.
+  mDestinations.resize(std::max(mDestinations.size(), copies.size()));
   for (size_t k = 0; k < copies.size(); ++k) {
     // Whoever reads from a pipe or a device waits for its end.
     if (copies[k].fileHandle.isOnStorage()) {

@@ -11,7 +11,7 @@
 //
 // Every copy keeps its descriptor until then, because only a sync on the descriptor that wrote tells
 // dependably whether all of it could be written. At most kMostFiles are kept, half of what the process may
-// have open, and kMostBytes for each destination; of these, at most RVXStorageWriter::kMostUnsettled are not
+// still open, and kMostBytes for each destination; of these, at most RVXStorageWriter::kMostUnsettled are not
 // yet with the storage.
 //
 // A copy that can't be written, synced or closed ends the process as endProcessOnWriteFailure() says. Used by
@@ -23,8 +23,8 @@ class RVXFlushGroup {
 
   RVXFlushGroup();
 
-  // Takes over the copies of one source file, one for each destination in order. Flushes when the group is
-  // full.
+  // Takes over the copies of one source file, one for each destination in order; none of a link. Flushes when
+  // the group is full.
   void add(std::vector<RVXDestinationFile> copies);
 
   // Hands all copies to the storage, the destinations side by side, and closes them. To be called at the end.

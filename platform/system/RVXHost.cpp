@@ -107,10 +107,11 @@ std::optional<std::string> homeFolder(const std::string& user) {
   return entry != nullptr ? std::optional<std::string>(entry->pw_dir) : std::nullopt;
 }
 
-size_t mostOpenFiles() {
+size_t freeDescriptors() {
   rlimit limit{};
   constexpr size_t kFewestByPOSIX = _POSIX_OPEN_MAX;
-  return ::getrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : kFewestByPOSIX;
+  const size_t most = ::getrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : kFewestByPOSIX;
+  return most - std::min(most, folderEntries("/proc/self/fd").size());
 }
 
 std::vector<std::string> mountedVolumes() {

@@ -233,10 +233,22 @@ class FailedWriteBackTest(StorageTest):
                     self.assertEqual(lines, ["ERROR: unexpected EIO during write: Input/output error",
                                              "ERROR: failed writing to d/"])
 
-    def test_few_files_may_be_open(self):
+    def test_frames_before_a_link(self):
+        self.write_frames("f_%d.dpx", (1, 3), 100)
+        os.symlink("target", self.path("f_2.dpx"))
+        result = self.run_tool("-s", "f_1-3#.dpx", "d/", faults=["fdatasync d/f_1.dpx 1 1 EIO"])
+        self.assert_run(result, 211, "ERROR: unexpected EIO during write: Input/output error\n"
+                        "ERROR: failed writing to d/\n")
+
+    def test_few_files_may_be_opened(self):
         self.write_frames("f_%03d.dpx", range(1, 101), 100)
-        limit = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (14, 14))
-        self.assert_run(self.run_tool("-s", "f_1-100###.dpx", "d/", "e/", preexec_fn=limit), 0, "")
+
+        def leave_few():
+            resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64))
+            for number in range(10, 60):  # a parent that leaves its own files open
+                os.dup2(0, number)
+
+        self.assert_run(self.run_tool("-s", "f_1-100###.dpx", "d/", "e/", preexec_fn=leave_few, close_fds=False), 0, "")
         self.assertEqual(len(self.tree("e")), 102)
 
 
