@@ -5,10 +5,9 @@
 
 #include "platform/files/RVXReadRecovery.h"
 
-// What a verification says when a chunk of its file fails. Its texts are printed as 7-bit ASCII: one that is
-// not prints as "(null)". A second failure of the same chunk ends the process with
-// ExitStatus::verifyReadFailed. A file that can't be opened again counts as ended, so that its digest covers
-// what was read before and will not match.
+// What a verification says when a chunk of its file can't be read. A text that is not 7-bit ASCII is printed
+// as "(null)". A second failure of the same chunk ends the process with ExitStatus::verifyReadFailed. A file
+// that can't be opened again counts as ended: its digest covers what was read before, and will not match.
 class RVXChecksumReadRecovery : public RVXReadRecovery {
  public:
   explicit RVXChecksumReadRecovery(std::string path) : mPath(std::move(path)) {}

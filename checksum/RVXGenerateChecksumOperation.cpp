@@ -40,7 +40,7 @@ std::optional<std::string> RVXGenerateChecksumOperation::checksum() {
   }
 
   auto opened = RVXRecoveringReader::openForReading(path());
-  // What can't be examined might be a link, and lead to a device without an end.
+  // An item that can't be examined might be a link that leads to an endless device.
   if (opened.failed() || (attributes.failed() && !opened.value().isRegularFile())) {
     mError = RVXError::verifySourceNotOpened();
     return std::nullopt;

@@ -25,7 +25,7 @@ class RVXGenerateChecksumOperation {
                                                                     HashAlgorithm algorithm, bool verbose);
 
   // Whether checksum() prints progress lines, "INFO: verified %llu of %llu bytes of path %s\n" with the
-  // file's folder: at most one in half a second, and one at the end.
+  // file's folder: at most one in each half second, and one at the end.
   [[nodiscard]] bool verbose() const { return mVerbose; }
   void setVerbose(bool verbose) { mVerbose = verbose; }
 
@@ -42,19 +42,19 @@ class RVXGenerateChecksumOperation {
   [[nodiscard]] int64_t sizeOfAllFilesProcessed() const { return mSizeOfAllFilesProcessed; }
   void setSizeOfAllFilesProcessed(int64_t size) { mSizeOfAllFilesProcessed = size; }
 
-  // The digest string; none when the file can't be opened, or can neither be examined nor is a regular file;
-  // this is recorded as error() and not printed. None also, but without an error, for a link whose target
-  // can't be read. For an algorithm code other than the two: an empty text, and none for a link. A chunk that
-  // can't be read is reported and tried once more after the file was opened again; where that fails, too, the
-  // process ends with ExitStatus::verifyReadFailed. A file that can't be opened again counts as ended at that
-  // chunk.
+  // The digest string. None when the file can't be opened, or can't be examined and is no regular file:
+  // error() says so, nothing is printed. None also, but without an error, for a link whose target can't be
+  // read. For an algorithm code other than the two: an empty text, and none for a link. A chunk that can't be
+  // read is reported and tried once more after the file was opened again; when that fails, too, the process
+  // ends with ExitStatus::verifyReadFailed. A file that can't be opened again counts as ended at that chunk.
   std::optional<std::string> checksum();
 
   // What checksum() has read; none when it could not be opened. The file stays open as long as the operation
   // lives, because some file systems (exFAT) give a file another number once nobody holds it.
   [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
 
-  // "rvxverify" 200 when the last checksum() could not open the file, or did not dare to.
+  // "rvxverify" 200 when the last checksum() could not open the file, or refused it as one that it could not
+  // examine.
   [[nodiscard]] const std::optional<RVXError>& error() const { return mError; }
 
  private:

@@ -19,8 +19,8 @@ class RVXVerifyOperation {
   static std::unique_ptr<RVXVerifyOperation> initWithPath(const std::string& path, const std::string& hash,
                                                           HashAlgorithm algorithm, bool verbose);
 
-  // Has the file read and digested, and compares exactly: a digest in upper case or none at all never
-  // matches. On a mismatch it prints "INFO: expected hash: %s but got hash: %s.\n", verbose or not; the
+  // Has the file read and digested, and compares the digest strings exactly: one in upper case, or none,
+  // never matches. On a mismatch it prints "INFO: expected hash: %s but got hash: %s.\n", verbose or not; the
   // "ERROR: " line is the caller's. Ends the process as RVXGenerateChecksumOperation::checksum() does.
   void main();
 

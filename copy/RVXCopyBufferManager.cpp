@@ -98,7 +98,7 @@ std::vector<int32_t> RVXCopyBufferManager::finishedWriteCounts() {
 }
 
 bool RVXCopyBufferManager::mustWaitForBufferAfter(int64_t count) const {
-  // The end is only looked at when the consumer has caught up: what was handed in is still delivered.
+  // The end is looked at only when the consumer has caught up: what was handed in is still delivered.
   return mFinishedReadCount.load(std::memory_order_relaxed) <= count && !mFinish && !mAbort;
 }
 

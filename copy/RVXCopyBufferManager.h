@@ -74,8 +74,8 @@ class RVXCopyBufferManager {
 
   int64_t mNumWriteThreads = 0;
 
-  // Written by the reader alone, under mBuffersLock. Relaxed: who sees a new count and then takes
-  // mBuffersLock finds the buffer, and nothing else depends on it.
+  // Written by the reader alone, under mBuffersLock. Relaxed: a thread that sees a new count and then takes
+  // mBuffersLock finds the buffer, and nothing else depends on the count.
   std::atomic<int64_t> mFinishedReadCount{0};
 
   // Written by the digest thread alone, under mCountsLock. Release: an increment says that the digest thread
@@ -89,7 +89,7 @@ class RVXCopyBufferManager {
   RVXCondition mBuffersCondition{"RVXCopyBufferManagerCondition"};
   std::map<int32_t, RVXBlock> mBuffers RVX_GUARDED_BY(mBuffersLock);
 
-  // Nothing sets it. Consumers test it all the same, so that setting it and a broadcast would end them all.
+  // Nothing sets it. Consumers test it all the same: setting it, with a broadcast, would end them all.
   std::atomic<bool> mAbort{false};
   bool mFinish RVX_GUARDED_BY(mBuffersCondition) = false;
 

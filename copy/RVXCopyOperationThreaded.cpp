@@ -14,7 +14,7 @@
 
 namespace {
 
-// Often enough that a small frame waits for little, too seldom to cost the copying threads anything.
+// Short enough that a small frame hardly waits, long enough to cost the copying threads nothing.
 constexpr auto kPollInterval = std::chrono::milliseconds(1);
 constexpr uint64_t kPollsPerStatus = 500;  // about half a second
 constexpr const char* kDiscardingFolder = "/dev/null/";
@@ -76,7 +76,7 @@ void RVXCopyOperationThreaded::copyLink(const RVXFileIdentity& source) {
   }
   for (const Destination& place : places) {
     if (place.isDiscarded) continue;
-    // Of links that lead nowhere only the source itself counts as a file that exists.
+    // A link that leads nowhere does not count as an existing file, unless it is the source itself.
     if (!mForceOverwrite && (fileExists(place.file) || isItem(place.file, source)))
       endProcessOnExisting(place);
     if (createSymbolicLink(target.value(), place.file).failed())
@@ -101,7 +101,7 @@ bool RVXCopyOperationThreaded::openSource() {
 
 bool RVXCopyOperationThreaded::openDestinations() {
   const std::vector<Destination> places = destinations();
-  // All of them first: nothing is created or emptied in a run that would overwrite its own source.
+  // All are examined first: nothing is created or emptied in a run that would overwrite its own source.
   for (const Destination& place : places) {
     if (mForceOverwrite && !place.isDiscarded && leadsTo(place.file, mSourceFH->identity())) {
       fail(RVXError::copyDestinationNotOpened(place.number));
@@ -116,7 +116,7 @@ bool RVXCopyOperationThreaded::openDestinations() {
 
 bool RVXCopyOperationThreaded::openDestination(const Destination& place) {
   endProcessIfExists(place);
-  // Another run that was given the same path creates it now, or this one does; never both.
+  // Where another run was given the same path, only one of the two creates the file.
   auto opened = mForceOverwrite || place.isDiscarded ? RVXStorageWriter::openForWriting(place.file)
                                                      : RVXStorageWriter::createForWriting(place.file);
   // In this order: the cache request is made before anybody knows whether the file could be opened.
@@ -131,7 +131,7 @@ bool RVXCopyOperationThreaded::openDestination(const Destination& place) {
 }
 
 bool RVXCopyOperationThreaded::isSource(const RVXStorageWriter& file) const {
-  // Once more on what was really opened: the path may have led elsewhere when it was examined.
+  // Asked again of what was really opened: the path may have led elsewhere when it was examined.
   const auto attributes = file.attributes();
   return attributes.failed() || attributes.value().identity == mSourceFH->identity();
 }
@@ -143,7 +143,7 @@ void RVXCopyOperationThreaded::copyFile() {
   // The first status line is due before any block is released, however fast the threads are.
   if (mFileSize != 0) printStatus();
   startThreads();
-  // What has no size, a device, has no count that could be waited for.
+  // A device has no size, so there is no number of bytes to wait for.
   if (mFileSize != 0) waitForAllBytes();
   while (!allThreadsFinished()) mThreadEnded->waitAtMost(kPollInterval);
   mSourceFH->close();
@@ -179,8 +179,8 @@ void RVXCopyOperationThreaded::readThread() {
   while (true) {
     while (!mBufferManager->willAcceptReadBuffer() && !mForceExit) mBufferFinished.waitAtMost(kPollInterval);
     if (forcedExit("readThread")) return;
-    // A consumer counts a buffer as finished just before it releases it; between the two this block would be
-    // one more than the lag allows.
+    // A consumer counts a buffer as finished just before it releases it. A block read between the two would
+    // be one more than the lag allows.
     mBufferManager->cleanupBuffers();
     RVXBlock block = RVXBlock::withCapacity(kBlockSize);
     mSourceFH->read(block, recovery);

@@ -34,10 +34,10 @@
 //   117 the machine refuses a thread or memory
 //   211, 212 a copy can't be written, synced or closed (212: no space left)
 //   220 a block of the source can't be read, tried twice
-// What is written is on its way to the storage when main() returns, and its files are open: takeCopies()
-// hands them to the one who makes them safe from a power cut. main() counts the bytes up to the size that the
-// source had before. Where it has another by then, main() waits for ever, unless the count passes exactly
-// that size when it looks.
+// When main() returns, what is written is on its way to the storage and the files are still open;
+// takeCopies() hands them to the caller, who makes them safe from a power cut. main() counts the bytes up to
+// the size that the source had before. If the source has another size by then, main() waits for ever, unless
+// the count equals that size just when it looks.
 class RVXCopyOperationThreaded {
  public:
   static constexpr size_t kBlockSize = size_t{2} * 1024 * 1024;
@@ -70,9 +70,9 @@ class RVXCopyOperationThreaded {
   // Performs the copy; all its threads have ended when it returns.
   void main();
 
-  // The files that were written, open, one for each destination in order; none for a link. Once, after a
-  // main() without a failure. Nothing of them is durable before the caller has made it so, nor are their
-  // names.
+  // The files that were written, still open, one for each destination in order; none for a link. May be taken
+  // once, after a main() without a failure. Neither they nor their names are durable until the caller makes
+  // them so.
   [[nodiscard]] std::vector<RVXDestinationFile> takeCopies();
 
   [[nodiscard]] bool isFailed() const { return mIsFailed; }
@@ -85,7 +85,7 @@ class RVXCopyOperationThreaded {
  private:
   friend struct RVXCopyOperationThreadedProbe;  // lets the tests force an exit and look at the threads
 
-  // One destination: what the entries of both lists with the same index say.
+  // One destination: the entries with the same index of both lists.
   struct Destination {
     unsigned number = 0;  // from 1, as messages name it
     std::string folder;
@@ -115,7 +115,7 @@ class RVXCopyOperationThreaded {
   [[nodiscard]] bool allThreadsFinished() const;
   bool forcedExit(const char* threadName) const;
   void fail(RVXError error);
-  // The first only where it may not be overwritten.
+  // The first does so only where the destination may not be overwritten.
   void endProcessIfExists(const Destination& place) const;
   [[noreturn]] static void endProcessOnExisting(const Destination& place);
   // The number that a writer has in the buffer manager. The threads take it in the order in which they come
@@ -141,18 +141,17 @@ class RVXCopyOperationThreaded {
   std::unique_ptr<RVXCopyBufferManager> mBufferManager;  // exists only during main()
   std::vector<RVXDestinationFile> mCopies;               // in destination order
 
-  // Nothing sets it; every thread and the progress loop test it all the same, so that setting it would stop
-  // them all.
+  // Nothing sets it. Every thread and the progress loop test it all the same: setting it would stop them all.
   std::atomic<bool> mForceExit{false};
 
   RVXMutex mThreadIndexLock;
   int64_t mThreadIndex RVX_GUARDED_BY(mThreadIndexLock) = 0;
 
-  // What ends a poll before its time: a thread of the copy has ended, a consumer has finished a buffer.
+  // They end a poll early: a thread of the copy has ended, a consumer has finished a buffer.
   std::shared_ptr<RVXEvent> mThreadEnded = std::make_shared<RVXEvent>();
   RVXEvent mBufferFinished;
 
-  // Last, so that the threads have ended before what they use goes.
+  // Last members, so that the threads end before what they use is destroyed.
   std::unique_ptr<RVXThread> mDigestThread;
   std::unique_ptr<RVXThread> mReaderThread;
   std::deque<RVXThread> mWriterThreads;

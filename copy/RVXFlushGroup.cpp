@@ -26,7 +26,7 @@ void RVXFlushGroup::add(std::vector<RVXDestinationFile> copies) {
   // A link has no copies that were opened; those of the files before it stay.
   mDestinations.resize(std::max(mDestinations.size(), copies.size()));
   for (size_t k = 0; k < copies.size(); ++k) {
-    // Whoever reads from a pipe or a device waits for its end.
+    // Whoever reads from a pipe or a device waits for its end, so it is closed at once.
     if (copies[k].fileHandle.isOnStorage()) {
       addCopy(mDestinations[k], std::move(copies[k]));
       ++mFiles;
@@ -34,7 +34,7 @@ void RVXFlushGroup::add(std::vector<RVXDestinationFile> copies) {
       makeDurableAndClose(copies[k]);
     }
   }
-  // Room for the copies of one more file.
+  // The next file needs room for as many copies.
   if (isFull() || mFiles + copies.size() > mMostFiles) flush();
 }
 

@@ -6,13 +6,14 @@
 
 #include "copy/RVXDestinationFile.h"
 
-// Copies that are written and not yet safe from a power cut, which are flushed together: a disk that has to
-// flush its own cache for each of a thousand frames needs many times as long as for all of them.
+// Copies that are written but not yet safe from a power cut. They are flushed together: a disk that has to
+// flush its own cache for each of a thousand frames needs many times as long as one that does it for all of
+// them at once.
 //
-// Every copy keeps its descriptor until then, because only a sync on the descriptor that wrote tells
-// dependably whether all of it could be written. At most kMostFiles are kept, half of what the process may
-// still open, and kMostBytes for each destination; of these, at most RVXStorageWriter::kMostUnsettled are not
-// yet with the storage.
+// Every copy stays open until then, because only a sync on the descriptor that wrote it tells dependably
+// whether all of it could be written. The group holds at most kMostFiles copies, or half as many as the
+// process may still open where that is less, and flushes when the copies at one destination have kMostBytes.
+// Of these bytes at most RVXStorageWriter::kMostUnsettled are not yet with the storage.
 //
 // A copy that can't be written, synced or closed ends the process as endProcessOnWriteFailure() says. Used by
 // one thread.
@@ -24,10 +25,11 @@ class RVXFlushGroup {
   RVXFlushGroup();
 
   // Takes over the copies of one source file, one for each destination in order; none of a link. Flushes when
-  // the group is full.
+  // the group is full. A copy that no storage keeps, such as a pipe, is closed at once.
   void add(std::vector<RVXDestinationFile> copies);
 
-  // Hands all copies to the storage, the destinations side by side, and closes them. To be called at the end.
+  // Hands all copies to the storage, all destinations at the same time, and closes them. To be called at the
+  // end.
   void flush();
 
  private:

@@ -19,8 +19,8 @@ std::optional<size_t> indexOfLastHash(const Characters& identifier) {
   return std::nullopt;
 }
 
-// The length of the run of "#" that ends at `last`, provided that it begins behind index 1: index 0 is not
-// examined, and a run that reaches it or index 1 counts as none.
+// The length of the run of "#" that ends at `last`, if it begins after index 1. Index 0 is not examined, and
+// a run that reaches it or index 1 counts as none.
 size_t lengthOfHashRun(const Characters& identifier, size_t last) {
   for (size_t i = last; i >= 1; --i) {
     if (identifier[i].codePoint != U'#') return last - i;
@@ -36,8 +36,7 @@ bool isHyphen(const RVXCharacter& character) {
   return character.codePoint == U'-';
 }
 
-// The length that remains of the identifier's first `length` characters without those at their end that
-// match.
+// How much of the identifier's first `length` characters remains without the matching ones at their end.
 template <typename Matches>
 size_t lengthWithoutTrailing(const Characters& identifier, size_t length, Matches matches) {
   while (length > 0 && matches(identifier[length - 1])) --length;
@@ -71,8 +70,8 @@ std::optional<RVXFileSequence> RVXFileSequence::initWithIdentifier(const std::st
   const size_t digits = lengthOfHashRun(characters, *lastHash);
   sequence.mNumberOfDigits = static_cast<int32_t>(digits);
 
-  // Counted from the last "#", so that with a run the character in front of it is left out as well. Mostly it
-  // is the last digit of the end frame, which is read from the whole identifier.
+  // Counted from the last "#", so that with a run the character in front of it is left out as well. That is
+  // mostly the last digit of the end frame, whose number is read from the whole identifier.
   size_t length = *lastHash - digits;
   length = lengthWithoutTrailing(characters, length, isDigit);
   sequence.mEndFrameInclusive = frameNumberAt(characters, length);

@@ -5,9 +5,9 @@
 #include <string>
 
 // A numbered image sequence, named by one identifier: prefix, first frame, "-", last frame, a run of "#" (one
-// a digit of the file names' frame number), suffix. "clip_1-100####.dpx" stands for the hundred files
-// clip_0001.dpx to clip_0100.dpx. Frame numbers are read as 32-bit signed numbers and kept sign-extended, so
-// a negative one becomes very large. Immutable.
+// for each digit of the frame numbers in the file names), suffix. "clip_1-100####.dpx" stands for the hundred
+// files clip_0001.dpx to clip_0100.dpx. Frame numbers are read as 32-bit signed numbers and kept
+// sign-extended, so a negative one becomes very large. Immutable.
 class RVXFileSequence {
  public:
   // No prefix, no suffix, and both frames and the digit count 0.

@@ -38,7 +38,7 @@ HashAlgorithm algorithmFrom(const std::optional<std::string>& value) {
 
 bool writeHashListFrom(const std::optional<std::string>& value) {
   if (!value) {
-    // The one text of these without a full stop; drivers compare it.
+    // Only this text has no full stop; drivers compare it.
     endProcessOnWrongArguments(ExitStatus::writeHashListValueMissing,
                                "-o needs to be followed by 0 (false) or 1 (true)");
   }
@@ -74,8 +74,8 @@ CopyJobOptions parseArguments(const std::vector<std::string>& arguments) {
   bool hasSource = false;
   ArgumentsInOrder inOrder(arguments);
   while (const auto argument = inOrder.next()) {
-    // Prefixes on purpose: drivers write -verbose. That a path -video.mov is -v as well is the accepted
-    // price.
+    // Prefixes on purpose: drivers write -verbose. The accepted price is that a path -video.mov is -v as
+    // well.
     if (argument->starts_with("-v")) {
       options.verbose = true;
     } else if (argument->starts_with("-s")) {

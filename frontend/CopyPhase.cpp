@@ -33,7 +33,8 @@ uint64_t copyFile(const CopyJobOptions& options, const CopyPlan& plan, const RVX
   return fileSize;
 }
 
-// A copy is only safe from a power cut when its name is, too. Once for all files: a folder's sync is slow.
+// A copy is safe from a power cut only when its name is, too. Each folder is synced once for all its files,
+// because that is slow.
 void syncDestinationFolders(const CopyPlan& plan) {
   for (const std::string& folder : plan.destinationPaths) {
     const auto synced = syncFolder(folder);

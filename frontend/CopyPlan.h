@@ -29,8 +29,8 @@ CopyPlan planCopy(const CopyJobOptions& options, const std::optional<RVXFileSequ
 // (%s).\n" and ends the process with ExitStatus::destinationFolderNotCreated; earlier folders stay.
 void planDestinations(const CopyJobOptions& options, CopyPlan& plan);
 // planSources() counts the files and their bytes. A sequence of more than three frames whose first, middle
-// and last frame are equally large is taken to have only frames of that size; otherwise frames behind a gap
-// of kMostMissingFrames do not count.
+// and last frame are equally large is taken to have only frames of that size. Otherwise every frame is looked
+// at; those after a gap of kMostMissingFrames do not count.
 void planSources(const CopyJobOptions& options, CopyPlan& plan);
 
 // Calls `visit` with the path of each frame that exists, in order. An identifier may name two billion frames,

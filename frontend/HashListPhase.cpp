@@ -9,7 +9,7 @@
 namespace {
 
 // True when the item at `path` is one of the run's source files or copies. A list written there would replace
-// it, after it was verified.
+// it after it was verified.
 bool isSourceOrCopy(const std::string& path, const CopyJobOptions& options, const CopyPlan& plan) {
   const auto item = attributesOfItem(path);
   if (item.failed()) return false;
@@ -29,7 +29,7 @@ void runHashListPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHa
   const std::string algorithmName = lowerCaseHashAlgorithmLabel(options.algorithm);
   for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
     const std::string folder = pathByAppendingComponent(plan.destinationPaths[k], algorithmName);
-    // Not with intermediate folders: where the destination's own folder is gone, so are the copies.
+    // Without the folders above it: where the destination's own folder is gone, so are the copies.
     if (createFolder(folder).failed()) {
       print("ERROR: Can't create folder for hashes (%s).\n", folder.c_str());
       endProcess(ExitStatus::hashFolderNotCreated);

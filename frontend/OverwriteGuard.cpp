@@ -11,11 +11,11 @@
 void refuseToOverwriteSources(const CopyJobOptions& options, const CopyPlan& plan) {
   if (!plan.sequence || !options.forceOverwrite) return;
   std::set<RVXFileIdentity> sources;
-  std::vector<std::pair<RVXFileIdentity, unsigned>>
-      copies;  // those that exist, each with its destination's number
+  // The copies that exist, each with its destination's number.
+  std::vector<std::pair<RVXFileIdentity, unsigned>> copies;
   visitExistingFrames(*plan.sequence, [&](const std::string& path) {
     const auto source = attributesOfItem(path);
-    // A link is copied as a link, which is written over nothing.
+    // A link is copied as a link, which overwrites nothing.
     if (source.failed() || source.value().type == RVXFileType::symbolicLink) return;
     sources.insert(source.value().identity);
     unsigned number = 0;

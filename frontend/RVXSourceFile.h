@@ -11,13 +11,13 @@
 struct RVXSourceFile {
   struct Copy {
     std::string folder;
-    std::string name;  // for a frame always its own
+    std::string name;  // a frame's is always its own
     std::string path;
   };
 
   std::string path;
-  // Its name in the hash list, relative to the list's folder, which lies one level below the destination
-  // folder. It is the source's own name also where the copy was given another.
+  // Its name in the hash list, relative to the list's folder, which lies in the destination folder. This is
+  // the source's own name, even if the copy was given another.
   std::string hashListKey;
   std::vector<Copy> copies;  // one for each destination, in order
 

@@ -55,8 +55,8 @@ void runSideBySide(const VerifyOperations& operations) {
   queue.waitUntilAllOperationsAreFinished();
 }
 
-// What was read back is only safe if it is still what lies at the path: a copy may be removed or replaced, or
-// its folder renamed, while it is open.
+// What was read back is safe only if it still lies at the path: while a copy is open, it may be removed or
+// replaced, or its folder renamed.
 bool isInItsPlace(const RVXGenerateChecksumOperation& checksum) {
   return isItem(checksum.path(), checksum.identity());
 }
@@ -71,8 +71,8 @@ void reportResults(const CopyJobOptions& options, const CopyPlan& plan, const RV
     const std::string path = checksum->path();
     const bool isSource = path == file.path;
     const char* const label = isSource ? "source" : "destination";
-    // A destination folder that became a link to the source's folder shows the source in the place of the
-    // copy.
+    // A destination folder that was replaced by a link to the source's folder would show the source instead
+    // of the copy.
     const bool isSourceInstead = !isSource && checksum->identity() == source;
     if (operation->isFailed() || !isInItsPlace(*checksum) || isSourceInstead) {
       print("ERROR: verify of %s file #%d (%s) failed, wrong hash.\n", label, place, path.c_str());

@@ -1,6 +1,6 @@
 #pragma once
 
-// Every status that the process ends with by its own decision. Drivers depend on the numbers.
+// Every status with which the process ends itself. Drivers depend on the numbers.
 enum class ExitStatus : int {
   finished = 0,
   tooFewArguments = 100,
@@ -11,7 +11,7 @@ enum class ExitStatus : int {
   depthWrong = 106,
   destinationFileExists = 107,
   hashTypeWrong = 108,
-  // One number for three unrelated causes. Drivers know it so; it stays shared.
+  // One number for three unrelated causes. Drivers depend on it, so it stays shared.
   writeHashListValueMissing = 109,
   wrongHash = 109,
   verifyReadFailed = 109,

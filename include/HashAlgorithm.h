@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-// The digest choice, handed to every operation as a 32-bit code. Codes other than the two named ones are
-// legal values: operations say what they do with them.
+// The choice of the digest, handed to every operation as a 32-bit code. Codes other than the two named here
+// are legal values: each operation says what it does with them.
 enum class HashAlgorithm : int32_t { SHA1 = 0, MD5 = 1 };
 
 // The label that hash lists use: "MD5" for MD5, "SHA1" for every other code.

@@ -13,8 +13,8 @@
 
 namespace {
 
-// A device takes only so many pieces of memory in one request. In huge pages a block has one or two, and its
-// direct transfer is one request instead of several: with 4 MiB from ext4 one instead of four.
+// A device takes only a limited number of memory pieces in one request. In huge pages a block has one or two,
+// and its direct transfer is one request instead of several: with 4 MiB from ext4 one instead of four.
 constexpr size_t kHugePage = size_t{2} * 1024 * 1024;
 
 constexpr size_t kSmallestPage = 4096;  // of all machines
@@ -57,14 +57,14 @@ class RVXBlockMemory {
         ::mmap(nullptr, length + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapped == MAP_FAILED) endProcessWithout("memory", failureFromErrno(errno).reason.c_str());
     std::byte* const memory = cutToHugePages(static_cast<std::byte*>(mapped), length);
-    // Only a wish: without huge pages the memory is as good, but slower.
+    // Its failure does not matter: without huge pages the memory is as good, but slower.
     ::madvise(memory, length, MADV_HUGEPAGE);
     touch(memory, length);
     return memory;
   }
 
-  // Makes every page be there. A direct read into memory that was never touched is quietly served through the
-  // page cache by btrfs, and so from memory where the file's pages can't be dropped.
+  // Makes every page present. Where memory was never touched, btrfs quietly serves a direct read into it
+  // through the page cache, and so from memory where the file's pages can't be dropped.
   static void touch(std::byte* memory, size_t length) {
     for (size_t i = 0; i < length; i += kSmallestPage) {
       *static_cast<volatile std::byte*>(memory + i) = std::byte{0};
@@ -94,7 +94,7 @@ class RVXBlockMemory {
   std::vector<std::byte*> mFree RVX_GUARDED_BY(mLock);
 };
 
-// Never destroyed: blocks may outlive any point at which it could be.
+// Never destroyed, because blocks may live until the process ends.
 RVXBlockMemory& blockMemory() {
   static auto* const memory = new RVXBlockMemory;
   return *memory;

@@ -7,8 +7,8 @@
 
 enum class RVXFileType { regular, folder, symbolicLink, fifo, blockDevice, other };
 
-// What makes two paths name one and the same file. Of a block device, which may have any number of nodes, it
-// is the device.
+// Tells whether two paths name the same file: their identities are then equal. A block device may have any
+// number of nodes; its identity is that of the device.
 struct RVXFileIdentity {
   dev_t device = 0;
   ino_t inode = 0;
@@ -23,7 +23,7 @@ struct RVXFileAttributes {
   // From what stat(2) and its relatives give.
   static RVXFileAttributes of(const struct stat& status);
 
-  // True where the page cache holds contents that the storage has, too, or is to have.
+  // True where the page cache holds contents that the storage has as well, or is to get.
   [[nodiscard]] bool isOnStorage() const {
     return type == RVXFileType::regular || type == RVXFileType::blockDevice;
   }

@@ -47,9 +47,9 @@ RVXOutcome<> writeAll(std::span<const std::byte> bytes, WriteSome writeSome) {
   return {};
 }
 
-// A file system that broke while it was written to turns itself read-only, and a sync then fails in the same
-// way as one on a medium that never needed any. To set the permissions that are there already tells the two
-// apart.
+// A file system that broke while it was written to turns itself read-only. A sync then fails in the same way
+// as on a medium that was read-only all along. Setting the permissions that the file already has tells the
+// two apart.
 bool hasTurnedReadOnly(int descriptor) {
   constexpr mode_t kPermissions = 07777;
   struct stat status {};
@@ -93,14 +93,14 @@ RVXOutcome<RVXFileHandle> RVXFileHandle::open(const std::string& path, int flags
 RVXOutcome<RVXFileHandle> RVXFileHandle::openWithoutPeer(const std::string& path, int flags) {
   auto opened = open(path, flags | O_NONBLOCK);
   if (opened.failed() && opened.failure().code == EAGAIN) return open(path, flags);
-  // Only the opening is not to wait: a read waits for what a terminal has not got yet.
+  // Only the opening must not wait: a read still waits for what a terminal doesn't have yet.
   if (opened.succeeded()) ::fcntl(opened.value().mDescriptor, F_SETFL, flags);
   return opened;
 }
 
 RVXOutcome<> RVXFileHandle::close() {
   if (mDescriptor < 0) return {};
-  // EINTR means that the descriptor is gone and the wait was cut short; what had to be safe was synced
+  // EINTR means that the descriptor is gone and only the wait was cut short; what had to be safe was synced
   // before.
   if (::close(std::exchange(mDescriptor, -1)) != 0 && errno != EINTR) return failureFromErrno(errno);
   return {};
@@ -187,7 +187,7 @@ RVXOutcome<> RVXFileHandle::waitForWriteBack(int64_t offset, int64_t length) {
   if (uninterrupted([&] { return ::sync_file_range(mDescriptor, offset, length, kWriteAndWait); }) == 0)
     return {};
   const RVXIOFailure failure = failureFromErrno(errno);
-  // Devices have no dirty pages, read-only media neither; the sync at the end tells if it was a failure.
+  // Devices and read-only media have no dirty pages; if it was a failure, the sync at the end reports it.
   if (failure.code == ESPIPE || failure.code == EROFS || failure.meansNotSupported()) return {};
   return failure;
 }
@@ -197,8 +197,8 @@ void RVXFileHandle::dropCachedRange(int64_t offset, int64_t length) {
 }
 
 void RVXFileHandle::dropCachedFile() {
-  // Where it does, write-back is cheaper than a sync, which also has the device flush its own cache, for
-  // every file that is read.
+  // Where ranges can be written back, that is cheaper for every file that is read than a sync, which also
+  // makes the device flush its own cache.
   [[maybe_unused]] const auto ignored = canWriteBackRanges() ? waitForWriteBack(0, 0) : syncData();
   dropCachedRange(0, 0);
 }

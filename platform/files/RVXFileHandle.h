@@ -20,18 +20,19 @@ class RVXFileHandle {
   RVXFileHandle() = default;  // not open
   RVXFileHandle(RVXFileHandle&& other) noexcept : mDescriptor(std::exchange(other.mDescriptor, -1)) {}
   RVXFileHandle& operator=(RVXFileHandle&& other) noexcept;
-  // Only tidies up: a handle whose close() matters is closed by close().
+  // Only tidies up: where the result of the closing matters, call close().
   ~RVXFileHandle();
 
   // open(2) with `flags` and O_CLOEXEC, new files with the permissions that the umask leaves.
   static RVXOutcome<RVXFileHandle> open(const std::string& path, int flags);
 
-  // The same without waiting for the other end of a FIFO: where nobody reads it, writing it can't be opened,
-  // and reading it begins at its end. Where another process has to give back a lease first, it is waited for.
+  // The same without waiting for the other end of a FIFO: one that nobody reads can't be opened for writing,
+  // and one that nobody writes is at its end at once. Where another process has to give back a lease first,
+  // it waits for that.
   static RVXOutcome<RVXFileHandle> openWithoutPeer(const std::string& path, int flags);
 
-  // Closes once, and never again whatever the answer: Linux has freed the number. A handle that is not open
-  // is closed without a failure.
+  // Closes once, and never again whatever the answer: Linux has freed the number. Closing a handle that is
+  // not open is a success.
   RVXOutcome<> close();
 
   [[nodiscard]] RVXOutcome<RVXFileAttributes> attributes() const;
@@ -40,33 +41,33 @@ class RVXFileHandle {
   RVXOutcome<size_t> readSome(std::span<std::byte> bytes);
   // Fills `bytes` unless the file ends first.
   RVXOutcome<size_t> readWhole(std::span<std::byte> bytes);
-  // Writes all of `bytes`. The failure is that of the call that wrote nothing more, so a full disk is
+  // Writes all of `bytes`. The failure is that of the last call, which wrote nothing more: a full disk is
   // reported as such although it first accepted a part.
   RVXOutcome<> writeWhole(std::span<const std::byte> bytes);
-  // The same with the page cache left clean after the write (RWF_DONTCACHE), where the kernel and the file
-  // system offer it; `offered` is set to false, and a plain write made, where they don't.
+  // The same without leaving the pages in the cache after the write (RWF_DONTCACHE), where the kernel and the
+  // file system offer this. Where they don't, `offered` is set to false and a plain write is made.
   RVXOutcome<> writeWholeUncached(std::span<const std::byte> bytes, bool& offered);
 
   RVXOutcome<> seek(int64_t offset);
-  // Empties a regular file. Devices have no size that could be changed, which is no failure.
+  // Empties a regular file. It is no failure that a device has no size to change.
   RVXOutcome<> truncate();
 
-  // Hands a file's contents to the storage (fdatasync), or contents, attributes and, of a folder, its names
-  // (fsync). A file system that has no such sync is no failure; one that turned read-only since the file was
-  // written is.
+  // syncData() hands a file's contents to the storage (fdatasync); syncWholeFile() hands it contents and
+  // attributes, and of a folder its names (fsync). It is no failure when the file system has no such sync,
+  // but it is one when the file system turned read-only since the file was written.
   RVXOutcome<> syncData();
   RVXOutcome<> syncWholeFile();
-  // To be called before the syncs of many files of one file system: where each of them would write a log of
-  // its own (btrfs), all of it is committed at once, and the syncs find nothing left to do. What failed, they
-  // tell.
+  // To be called before the syncs of many files of one file system. Where each sync would write a log of its
+  // own (btrfs), this commits everything at once, and the syncs find nothing left to do. They also report
+  // what failed here.
   void prepareManySyncs();
 
-  // The requests by which transfers are made to go to the storage and the page cache is left as it was. A
-  // file system that refuses one is served as far as it goes. A length of 0 means to the end of the file.
+  // These requests make transfers go to the storage and leave the page cache as it was. Where a file system
+  // refuses one, the others still help. A length of 0 means to the end of the file.
 
   // False where starting and waiting for the write-back of a range does nothing, so that only a sync of the
-  // whole file tells whether it was written: overlayfs, whose files are cached under the ones below, and
-  // FUSE.
+  // whole file tells whether it was written: on overlayfs, which caches its files under the ones below, and
+  // on FUSE.
   [[nodiscard]] bool canWriteBackRanges() const;
   // Starts to write back a range's dirty pages, without waiting.
   void startWriteBack(int64_t offset, int64_t length);

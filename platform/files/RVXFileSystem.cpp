@@ -79,7 +79,7 @@ RVXOutcome<> createFolder(const std::string& path) {
   if (isFolder(path)) return {};
   if (::mkdir(path.c_str(), kNewFolderPermissions) != 0) {
     const RVXIOFailure failure = failureFromErrno(errno);
-    // Another program may have been faster; "a/." can't be made and is there all the same.
+    // Another program may have been faster; "a/." can't be made but is there all the same.
     return isFolder(path) ? RVXOutcome<>() : failure;
   }
   return syncFolder(pathWithoutLastComponent(path));

@@ -16,28 +16,28 @@ RVXOutcome<RVXFileAttributes> attributesOfItem(const std::string& path);
 // The attributes of what the path leads to, links followed.
 RVXOutcome<RVXFileAttributes> attributesOfTarget(const std::string& path);
 
-// Is it the same file? True when the very item at `path` is the item `identity`; and when `path` leads to it,
-// by whatever name or link. What can't be examined is no file, and so is an identity that is absent.
+// Is it the same file? isItem(): the item itself at `path` is that one. leadsTo(): `path` leads to it, by
+// whatever name or link. False where nothing can be examined at `path`, or `identity` is absent.
 bool isItem(const std::string& path, const std::optional<RVXFileIdentity>& identity);
 bool leadsTo(const std::string& path, const std::optional<RVXFileIdentity>& identity);
 
 // Both follow links: a link to nothing does not exist.
 bool fileExists(const std::string& path);
 bool isFolder(const std::string& path);
-// Whether the item itself is one.
+// Whether the item itself is a link.
 bool isSymbolicLink(const std::string& path);
 
 // The size in bytes of the item itself; 0 for one that is missing or can't be examined.
 uint64_t filesizeCFI(const std::string& path);
 
-// Creates the folder and hands its name to the storage. A folder that is there already is a success.
+// Creates the folder and hands its name to the storage. That the folder exists already is a success.
 RVXOutcome<> createFolder(const std::string& path);
 
 // The same with all missing intermediate folders.
 RVXOutcome<> createFolderWithIntermediates(const std::string& path);
 
-// Hands the names in a folder to the storage (fsync of the folder). A file system that has no such sync is
-// no failure.
+// Hands the names in a folder to the storage (fsync of the folder). It is no failure when the file system has
+// no such sync.
 RVXOutcome<> syncFolder(const std::string& path);
 
 // The names of the folder's entries, sorted; "." and ".." are left out. Empty when it can't be listed.

@@ -7,7 +7,7 @@
 #include "platform/files/RVXIOFailure.h"
 
 // What an operation on a file or folder gave: its value, or why it failed. There is no conversion to bool on
-// purpose: at every use one reads which of the two is asked for.
+// purpose: each use says whether it asks for success or for failure.
 template <typename Value = void>
 class [[nodiscard]] RVXOutcome {
  public:
@@ -17,7 +17,7 @@ class [[nodiscard]] RVXOutcome {
   [[nodiscard]] bool succeeded() const { return mResult.index() == 0; }
   [[nodiscard]] bool failed() const { return !succeeded(); }
 
-  // To be asked for only after success, and only after failure.
+  // value() may be called only after success, failure() only after failure.
   [[nodiscard]] const Value& value() const& { return std::get<0>(mResult); }
   [[nodiscard]] Value& value() & { return std::get<0>(mResult); }
   [[nodiscard]] Value&& value() && { return std::get<0>(std::move(mResult)); }

@@ -9,12 +9,12 @@ class RVXReadRecovery {
  public:
   virtual ~RVXReadRecovery() = default;
 
-  // A block failed that begins at `position` (bytes). It is about to be tried once more.
+  // The block that begins at `position` (bytes) can't be read. It is about to be tried once more.
   virtual void readFailed(const RVXIOFailure& failure, int64_t position) = 0;
 
   // The file could not be opened again. If this returns, the file counts as ended at the failed block.
   virtual void reopenFailed() = 0;
 
-  // The second try failed as well. It is told the failure of the first. Must not return: ends the process.
+  // The second try failed as well. `failure` is that of the first. Must not return: ends the process.
   virtual void readFailedAgain(const RVXIOFailure& firstFailure) = 0;
 };

@@ -21,9 +21,9 @@ class RVXRecoveringReader {
   // Fills the block to its capacity unless the file ends first; a block that is not full is the last.
   void read(RVXBlock& block, RVXReadRecovery& recovery);
 
-  // What makes the open file the same as another path's; none when it is closed.
+  // Tells whether the open file is the same as that of another path; none when it is closed.
   [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
-  // Whether it is one; false when it is closed.
+  // Whether the open file is a regular one; false when it is closed.
   [[nodiscard]] bool isRegularFile() const { return mReader && mReader->isRegularFile(); }
 
   void close() { mReader.reset(); }

@@ -10,8 +10,9 @@
 #include "platform/files/RVXOutcome.h"
 
 // A file that is read from its storage, not from the page cache, and leaves no pages there. Used by one
-// thread at a time. Which way was taken is not visible outside: where the file system refuses direct I/O, at
-// the request or at the first transfer, the reads are buffered ones whose pages are dropped after them.
+// thread at a time. The caller does not see which way was taken: where the file system refuses direct I/O,
+// when it is asked for or at the first transfer, the reads are buffered and their pages are dropped
+// afterwards.
 class RVXStorageReader {
  public:
   // Opens the file, links followed. A FIFO is refused (ESPIPE): it can't be read twice, and without a writer
@@ -30,10 +31,10 @@ class RVXStorageReader {
   RVXOutcome<> seek(int64_t offset);
 
   // Fills the block to its capacity unless the file ends first, so a block that is not full is the last.
-  // On a failure nothing is said about the block's contents, and the offset is unknown.
+  // After a failure the block's contents and the offset are unknown.
   RVXOutcome<> readUpToCapacity(RVXBlock& block);
 
-  // What makes the open file the same as another path's.
+  // Tells whether the open file is the same as that of another path.
   [[nodiscard]] RVXFileIdentity identity() const { return mAttributes.identity; }
   [[nodiscard]] bool isRegularFile() const { return mAttributes.type == RVXFileType::regular; }
 

@@ -37,7 +37,7 @@ RVXOutcome<> RVXStorageWriter::write(std::span<const std::byte> bytes) {
   if (!mBypassesCache) return {};
   if (!mWritesUncached) mHandle.startWriteBack(start, mWritten - start);
   if (unsettled() <= kMostUnsettled) return {};
-  // Where only the whole file can be waited for, that is done once in a while and not for each block.
+  // Where only the whole file can be waited for, that is done now and then, not for each block.
   return settleUpTo(mSettlesRanges ? mWritten - kMostUnsettled : mWritten);
 }
 

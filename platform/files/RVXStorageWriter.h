@@ -9,24 +9,24 @@
 #include "platform/files/RVXOutcome.h"
 
 // A new file that is written to its storage without staying in the page cache. Used by one thread at a time.
-// Which way was taken is not visible outside.
+// The caller does not see which way was taken.
 class RVXStorageWriter {
  public:
-  // The most that may be written and not yet taken by the storage, in bytes: it bounds the memory that a slow
-  // destination can bind, keeps progress honest and shows a dying disk early.
+  // The most bytes that may be written but not yet taken by the storage. This bounds the memory that a slow
+  // destination occupies, keeps progress honest and shows a dying disk early.
   static constexpr int64_t kMostUnsettled = int64_t{16} * 1024 * 1024;
 
-  // Opens the file at `path` for writing, creates it where there is none, and leaves the contents of an
-  // existing one alone. Nothing is written through a symbolic link at
-  // `path` itself: it is not opened. Never waits for a reader of a FIFO.
+  // Opens the file at `path` for writing and creates it where there is none; what an existing one contains
+  // stays. A symbolic link at `path` itself is not opened, so nothing is written through it. Never waits for
+  // a reader of a FIFO.
   static RVXOutcome<RVXStorageWriter> openForWriting(const std::string& path);
 
-  // The same for a file that is not there yet. Where it is, it is left alone and not opened, also when
-  // another process creates it in this very moment.
+  // The same for a file that does not exist yet. One that exists is left alone and not opened, even if
+  // another process creates it at this very moment.
   static RVXOutcome<RVXStorageWriter> createForWriting(const std::string& path);
 
   // Keeps what is written to a file that was just opened out of the page cache. Where it could not be opened,
-  // the request goes to descriptor 0, and for that reason it is a mere advice.
+  // the request goes to descriptor 0; there it is only advice and does no harm.
   static void bypassCache(RVXOutcome<RVXStorageWriter>& opened);
 
   // The attributes of the open file.
@@ -35,7 +35,7 @@ class RVXStorageWriter {
   // Empties the file. To be called before the first write.
   RVXOutcome<> truncate() { return mHandle.truncate(); }
 
-  // Whether what is written is kept by a storage, as opposed to one who reads it.
+  // Whether a storage keeps what is written; false where somebody reads it, as from a pipe.
   [[nodiscard]] bool isOnStorage() const { return mBypassesCache; }
 
   // Writes all the bytes. Returns when at most kMostUnsettled bytes of the file are not yet with the storage.
@@ -45,16 +45,17 @@ class RVXStorageWriter {
   [[nodiscard]] int64_t written() const { return mWritten; }
   [[nodiscard]] int64_t unsettled() const { return mWritten - mSettled; }
 
-  // Waits until the storage has taken all that was written. That does not yet make it survive a power cut,
-  // except where only a sync of the whole file tells.
+  // Waits until the storage has taken all that was written. That alone does not make it survive a power cut.
+  // (On file systems where only a sync of the whole file can be waited for, it does.)
   RVXOutcome<> settle();
 
-  // To be called on one of many files of a file system before they are made durable, which saves most of
-  // their time.
+  // To be called on one of many files of the same file system before they are made durable. It saves most of
+  // the time that this takes.
   void prepareManyDurable() { mHandle.prepareManySyncs(); }
 
   // Hands the whole file to the storage, so that a power cut can't take it. To be called once, after the last
-  // write: a failed write-back is told only once. No failure where the file system has no sync.
+  // write, because a failed write-back is reported only once. It is no failure when the file system has no
+  // sync.
   RVXOutcome<> makeDurable();
 
   // Closes the file; see RVXFileHandle::close().

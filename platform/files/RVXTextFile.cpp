@@ -61,7 +61,7 @@ RVXOutcome<> writeInPlace(const std::string& path, std::string_view text) {
   return writeSyncAndClose(opened.value(), text);
 }
 
-// Whether the storage has exactly this text under that name; none when a read failed.
+// Whether the storage has exactly this text at that path; none when a read failed.
 std::optional<bool> storageHolds(const std::string& path, std::string_view text) {
   auto opened = RVXStorageReader::openForReading(path);
   if (opened.failed()) return false;
@@ -79,7 +79,7 @@ std::optional<bool> storageHolds(const std::string& path, std::string_view text)
 }
 
 bool readsBackAs(const std::string& path, std::string_view text) {
-  // As everywhere, a failed read has one retry, with the file opened again.
+  // As everywhere, a failed read is tried once more, with the file opened again.
   auto holds = storageHolds(path, text);
   if (!holds) holds = storageHolds(path, text);
   return holds.value_or(false);

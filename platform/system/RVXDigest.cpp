@@ -12,7 +12,7 @@
 
 namespace {
 
-// The library's memory. It does not survive every refusal, so it never gets to see one.
+// The library's memory. The library does not survive every refusal, so it never gets to see one.
 void* allocate(size_t size, const char* /*file*/, int /*line*/) {
   void* const memory = std::malloc(size);
   if (memory == nullptr && size > 0) endProcessWithoutMemory();
@@ -30,11 +30,12 @@ void release(void* memory, const char* /*file*/, int /*line*/) {
 // To be called before anything else of the library.
 int prepareLibrary() {
   CRYPTO_set_mem_functions(allocate, reallocate, release);
-  // Neither a file nor a variable of the environment may take the digests away, or load what it likes.
+  // No configuration file and no environment variable may take the digests away or have other code loaded.
   return OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
 }
 
-// Looked up in the library once: the look-up is far dearer than a digest of a small file. Null when refused.
+// Looked up in the library only once: that takes far longer than the digest of a small file. Null when
+// refused.
 const EVP_MD* method(HashAlgorithm algorithm) {
   [[maybe_unused]] static const int isPrepared = prepareLibrary();
   static const EVP_MD* const md5Method = EVP_MD_fetch(nullptr, "MD5", nullptr);

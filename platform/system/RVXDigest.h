@@ -32,6 +32,6 @@ class RVXDigest {
   std::unique_ptr<evp_md_ctx_st, FreeContext> mContext;
 };
 
-// The string digests: the digest string of a text's bytes. Links are digested by them, by their target text.
+// The digest strings of a text's bytes. The digest of a link is that of its target text.
 std::string SHA1Sum(std::string_view text);
 std::string md5(std::string_view text);

@@ -100,7 +100,7 @@ std::string processName() {
 }
 
 std::optional<std::string> homeFolder(const std::string& user) {
-  // The lookup would take what stands in front of a zero byte for the whole name.
+  // The lookup would stop at a zero byte and find the user whose name is in front of it.
   if (user.find('\0') != std::string::npos) return std::nullopt;
   // NOLINTNEXTLINE(concurrency-mt-unsafe): hash lists are read on one thread
   const passwd* entry = user.empty() ? ::getpwuid(::getuid()) : ::getpwnam(user.c_str());

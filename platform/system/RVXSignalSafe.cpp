@@ -60,7 +60,7 @@ void appendFrame(RVXFixedText& text, void* frame) {
   text.append("]");
 }
 
-// Of use only where its owner made it non-blocking.
+// Needed only where the owner of standard output made it non-blocking.
 void waitForStandardOutput() {
   constexpr int kForEver = -1;
   pollfd output{STDOUT_FILENO, POLLOUT, 0};

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-// Text as Unicode characters, for the places where a rule speaks of characters and not of bytes.
+// Text as Unicode characters, for rules that speak of characters and not of bytes.
 
 // One character of a text: its code point and the bytes that it was read from.
 struct RVXCharacter {

@@ -4,7 +4,7 @@
 
 #include "platform/threads/RVXMutex.h"
 
-// Lets a thread that polls hear at once that there is something to see. Any thread may signal; one waits.
+// Tells a polling thread at once that there is something to see. Any thread may signal; one thread waits.
 class RVXEvent {
  public:
   void signal() RVX_EXCLUDES(mCondition) {
@@ -13,7 +13,8 @@ class RVXEvent {
     mCondition.signal();
   }
 
-  // Returns as soon as it was signalled since the last wait, else after `longest` or sooner.
+  // Returns at once if there was a signal since the last wait, else at the next one, after `longest`, or
+  // sooner.
   void waitAtMost(std::chrono::milliseconds longest) RVX_EXCLUDES(mCondition) {
     const RVXConditionLock lock(mCondition);
     if (!mIsSignalled) mCondition.waitAtMost(longest);

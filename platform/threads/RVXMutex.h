@@ -31,7 +31,7 @@ class RVX_CAPABILITY("mutex") RVXMutex {
   std::mutex mMutex;
 };
 
-// Holds a mutex, or any other annotated lock, for the time of a scope.
+// Holds a mutex, or any other annotated lock, until the end of the scope.
 template <typename Lock>
 class RVX_SCOPED_CAPABILITY RVXLockHolder {
  public:
@@ -54,8 +54,8 @@ class RVX_CAPABILITY("mutex") RVXCondition {
   void lock() RVX_ACQUIRE() { mMutex.lock(); }
   void unlock() RVX_RELEASE() { mMutex.unlock(); }
 
-  // Gives the mutex back while waiting for a signal or broadcast and takes it again. May also
-  // return without one.
+  // Gives the mutex back, waits for a signal or broadcast, and takes the mutex again. May also return without
+  // one.
   void wait() RVX_REQUIRES(this) {
     std::unique_lock<std::mutex> held(mMutex, std::adopt_lock);
     mCondition.wait(held);

@@ -27,7 +27,7 @@ void RVXOperationQueue::waitUntilAllOperationsAreFinished() {
 }
 
 bool RVXOperationQueue::takesAnotherWorker() {
-  // One operation is left to the thread that will wait, unless it would be the only one.
+  // One operation is left for the thread that will wait, unless it is the only one.
   const size_t forWaitingThread = mWorkers.empty() ? 0 : 1;
   return mWaiting.size() > mIdleWorkers + forWaitingThread;
 }
@@ -58,7 +58,7 @@ std::function<void()> RVXOperationQueue::takeNext() {
 
 void RVXOperationQueue::run(std::function<void()> operation, size_t idleWorkers) {
   operation();
-  operation = nullptr;  // what it holds goes before the adder hears of its end
+  operation = nullptr;  // destroyed before the adder hears of its end
   const RVXConditionLock lock(mCondition);
   mIdleWorkers += idleWorkers;
   --mUnfinished;

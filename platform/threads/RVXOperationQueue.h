@@ -8,10 +8,10 @@
 #include "platform/threads/RVXMutex.h"
 #include "platform/threads/RVXThread.h"
 
-// Runs operations on worker threads, as many at once as there are: no limit is set. Used by one thread, which
-// adds and then waits; while it waits it runs an operation as well, so that a thread less is needed, and one
-// wake-up less for each operation. Only then, therefore, all are sure to be running; the first starts at
-// once.
+// Runs operations on worker threads, all at the same time: there is no limit. Used by one thread, which adds
+// operations and then waits. While it waits it runs an operation itself, which saves a thread, and a wake-up
+// for each operation. So the first operation starts at once, but all of them are sure to run only when the
+// wait has begun.
 class RVXOperationQueue {
  public:
   RVXOperationQueue() = default;
@@ -29,11 +29,11 @@ class RVXOperationQueue {
  private:
   void work() RVX_EXCLUDES(mCondition);
   bool takesAnotherWorker() RVX_REQUIRES(mCondition);
-  // The next operation; none where there is nothing to wait for any more.
+  // The next operation; an empty function when there is nothing more to wait for.
   std::function<void()> nextWhileUnfinished() RVX_EXCLUDES(mCondition);
   std::function<void()> nextForWorker() RVX_EXCLUDES(mCondition);
   std::function<void()> takeNext() RVX_REQUIRES(mCondition);
-  // Runs it, after which there are so many more idle workers.
+  // Runs it; then `idleWorkers` more workers are idle.
   void run(std::function<void()> operation, size_t idleWorkers) RVX_EXCLUDES(mCondition);
 
   RVXCondition mCondition{"RVXOperationQueueCondition"};
@@ -41,5 +41,5 @@ class RVXOperationQueue {
   size_t mUnfinished RVX_GUARDED_BY(mCondition) = 0;  // waiting or running
   size_t mIdleWorkers RVX_GUARDED_BY(mCondition) = 0;
   bool mIsClosing RVX_GUARDED_BY(mCondition) = false;
-  std::list<RVXThread> mWorkers;  // last: ended before what they use goes
+  std::list<RVXThread> mWorkers;  // last: they end before what they use is destroyed
 };

@@ -24,8 +24,8 @@ void yieldToOthers() {
   ::setpriority(PRIO_PROCESS, kThisThread, ::getpriority(PRIO_PROCESS, kThisThread) + kYieldingNiceness);
 }
 
-// The system's threads of one standing; a thread that was made nice may not become less so. Any thread may
-// call.
+// The system's threads of one standing. They are kept apart, because a thread that was made nice can't become
+// less nice again. Any thread may call.
 class ThreadPool {
  public:
   explicit ThreadPool(RVXThreadStanding standing) : mStanding(standing) {}
@@ -86,7 +86,7 @@ class ThreadPool {
   const RVXThreadStanding mStanding;
   RVXCondition mCondition{"RVXThreadPoolCondition"};
   std::deque<Work> mWaiting RVX_GUARDED_BY(mCondition);
-  size_t mReadyThreads RVX_GUARDED_BY(mCondition) = 0;  // those for which no waiting work is meant
+  size_t mReadyThreads RVX_GUARDED_BY(mCondition) = 0;  // ready ones that got no work yet
 };
 
 ThreadPool& poolOf(RVXThreadStanding standing) {

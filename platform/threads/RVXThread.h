@@ -6,14 +6,14 @@
 
 #include "platform/threads/RVXEvent.h"
 
-// How a thread stands when there are more of them than cores. One that yields leaves the core to threads that
-// compute; it suits threads that mostly wait for files. (Linux gives each thread a nice value of its own.)
+// How a thread stands when there are more threads than cores. A yielding one leaves the core to threads that
+// compute; this suits threads that mostly wait for files. (On Linux each thread has its own nice value.)
 enum class RVXThreadStanding { normal, yielding };
 
 // A thread that can be asked whether its work has ended. Owned and asked by one thread. The system's threads
 // are kept: one whose work has ended takes the next work, because a copy of many small files would otherwise
-// spend more on starting and ending threads than on the files. There are never more of them than were at work
-// at once.
+// spend more time on starting and ending threads than on the files. There are never more of them than have
+// worked at the same time.
 class RVXThread {
  public:
   // Starts the thread. The body may not throw. `ended`, if given, is signalled when the thread has ended.
@@ -29,6 +29,7 @@ class RVXThread {
   [[nodiscard]] bool isFinished() const { return mIsFinished->load(std::memory_order_acquire); }
 
  private:
-  // Shared with the system's thread, which still wakes the waiter when the flag is already seen.
+  // Shared with the system's thread, which may still signal the end when the owner has seen the flag and
+  // gone.
   std::shared_ptr<std::atomic<bool>> mIsFinished = std::make_shared<std::atomic<bool>>(false);
 };
