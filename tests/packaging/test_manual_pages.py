@@ -49,7 +49,7 @@ def can_inhibit():
 class FormTest(ProcessTest):
     def test_pages_have_no_fault_of_form(self):
         require("mandoc")
-        self.assertEqual(len(PAGES), 3)
+        self.assertEqual(len(PAGES), 4)
         for page in PAGES:
             lint = subprocess.run(["mandoc", "-T", "lint", "-W", "all", page], stdout=subprocess.PIPE,
                                   stderr=subprocess.DEVNULL).stdout.decode()
@@ -69,7 +69,7 @@ class FormTest(ProcessTest):
     def test_references_lead_to_a_page(self):
         names = {os.path.basename(page) for page in PAGES}
         for page in PAGES:
-            references = re.findall(r"^\.Xr (rvxcopy\S*) (\d)", file_bytes(page).decode(), re.MULTILINE)
+            references = re.findall(r"^\.Xr (rvx\S*) (\d)", file_bytes(page).decode(), re.MULTILINE)
             self.assertTrue(references, page)
             self.assertEqual({"%s.%s" % reference for reference in references} - names, set(), page)
 
@@ -88,6 +88,16 @@ class ContentsTest(ProcessTest):
         self.assertEqual(sorted(described), sorted(options))
         synopsis = re.findall(r"\bFl (\S+)", section("rvxcopy.1", "SYNOPSIS"))
         self.assertEqual(sorted(synopsis), sorted(options))
+
+    def test_the_same_of_rvxcheck(self):
+        statuses = re.findall(r"= (\d+),", source_text("check/RVXCheckStatus.h")) + ["117"]  # of include/ExitStatus.h
+        described = re.findall(r"^\.It (\d+)$", section("rvxcheck.1", "EXIT STATUS"), re.MULTILINE)
+        self.assertEqual(sorted(described), sorted(statuses))
+        usage = subprocess.run([os.environ["RVXCHECK"], "--help"], stdout=subprocess.PIPE).stdout.decode()
+        options = {option.lstrip("-").replace("--", "-") for option in re.findall(r"-[a-z]\b|--[a-z]+", usage)}
+        for place in ("SYNOPSIS", "OPTIONS"):
+            text = section("rvxcheck.1", place)
+            self.assertEqual({option.lstrip("-") for option in re.findall(r"\bFl (\S+)", text)}, options)
 
     def test_hash_lists_are_as_described(self):
         require("mandoc")
