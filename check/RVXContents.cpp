@@ -10,21 +10,29 @@
 
 namespace {
 
+// One that a file of that size does not fill, where it is small: to make a large block ready would take
+// longer than to read the file.
+size_t chunkSizeFor(int64_t size) {
+  constexpr size_t kSmallChunk = size_t{256} * 1024;
+  return size < static_cast<int64_t>(kSmallChunk) ? kSmallChunk : RVXContents::kChunkSize;
+}
+
 // Reads to the end and feeds the digests; returns the bytes read.
 int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery, std::vector<RVXDigest>& digests,
                     std::atomic<int64_t>& bytesRead) {
-  std::array<RVXBlock, 2> chunks{RVXBlock::withCapacity(RVXContents::kChunkSize),
-                                 RVXBlock::withCapacity(RVXContents::kChunkSize)};
+  const size_t chunkSize = chunkSizeFor(reader.size());
+  std::array<RVXBlock, 2> chunks;
   RVXOperationQueue queue;
   int64_t length = 0;
   for (size_t i = 0;; i = 1 - i) {
     RVXBlock& chunk = chunks[i];
+    if (chunk.storage().empty()) chunk = RVXBlock::withCapacity(chunkSize);
     reader.read(chunk, recovery);
     queue.waitUntilAllOperationsAreFinished();
     const auto chunkLength = static_cast<int64_t>(chunk.length());
     length += chunkLength;
     bytesRead.fetch_add(chunkLength, std::memory_order_relaxed);  // only shown
-    const bool isLast = chunk.length() != RVXContents::kChunkSize;
+    const bool isLast = chunk.length() != chunkSize;
     for (RVXDigest& digest : digests) {
       const auto update = [&digest, &chunk] { digest.update(chunk.bytes()); };
       // At the end nothing is read beside it, and for small files a thread would cost more than it saves.

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr size_t kBlockSize = size_t{64} * 1024;
+constexpr size_t kBlockSize = size_t{256} * 1024;
 
 // Longer than the longest path, every byte of it escaped. Of a longer line, in what is no list, only the
 // beginning is held.

@@ -23,6 +23,8 @@ class RVXRecoveringReader {
 
   // What makes the open file the same as another path's; none when it is closed.
   [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
+  // In bytes, when it was opened; 0 when it is closed.
+  [[nodiscard]] int64_t size() const { return mReader ? mReader->size() : 0; }
   // Whether it is one; false when it is closed.
   [[nodiscard]] bool isRegularFile() const { return mReader && mReader->isRegularFile(); }
 

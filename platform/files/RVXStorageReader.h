@@ -35,6 +35,8 @@ class RVXStorageReader {
 
   // What makes the open file the same as another path's.
   [[nodiscard]] RVXFileIdentity identity() const { return mAttributes.identity; }
+  // In bytes, when it was opened.
+  [[nodiscard]] int64_t size() const { return mAttributes.size; }
   [[nodiscard]] bool isRegularFile() const { return mAttributes.type == RVXFileType::regular; }
 
  private:
