@@ -1,7 +1,6 @@
 #include "copy/RVXCopyOperationThreaded.h"
 
 #include <chrono>
-#include <thread>
 #include <utility>
 
 #include "copy/RVXCopyReadRecovery.h"
@@ -19,10 +18,6 @@ namespace {
 constexpr auto kPollInterval = std::chrono::milliseconds(1);
 constexpr uint64_t kPollsPerStatus = 500;  // about half a second
 constexpr const char* kDiscardingFolder = "/dev/null/";
-
-void pollAgainLater() {
-  std::this_thread::sleep_for(kPollInterval);
-}
 
 }  // namespace
 
@@ -49,7 +44,10 @@ void RVXCopyOperationThreaded::main() {
   mFileSize = attributes.value().size;
   if (openSource() && openDestinations()) copyFile();
   mBufferManager.reset();
-  mWriters.clear();
+}
+
+std::vector<RVXDestinationFile> RVXCopyOperationThreaded::takeCopies() {
+  return std::move(mCopies);
 }
 
 std::optional<std::string> RVXCopyOperationThreaded::hash() const {
@@ -128,7 +126,7 @@ bool RVXCopyOperationThreaded::openDestination(const Destination& place) {
     fail(RVXError::copyDestinationNotOpened(place.number));
     return false;
   }
-  mWriters.push_back({std::move(opened).value(), place.folder});
+  mCopies.push_back({std::move(opened).value(), place.folder});
   return true;
 }
 
@@ -147,22 +145,23 @@ void RVXCopyOperationThreaded::copyFile() {
   startThreads();
   // What has no size, a device, has no count that could be waited for.
   if (mFileSize != 0) waitForAllBytes();
-  while (!allThreadsFinished()) pollAgainLater();
-  closeFiles();
+  while (!allThreadsFinished()) mThreadEnded->waitAtMost(kPollInterval);
+  mSourceFH->close();
 }
 
 void RVXCopyOperationThreaded::startThreads() {
   // The digests decide how long a copy takes; the threads that wait for files leave the cores to them.
   const auto standing = mSkipVerification ? RVXThreadStanding::normal : RVXThreadStanding::yielding;
-  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); }, standing);
+  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); }, standing, mThreadEnded);
   mDigestThread =
-      std::make_unique<RVXThread>([this] { mSkipVerification ? fakeDigestThread() : digestThread(); });
+      std::make_unique<RVXThread>([this] { mSkipVerification ? fakeDigestThread() : digestThread(); },
+                                  RVXThreadStanding::normal, mThreadEnded);
   {
     const RVXMutexLock lock(mThreadIndexLock);
     mThreadIndex = 0;
   }
-  for (Writer& writer : mWriters) {
-    mWriterThreads.emplace_back([this, &writer] { writeThread(writer); }, standing);
+  for (RVXDestinationFile& copy : mCopies) {
+    mWriterThreads.emplace_back([this, &copy] { writeThread(copy); }, standing, mThreadEnded);
   }
 }
 
@@ -171,21 +170,14 @@ void RVXCopyOperationThreaded::waitForAllBytes() {
   for (uint64_t i = 0; mBufferManager->bytesWritten() != static_cast<uint64_t>(mFileSize); ++i) {
     if (mForceExit) return;
     if (i != 0 && i % kPollsPerStatus == 0) printStatus();
-    pollAgainLater();
-  }
-}
-
-void RVXCopyOperationThreaded::closeFiles() {
-  mSourceFH->close();
-  for (Writer& writer : mWriters) {
-    endProcessIfFailed(writer.fileHandle.close(), writer);
+    mThreadEnded->waitAtMost(kPollInterval);
   }
 }
 
 void RVXCopyOperationThreaded::readThread() {
   RVXCopyReadRecovery recovery(mSourcePath);
   while (true) {
-    while (!mBufferManager->willAcceptReadBuffer() && !mForceExit) pollAgainLater();
+    while (!mBufferManager->willAcceptReadBuffer() && !mForceExit) mBufferFinished.waitAtMost(kPollInterval);
     if (forcedExit("readThread")) return;
     // A consumer counts a buffer as finished just before it releases it; between the two this block would be
     // one more than the lag allows.
@@ -213,6 +205,7 @@ void RVXCopyOperationThreaded::digestThread() {
     queue.addOperation([&] { sha1Digest.update(buffer->bytes()); });
     queue.waitUntilAllOperationsAreFinished();
     mBufferManager->finishedDigest();
+    mBufferFinished.signal();
   }
   const std::string md5Text = md5Digest.final();
   const std::string sha1Text = sha1Digest.final();
@@ -227,20 +220,21 @@ void RVXCopyOperationThreaded::fakeDigestThread() {
     const RVXBlock* const buffer = mBufferManager->nextBufferForDigest();
     if (forcedExit("digestThread") || buffer == nullptr) return;
     mBufferManager->finishedDigest();
+    mBufferFinished.signal();
   }
 }
 
-void RVXCopyOperationThreaded::writeThread(Writer& info) {
+void RVXCopyOperationThreaded::writeThread(RVXDestinationFile& info) {
   const int64_t index = takeThreadIndex();
   while (true) {
     const RVXBlock* const buffer = mBufferManager->nextBufferForWritingInThread(index);
     if (forcedExit("writeThread")) return;
-    if (buffer == nullptr) break;
-    endProcessIfFailed(info.fileHandle.write(buffer->bytes()), info);
+    if (buffer == nullptr) return;
+    const auto written = info.fileHandle.write(buffer->bytes());
+    if (written.failed()) endProcessOnWriteFailure(written.failure(), info.destPath);
     mBufferManager->finishedWritingInThread(index);
+    mBufferFinished.signal();
   }
-  // Here and not where the files are closed, so that the destinations do it side by side.
-  endProcessIfFailed(info.fileHandle.makeDurable(), info);
 }
 
 void RVXCopyOperationThreaded::printStatus() const {
@@ -281,10 +275,6 @@ void RVXCopyOperationThreaded::endProcessIfExists(const Destination& place) cons
 void RVXCopyOperationThreaded::endProcessOnExisting(const Destination& place) {
   print("ERROR: File destination #%u (%s) already exists.\n", place.number, place.file.c_str());
   endProcess(ExitStatus::destinationFileExists);
-}
-
-void RVXCopyOperationThreaded::endProcessIfFailed(const RVXOutcome<>& outcome, const Writer& writer) {
-  if (outcome.failed()) endProcessOnWriteFailure(outcome.failure(), writer.destPath);
 }
 
 int64_t RVXCopyOperationThreaded::takeThreadIndex() {

@@ -10,10 +10,11 @@
 #include <vector>
 
 #include "copy/RVXCopyBufferManager.h"
+#include "copy/RVXDestinationFile.h"
 #include "include/HashAlgorithm.h"
 #include "include/RVXError.h"
 #include "platform/files/RVXRecoveringReader.h"
-#include "platform/files/RVXStorageWriter.h"
+#include "platform/threads/RVXEvent.h"
 #include "platform/threads/RVXMutex.h"
 #include "platform/threads/RVXThread.h"
 
@@ -33,8 +34,10 @@
 //   117 the machine refuses a thread or memory
 //   211, 212 a copy can't be written, synced or closed (212: no space left)
 //   220 a block of the source can't be read, tried twice
-// main() counts the bytes up to the size that the source had before. Where it has another by then, main()
-// waits for ever, unless the count passes exactly that size when it looks.
+// What is written is on its way to the storage when main() returns, and its files are open: takeCopies()
+// hands them to the one who makes them safe from a power cut. main() counts the bytes up to the size that the
+// source had before. Where it has another by then, main() waits for ever, unless the count passes exactly
+// that size when it looks.
 class RVXCopyOperationThreaded {
  public:
   static constexpr size_t kBlockSize = size_t{2} * 1024 * 1024;
@@ -64,9 +67,13 @@ class RVXCopyOperationThreaded {
   [[nodiscard]] int64_t sizeOfAllFilesProcessed() const { return mSizeOfAllFilesProcessed; }
   void setSizeOfAllFilesProcessed(int64_t size) { mSizeOfAllFilesProcessed = size; }
 
-  // Performs the copy; all its threads have ended, and every copy is with the storage, when it returns
-  // without a failure. The names in the destination folders are the caller's to sync.
+  // Performs the copy; all its threads have ended when it returns.
   void main();
+
+  // The files that were written, open, one for each destination in order; none for a link. Once, after a
+  // main() without a failure. Nothing of them is durable before the caller has made it so, nor are their
+  // names.
+  [[nodiscard]] std::vector<RVXDestinationFile> takeCopies();
 
   [[nodiscard]] bool isFailed() const { return mIsFailed; }
   [[nodiscard]] const std::optional<RVXError>& error() const { return mError; }
@@ -86,12 +93,6 @@ class RVXCopyOperationThreaded {
     bool isDiscarded = false;  // whatever is written there is to be lost
   };
 
-  // A destination's file, opened, and its folder.
-  struct Writer {
-    RVXStorageWriter fileHandle;
-    std::string destPath;
-  };
-
   RVXCopyOperationThreaded() = default;
 
   [[nodiscard]] std::vector<Destination> destinations() const;
@@ -103,12 +104,11 @@ class RVXCopyOperationThreaded {
   [[nodiscard]] bool isSource(const RVXStorageWriter& file) const;
   void startThreads();
   void waitForAllBytes();
-  void closeFiles();
 
   void readThread();
   void digestThread();
   void fakeDigestThread();
-  void writeThread(Writer& info);
+  void writeThread(RVXDestinationFile& info);
 
   void printStatus() const;
   void printDigests(const std::optional<std::string>& sha1, const std::optional<std::string>& md5) const;
@@ -118,7 +118,6 @@ class RVXCopyOperationThreaded {
   // The first only where it may not be overwritten.
   void endProcessIfExists(const Destination& place) const;
   [[noreturn]] static void endProcessOnExisting(const Destination& place);
-  static void endProcessIfFailed(const RVXOutcome<>& outcome, const Writer& writer);
   // The number that a writer has in the buffer manager. The threads take it in the order in which they come
   // to run, so it isn't the number of the destination.
   int64_t takeThreadIndex() RVX_EXCLUDES(mThreadIndexLock);
@@ -140,7 +139,7 @@ class RVXCopyOperationThreaded {
   std::atomic<int64_t> mSizeOfAllFilesProcessed{0};
   [[maybe_unused]] std::optional<std::chrono::steady_clock::time_point> mOutputTimer;  // reserved, not used
   std::unique_ptr<RVXCopyBufferManager> mBufferManager;  // exists only during main()
-  std::deque<Writer> mWriters;                           // in destination order; only during main()
+  std::vector<RVXDestinationFile> mCopies;               // in destination order
 
   // Nothing sets it; every thread and the progress loop test it all the same, so that setting it would stop
   // them all.
@@ -148,6 +147,10 @@ class RVXCopyOperationThreaded {
 
   RVXMutex mThreadIndexLock;
   int64_t mThreadIndex RVX_GUARDED_BY(mThreadIndexLock) = 0;
+
+  // What ends a poll before its time: a thread of the copy has ended, a consumer has finished a buffer.
+  std::shared_ptr<RVXEvent> mThreadEnded = std::make_shared<RVXEvent>();
+  RVXEvent mBufferFinished;
 
   // Last, so that the threads have ended before what they use goes.
   std::unique_ptr<RVXThread> mDigestThread;

@@ -1,6 +1,7 @@
 #include "frontend/CopyPhase.h"
 
 #include "copy/RVXCopyOperationThreaded.h"
+#include "copy/RVXFlushGroup.h"
 #include "copy/RVXWriteFailure.h"
 #include "frontend/CopyError.h"
 #include "frontend/OverwriteGuard.h"
@@ -12,7 +13,7 @@ namespace {
 
 // Copies one file and returns its size in bytes.
 uint64_t copyFile(const CopyJobOptions& options, const CopyPlan& plan, const RVXSourceFile& file,
-                  uint64_t bytesCopied, RVXHashList& hashList) {
+                  uint64_t bytesCopied, RVXHashList& hashList, RVXFlushGroup& flushGroup) {
   const std::string algorithmName = hashAlgorithmLabel(options.algorithm);
   std::vector<std::string> filenames;
   for (const auto& copy : file.copies) filenames.push_back(copy.name);
@@ -28,6 +29,7 @@ uint64_t copyFile(const CopyJobOptions& options, const CopyPlan& plan, const RVX
   if (!options.skipVerification) {
     hashList.addHash(operation->hash().value_or(""), algorithmName, file.hashListKey);
   }
+  flushGroup.add(operation->takeCopies());
   return fileSize;
 }
 
@@ -44,9 +46,12 @@ void syncDestinationFolders(const CopyPlan& plan) {
 void runCopyPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHashList& hashList) {
   if (options.verbose) print("INFO: copying %s...\n", sourceFolder(options).c_str());
   refuseToOverwriteSources(options, plan);
+  RVXFlushGroup flushGroup;
   uint64_t bytesCopied = 0;
   for (uint64_t i = 0; i < plan.fileCount; ++i) {
-    bytesCopied += copyFile(options, plan, RVXSourceFile::ofPlan(options, plan, i), bytesCopied, hashList);
+    bytesCopied +=
+        copyFile(options, plan, RVXSourceFile::ofPlan(options, plan, i), bytesCopied, hashList, flushGroup);
   }
+  flushGroup.flush();
   syncDestinationFolders(plan);
 }

@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <span>
 
-// A piece of a file in memory, ready for direct I/O: aligned, all of it there, and from 2 MiB on in huge pages
-// where the system has them. Move-only. Its memory is recycled: a block made after another of the same capacity
-// was destroyed has that one's memory, already mapped. Blocks may be made and destroyed on any thread; a block
-// itself is used by one thread at a time, or read by many.
+// A piece of a file in memory, ready for direct I/O: aligned, all of it there, and from 2 MiB on in huge
+// pages where the system has them. Move-only. Its memory is recycled: a block made after another of the same
+// capacity was destroyed has that one's memory, already mapped. Blocks may be made and destroyed on any
+// thread; a block itself is used by one thread at a time, or read by many.
 class RVXBlock {
  public:
   // A block of no capacity.

@@ -67,6 +67,13 @@ RVXOutcome<> sync(int (*call)(int), int descriptor) {
   return failure;
 }
 
+constexpr decltype(statfs::f_type) kUnknownType = 0;
+
+decltype(statfs::f_type) fileSystemType(int descriptor) {
+  struct statfs fileSystem {};
+  return ::fstatfs(descriptor, &fileSystem) == 0 ? fileSystem.f_type : kUnknownType;
+}
+
 }  // namespace
 
 RVXFileHandle& RVXFileHandle::operator=(RVXFileHandle&& other) noexcept {
@@ -163,10 +170,13 @@ RVXOutcome<> RVXFileHandle::syncWholeFile() {
   return sync(::fsync, mDescriptor);
 }
 
+void RVXFileHandle::prepareManySyncs() {
+  if (fileSystemType(mDescriptor) == BTRFS_SUPER_MAGIC) ::syncfs(mDescriptor);
+}
+
 bool RVXFileHandle::canWriteBackRanges() const {
-  struct statfs fileSystem {};
-  return ::fstatfs(mDescriptor, &fileSystem) == 0 && fileSystem.f_type != OVERLAYFS_SUPER_MAGIC &&
-         fileSystem.f_type != kFUSE;
+  const auto type = fileSystemType(mDescriptor);
+  return type != kUnknownType && type != OVERLAYFS_SUPER_MAGIC && type != kFUSE;
 }
 
 void RVXFileHandle::startWriteBack(int64_t offset, int64_t length) {

@@ -56,6 +56,10 @@ class RVXFileHandle {
   // written is.
   RVXOutcome<> syncData();
   RVXOutcome<> syncWholeFile();
+  // To be called before the syncs of many files of one file system: where each of them would write a log of
+  // its own (btrfs), all of it is committed at once, and the syncs find nothing left to do. What failed, they
+  // tell.
+  void prepareManySyncs();
 
   // The requests by which transfers are made to go to the storage and the page cache is left as it was. A
   // file system that refuses one is served as far as it goes. A length of 0 means to the end of the file.

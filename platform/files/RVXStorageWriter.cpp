@@ -33,24 +33,35 @@ RVXOutcome<> RVXStorageWriter::write(std::span<const std::byte> bytes) {
   const int64_t start = mWritten;
   if (auto written = mHandle.writeWholeUncached(bytes, mWritesUncached); written.failed()) return written;
   mWritten += static_cast<int64_t>(bytes.size());
+  mIsSynced = false;
   if (!mBypassesCache) return {};
   if (!mWritesUncached) mHandle.startWriteBack(start, mWritten - start);
-  return settle();
+  if (unsettled() <= kMostUnsettled) return {};
+  // Where only the whole file can be waited for, that is done once in a while and not for each block.
+  return settleUpTo(mSettlesRanges ? mWritten - kMostUnsettled : mWritten);
 }
 
 RVXOutcome<> RVXStorageWriter::makeDurable() {
-  if (auto synced = mHandle.syncData(); synced.failed()) return synced;
+  if (auto synced = sync(); synced.failed()) return synced;
   if (mBypassesCache) mHandle.dropCachedRange(0, 0);
   return {};
 }
 
 RVXOutcome<> RVXStorageWriter::settle() {
-  if (mWritten - mSettled <= kMostUnsettled) return {};
-  // Where only the whole file can be waited for, that is done once in a while and not for each block.
-  const int64_t settled = mSettlesRanges ? mWritten - kMostUnsettled : mWritten;
-  auto waited = mSettlesRanges ? mHandle.waitForWriteBack(mSettled, settled - mSettled) : mHandle.syncData();
+  return unsettled() > 0 ? settleUpTo(mWritten) : RVXOutcome<>();
+}
+
+RVXOutcome<> RVXStorageWriter::settleUpTo(int64_t settled) {
+  auto waited = mSettlesRanges ? mHandle.waitForWriteBack(mSettled, settled - mSettled) : sync();
   if (waited.failed()) return waited;
   mHandle.dropCachedRange(mSettled, settled - mSettled);
   mSettled = settled;
   return {};
+}
+
+RVXOutcome<> RVXStorageWriter::sync() {
+  if (mIsSynced) return {};
+  auto synced = mHandle.syncData();
+  mIsSynced = synced.succeeded();
+  return synced;
 }

@@ -35,8 +35,23 @@ class RVXStorageWriter {
   // Empties the file. To be called before the first write.
   RVXOutcome<> truncate() { return mHandle.truncate(); }
 
+  // Whether what is written is kept by a storage, as opposed to one who reads it.
+  [[nodiscard]] bool isOnStorage() const { return mBypassesCache; }
+
   // Writes all the bytes. Returns when at most kMostUnsettled bytes of the file are not yet with the storage.
   RVXOutcome<> write(std::span<const std::byte> bytes);
+
+  // How many bytes were written, and how many of these the storage may not have taken yet.
+  [[nodiscard]] int64_t written() const { return mWritten; }
+  [[nodiscard]] int64_t unsettled() const { return mWritten - mSettled; }
+
+  // Waits until the storage has taken all that was written. That does not yet make it survive a power cut,
+  // except where only a sync of the whole file tells.
+  RVXOutcome<> settle();
+
+  // To be called on one of many files of a file system before they are made durable, which saves most of
+  // their time.
+  void prepareManyDurable() { mHandle.prepareManySyncs(); }
 
   // Hands the whole file to the storage, so that a power cut can't take it. To be called once, after the last
   // write: a failed write-back is told only once. No failure where the file system has no sync.
@@ -49,7 +64,8 @@ class RVXStorageWriter {
   static RVXOutcome<RVXStorageWriter> openWithFlags(const std::string& path, int flags);
   explicit RVXStorageWriter(RVXFileHandle handle) : mHandle(std::move(handle)) {}
   void bypassCache();
-  RVXOutcome<> settle();
+  RVXOutcome<> settleUpTo(int64_t settled);
+  RVXOutcome<> sync();
 
   RVXFileHandle mHandle;
   bool mBypassesCache = false;
@@ -57,4 +73,5 @@ class RVXStorageWriter {
   bool mSettlesRanges = false;   // the write-back of a part of the file can be waited for
   int64_t mWritten = 0;          // bytes
   int64_t mSettled = 0;          // of these, how many the storage has taken
+  bool mIsSynced = false;        // all of them were synced
 };

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <mntent.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -104,6 +105,12 @@ std::optional<std::string> homeFolder(const std::string& user) {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): hash lists are read on one thread
   const passwd* entry = user.empty() ? ::getpwuid(::getuid()) : ::getpwnam(user.c_str());
   return entry != nullptr ? std::optional<std::string>(entry->pw_dir) : std::nullopt;
+}
+
+size_t mostOpenFiles() {
+  rlimit limit{};
+  constexpr size_t kFewestByPOSIX = _POSIX_OPEN_MAX;
+  return ::getrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : kFewestByPOSIX;
 }
 
 std::vector<std::string> mountedVolumes() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,6 +19,9 @@ std::string processName();
 
 // The home folder of that user, or of the process's own user when `user` is empty; none when there is none.
 std::optional<std::string> homeFolder(const std::string& user);
+
+// How many files the process may have open at once.
+size_t mostOpenFiles();
 
 // The mounted volumes: the entries of /Volumes where that folder exists, elsewhere the folders on which the
 // mount table has a real file system (one on a block device, from the network, or FUSE).

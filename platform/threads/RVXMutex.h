@@ -62,6 +62,13 @@ class RVX_CAPABILITY("mutex") RVXCondition {
     held.release();
   }
 
+  // The same, and also returns after `longest`.
+  void waitAtMost(std::chrono::milliseconds longest) RVX_REQUIRES(this) {
+    std::unique_lock<std::mutex> held(mMutex, std::adopt_lock);
+    mCondition.wait_for(held, longest);
+    held.release();
+  }
+
   // Wakes one that waits.
   void signal() RVX_REQUIRES(this) { mCondition.notify_one(); }
 

@@ -98,10 +98,12 @@ ThreadPool& poolOf(RVXThreadStanding standing) {
 
 }  // namespace
 
-RVXThread::RVXThread(std::function<void()> body, RVXThreadStanding standing) {
-  poolOf(standing).run(std::move(body), [isFinished = mIsFinished] {
+RVXThread::RVXThread(std::function<void()> body, RVXThreadStanding standing,
+                     std::shared_ptr<RVXEvent> ended) {
+  poolOf(standing).run(std::move(body), [isFinished = mIsFinished, ended = std::move(ended)] {
     isFinished->store(true, std::memory_order_release);
     isFinished->notify_one();
+    if (ended) ended->signal();
   });
 }
 

@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 
+#include "platform/threads/RVXEvent.h"
+
 // How a thread stands when there are more of them than cores. One that yields leaves the core to threads that
 // compute; it suits threads that mostly wait for files. (Linux gives each thread a nice value of its own.)
 enum class RVXThreadStanding { normal, yielding };
@@ -14,8 +16,10 @@ enum class RVXThreadStanding { normal, yielding };
 // at once.
 class RVXThread {
  public:
-  // Starts the thread. The body may not throw. Ends the process when the machine gives no more threads.
-  explicit RVXThread(std::function<void()> body, RVXThreadStanding standing = RVXThreadStanding::normal);
+  // Starts the thread. The body may not throw. `ended`, if given, is signalled when the thread has ended.
+  // Ends the process when the machine gives no more threads.
+  explicit RVXThread(std::function<void()> body, RVXThreadStanding standing = RVXThreadStanding::normal,
+                     std::shared_ptr<RVXEvent> ended = nullptr);
   // Waits for its end.
   ~RVXThread();
   RVXThread(const RVXThread&) = delete;

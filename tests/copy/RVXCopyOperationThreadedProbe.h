@@ -23,8 +23,8 @@ struct RVXCopyOperationThreadedProbe {
   static void digestThread(RVXCopyOperationThreaded& operation) { operation.digestThread(); }
   static void fakeDigestThread(RVXCopyOperationThreaded& operation) { operation.fakeDigestThread(); }
   static void writeThread(RVXCopyOperationThreaded& operation, const std::string& file) {
-    RVXCopyOperationThreaded::Writer writer{RVXStorageWriter::openForWriting(file).value(), "folder"};
-    operation.writeThread(writer);
+    RVXDestinationFile copy{RVXStorageWriter::openForWriting(file).value(), "folder"};
+    operation.writeThread(copy);
   }
 
   // A whole copy in the steps of main(), with its buffer manager to be watched between them.
@@ -34,7 +34,6 @@ struct RVXCopyOperationThreadedProbe {
     operation.startThreads();
     return manager;
   }
-  static void finish(RVXCopyOperationThreaded& operation) { operation.closeFiles(); }
 
   static bool allThreadsFinished(const RVXCopyOperationThreaded& operation) {
     return operation.allThreadsFinished();

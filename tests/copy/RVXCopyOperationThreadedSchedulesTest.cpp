@@ -109,6 +109,7 @@ class Schedule {
       std::optional<Disturber> disturber;
       if (mIsDisturbed) disturber.emplace(mSeed);
       mIsWatched ? runWatched(*operation) : operation->main();
+      operation->takeCopies().clear();  // closes them
     }
     EXPECT_FALSE(operation->isFailed());
     EXPECT_TRUE(Probe::allThreadsFinished(*operation));
@@ -140,7 +141,6 @@ class Schedule {
     }
     EXPECT_EQ(manager.bytesWritten(), mSize);
     EXPECT_TRUE(RVXCopyBufferManagerProbe::state(manager).held.empty());
-    Probe::finish(operation);
   }
 
   // Of the blocks that the reader hands in: the last one is not full, and may be empty.

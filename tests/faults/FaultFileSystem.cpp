@@ -5,6 +5,7 @@
 //   direct_io         the kernel does not cache
 //   writeback_cache   the kernel collects writes
 //   write_delay=MS    each write takes so long
+//   refused=TEXT      a write of bytes in which TEXT stands fails with EIO
 //   taken=FILE        the number of bytes written so far is kept in FILE, as text
 //
 // It stays in the foreground and ends when it is unmounted.
@@ -31,6 +32,7 @@ std::string folder;
 bool isDirect = false;
 bool collectsWrites = false;
 std::chrono::milliseconds writeDelay{0};
+std::string refusedText;
 std::string takenFile;
 std::atomic<long long> bytesTaken{0};
 
@@ -122,6 +124,9 @@ void countTaken(long long count) {
 
 int writeFile(const char* /*path*/, const char* bytes, size_t size, off_t offset, fuse_file_info* info) {
   std::this_thread::sleep_for(writeDelay);
+  const bool isRefused =
+      !refusedText.empty() && std::string_view(bytes, size).find(refusedText) != std::string_view::npos;
+  if (isRefused) return -EIO;
   const int written = answer(::pwrite(handleOf(info), bytes, size, offset));
   if (written > 0) countTaken(written);
   return written;
@@ -144,12 +149,14 @@ int listFolder(const char* path, void* buffer, fuse_fill_dir_t fill, off_t /*off
 
 void takeOption(std::string_view option) {
   constexpr std::string_view kDelay = "write_delay=";
+  constexpr std::string_view kRefused = "refused=";
   constexpr std::string_view kTaken = "taken=";
   if (option == "direct_io") isDirect = true;
   if (option == "writeback_cache") collectsWrites = true;
   if (option.starts_with(kDelay)) {
     writeDelay = std::chrono::milliseconds(std::stoi(std::string(option.substr(kDelay.size()))));
   }
+  if (option.starts_with(kRefused)) refusedText = option.substr(kRefused.size());
   if (option.starts_with(kTaken)) takenFile = option.substr(kTaken.size());
 }
 

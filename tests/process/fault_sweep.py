@@ -161,10 +161,11 @@ class Case(typing.NamedTuple):
         return self.call == "unlink"
 
     def is_unnoticed(self):
-        """Interrupted and short calls are gone on with, and a read that failed once is made again."""
+        """Interrupted and short calls are gone on with, and a read of a movie that failed once is made again."""
         if self.effect in ("EINTR", "short"):
             return self.effect == "short" or self.call in INTERRUPTIBLE
-        return self.call == "read" and self.lasting == "once" and not JOBS[self.job].standing
+        return (self.call == "read" and self.lasting == "once" and not self.is_list() and
+                not JOBS[self.job].standing)
 
     def is_fatal(self):
         """A write, sync or close that failed at a destination can't be made good, and what can't be opened or read at
@@ -174,9 +175,8 @@ class Case(typing.NamedTuple):
         if self.call == "openr" and self.effect == "EACCES":
             return self.is_file()  # all file systems are synced where a folder can't be opened for it
         if self.call == "close":
-            # A list is written under another name; under its own it is read.
-            return (self.nth == 1 and self.is_file() and not self.path.startswith("card/") and
-                    not self.path.endswith((".sha1", ".md5")))
+            # A list has another name while it is written.
+            return self.nth == 1 and self.is_file() and not self.path.startswith("card/") and not self.is_list()
         if self.call == "range":
             # Only a long movie's write-back is waited for. Where it is merely begun, the sync at the end tells.
             return self.lasting == "ever" and JOBS[self.job].size == LONG_MOVIE
@@ -186,6 +186,9 @@ class Case(typing.NamedTuple):
 
     def is_file(self):
         return "." in self.path[1:]  # no folder of a job has one in its name
+
+    def is_list(self):
+        return self.path.endswith((".sha1", ".md5"))
 
     def status_problems(self, status):
         usual = JOBS[self.job].status

@@ -1,11 +1,13 @@
 """What the process tests share: running the built program as a driver does, and judging what it left behind."""
 
+import glob
 import hashlib
 import os
 import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 RVXCOPY = os.environ["RVXCOPY"]
@@ -13,6 +15,9 @@ FAULT_SHIM = os.environ["RVX_FAULT_SHIM"]
 FAULT_FS = os.environ["RVX_FAULT_FS"]
 # What the program was built with, as for -fsanitize=: a sanitizer's runtime needs memory and threads of its own.
 SANITIZERS = os.environ.get("RVX_SANITIZERS", "")
+
+# Whether what takes long is done as well, as by scripts/test all.
+THOROUGH = "RVX_THOROUGH" in os.environ
 
 # No run of the tests' small jobs takes nearly this long, also not under a sanitizer: it would be a hang.
 LONGEST_RUN = 120  # seconds
@@ -53,6 +58,20 @@ def program_environment(faults, log):
     if faults:
         environment.update({"LD_PRELOAD": FAULT_SHIM, "RVX_FAULTS": ";".join(faults), "RVX_FAULTS_LOG": log})
     return environment
+
+
+def await_asleep(process):
+    """Waits until every thread of the process waits for something, and not for a moment only; or until it has ended."""
+    looks = 0
+    while looks < 5:
+        time.sleep(0.01)
+        states = []
+        for stat in glob.glob("/proc/%d/task/*/stat" % process.pid):
+            try:
+                states.append(file_bytes(stat).rpartition(b")")[2].split()[0])
+            except OSError:  # this thread has just ended
+                states.append(b"R")
+        looks = 0 if b"R" in states or b"D" in states else looks + 1
 
 
 class ProcessTest(unittest.TestCase):
@@ -107,18 +126,6 @@ class ProcessTest(unittest.TestCase):
             log = self.read("faults.log").decode(errors="surrogateescape")
             self.assertIn("!", log, "no fault happened")
             os.remove(self.path("faults.log"))
-        return Result(run.returncode, run.stdout)
-
-    def run_tool_unprivileged(self, *arguments):
-        """As a user who may enter the test's folder and is nobody's owner. Needs root."""
-        if os.geteuid() != 0:
-            self.skipTest("to run as another user needs root")
-        os.chmod(self.folder, 0o755)
-        program = os.path.join(self.folder, "program")  # the built one may lie where that user can't go
-        shutil.copy(RVXCOPY, program)
-        run = subprocess.run([program, *arguments], cwd=self.folder, env=self.environment(), user=65534,
-                             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, timeout=LONGEST_RUN)
-        os.remove(program)
         return Result(run.returncode, run.stdout)
 
     def assert_run(self, result, status, output):

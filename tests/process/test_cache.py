@@ -1,7 +1,5 @@
 """The verification reads the storage, and a run leaves the page cache as it was."""
 
-import os
-
 from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, resident, run, warm
 from support import BLOCK, coreutils_digest, main, pattern
 
@@ -14,29 +12,29 @@ class DiskTest(StorageTest):
         names = ["disk/card/clip.mov", "disk/d1/clip.mov", "disk/d2/clip.mov"]
         for name in names:  # the copies are older ones with other contents
             self.write(name, pattern(MOVIE, name == names[0]))
+        # The kernel may take pages back by itself, when other programs need memory. The oldest then: those of a file that
+        # no run has to do with, on a disk of its own.
+        self.disk("away", file_system)
+        control = self.write("away/control", pattern(8 * MIB))
         bystander = self.write("disk/bystander", pattern(8 * MIB))
         run("sync")
-        for path in map(self.path, names + [bystander]):
-            warm(path)
-            # Most of it: the kernel may take pages back by itself at any time.
-            self.assertGreater(resident(path), 0.5 * os.path.getsize(path))
-
-        before = self.bytes_read_from(device)
-        self.assert_run(self.run_tool("-f", "disk/card/clip.mov", "disk/d1/", "disk/d2/"), 0, "")
-        bytes_read = self.bytes_read_from(device) - before
+        for _ in range(5):
+            for path in [control, bystander, *map(self.path, names)]:
+                warm(path)
+            before = self.bytes_read_from(device)
+            self.assert_run(self.run_tool("-f", "disk/card/clip.mov", "disk/d1/", "disk/d2/"), 0, "")
+            bytes_read = self.bytes_read_from(device) - before
+            if resident(control) > 8 * MIB * 95 / 100:
+                self.assertGreater(resident(bystander), 8 * MIB * 95 / 100, "other programs' pages stay")
+                break
+        else:
+            self.fail("each time the pages of a file went that no run has to do with")
         self.note_figure("%s: read from the device %.3f x size; left in the cache %s of %d bytes, bystander %d of %d",
                          file_system, bytes_read / MOVIE, [resident(self.path(name)) for name in names], MOVIE,
                          resident(bystander), 8 * MIB)
         self.assertGreaterEqual(bytes_read, (2 + 2) * MOVIE)
         for path in map(self.path, names):
             self.assertLess(resident(path), MOVIE / 100)
-        # A kernel that takes memory back by itself does not do so in every run; a program that evicts does.
-        for _ in range(3):
-            if resident(bystander) > 8 * MIB * 95 / 100:
-                break
-            warm(bystander)
-            self.assert_run(self.run_tool("-f", "disk/card/clip.mov", "disk/d1/", "disk/d2/"), 0, "")
-        self.assertGreater(resident(bystander), 8 * MIB * 95 / 100, "other programs' pages stay")
         self.assert_checks("disk/d1/sha1/clip.mov.sha1")
         self.assert_checks("disk/d2/sha1/clip.mov.sha1")
 

@@ -1,12 +1,11 @@
 """Status 0 means that the copies, their names and the lists are on the storage."""
 
 import os
-import random
 import re
-import signal
+import resource
+import shutil
 import subprocess
 import sys
-import time
 
 from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, resident, run
 from support import BLOCK, coreutils_digest, file_bytes, main, pattern
@@ -194,39 +193,51 @@ class SyncFailureTest(StorageTest):
         super().setUp()
         self.write("clip.mov", pattern(12 * BLOCK + 5))
 
-    def assert_write_failure(self, fault, status, name, reason):
-        result = self.run_tool("-f", "clip.mov", "d1/", "d2/", faults=[fault])
-        self.assert_run(result, status, "ERROR: unexpected %s during write: %s\n"
-                        "ERROR: failed writing to d2/\n" % (name, reason))
-        self.assert_no_hash_lists()
-
     def test_sync_that_is_not_supported_is_no_failure(self):
         for error in ("EINVAL", "EOPNOTSUPP", "ENOSYS", "EROFS"):
             with self.subTest(error):
                 faults = ["%s * 1 * %s" % (call, error) for call in ("fdatasync", "fsync", "range")]
                 self.assert_run(self.run_tool("-f", "clip.mov", "d1/", "d2/", faults=faults), 0, "")
 
-    def test_failed_sync_of_a_copy(self):
-        self.assert_write_failure("fdatasync d2/clip.mov 1 1 EIO", 211, "EIO", "Input/output error")
-        self.assert_write_failure("fdatasync d2/clip.mov 1 1 ENOSPC", 212, "ENOSPC", "No space left on device")
 
-    def test_failed_write_back_of_a_part(self):
-        self.assert_write_failure("range d2/clip.mov 1 1 EIO", 211, "EIO", "Input/output error")
+class FailedWriteBackTest(StorageTest):
+    """A disk that refuses a frame long after it was written: only the sync of that very file tells."""
 
-    def test_failed_sync_of_a_destination_folder(self):
-        os.makedirs(self.path("d2"))
-        os.makedirs(self.path("d1"))
-        self.assert_write_failure("fsync %s 1 1 EIO" % self.path("d2"), 211, "EIO", "Input/output error")
+    def test_first_middle_and_last_of_many_frames(self):
+        refused = b"the disk will not take this frame. "
+        self.fuse("machine", "refused=" + refused.decode())
+        for file_system in DISK_FILE_SYSTEMS:
+            for frame in (1, 20, 40):
+                with self.subTest(file_system=file_system, frame=frame):
+                    os.rename(self.image("disk.img", file_system, 300), self.path("machine-below/disk.img"))
+                    self.mount("disk", "-o", "loop", self.path("machine/disk.img"))
+                    self.write_frames("f_%02d.dpx", range(1, 41), 60000)
+                    self.write("f_%02d.dpx" % frame, refused * 1500)
+                    result = self.run_tool("-s", "f_1-40##.dpx", "d/", "disk/d/")
+                    self.assert_run(result, 211, "ERROR: unexpected EIO during write: Input/output error\n"
+                                    "ERROR: failed writing to disk/d/\n")
+                    self.assert_no_hash_lists()
+                    shutil.rmtree(self.path("d"))
+                    self.unmount("disk")
 
-    def test_failed_sync_of_a_new_folder(self):
-        result = self.run_tool("clip.mov", "d1/a/b/", faults=["fsync %s 1 1 EIO" % self.path("d1/a")])
-        self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (d1/a/b/).\n")
+    def test_all_frames_are_synced_before_any_is_verified_or_reported(self):
+        self.write_frames("f_%03d.dpx", range(1, 301), 100)
+        for frame in (1, 150, 300):
+            for options in (["-v"], ["-n"]):
+                with self.subTest(frame=frame, options=options):
+                    result = self.run_tool(*options, "-f", "-s", "f_1-300###.dpx", "e/", "d/",
+                                           faults=["fdatasync d/f_%03d.dpx 1 1 EIO" % frame])
+                    self.assertEqual(result.status, 211)
+                    lines = [line for line in result.output.decode().splitlines()
+                             if not line.startswith(("INFO: cop", "hash "))]
+                    self.assertEqual(lines, ["ERROR: unexpected EIO during write: Input/output error",
+                                             "ERROR: failed writing to d/"])
 
-    def test_failed_sync_of_the_list_folder(self):
-        os.makedirs(self.path("d1/sha1"))
-        result = self.run_tool("clip.mov", "d1/", faults=["fsync %s 1 1 EIO" % self.path("d1/sha1")])
-        self.assert_run(result, 115, "ERROR: couldn't write hash file to d1/sha1/clip.mov.sha1\n"
-                        "ERROR: Can't write hash file (d1/sha1/clip.mov.sha1).\n")
+    def test_few_files_may_be_open(self):
+        self.write_frames("f_%03d.dpx", range(1, 101), 100)
+        limit = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (14, 14))
+        self.assert_run(self.run_tool("-s", "f_1-100###.dpx", "d/", "e/", preexec_fn=limit), 0, "")
+        self.assertEqual(len(self.tree("e")), 102)
 
 
 class BrokenFileSystemTest(StorageTest):
@@ -253,42 +264,6 @@ class BrokenFileSystemTest(StorageTest):
         result = self.run_tool("clip.mov", "disk/d/", faults=["fsync disk/d/sha1 1 1 run=" + breaking])
         self.assert_run(result, 115, "ERROR: couldn't write hash file to disk/d/sha1/clip.mov.sha1\n"
                         "ERROR: Can't write hash file (disk/d/sha1/clip.mov.sha1).\n")
-
-
-class KilledTest(StorageTest):
-    def test_a_killed_run_leaves_no_list_or_the_old_or_the_whole_new_one(self):
-        self.write("clip.mov", b"movie")
-        self.assert_run(self.run_tool("clip.mov", "d/"), 0, "")
-        old = self.read("d/sha1/clip.mov.sha1")
-        new = re.compile(rb"# hash created by rvxvscopy by anna on [^\n]*\n# original file\(s\): clip.mov \n"
-                         rb"SHA1\(\.\./clip.mov\)= %s\n" % coreutils_digest("sha1sum", self.path("clip.mov")).encode())
-        self.assertIsNotNone(new.fullmatch(old))
-        begun = time.monotonic()
-        self.assert_run(self.run_tool("-f", "clip.mov", "d/"), 0, "")
-        whole_run = time.monotonic() - begun
-        chance = random.Random(1)
-        killed = 0
-        for attempt in range(200):
-            list_path = self.path("d/sha1/clip.mov.sha1")
-            if attempt % 2:
-                self.write("d/sha1/clip.mov.sha1", b"the old one")
-            elif os.path.exists(list_path):
-                os.remove(list_path)
-            process = subprocess.Popen(self.command("-f", "clip.mov", "d/"), cwd=self.folder, env=self.environment())
-            time.sleep(chance.uniform(0, whole_run))
-            process.send_signal(signal.SIGKILL)
-            killed += process.wait() == -signal.SIGKILL
-            found = file_bytes(list_path) if os.path.exists(list_path) else b""
-            if found != (b"the old one" if attempt % 2 else b""):
-                self.assertIsNotNone(new.fullmatch(found), found)
-        self.note_figure("killed %d of 200 runs before their end", killed)
-        self.assertGreater(killed, 50, "the kills came too late to show anything")
-
-    def test_a_run_that_ended_by_itself_leaves_no_temporary_file(self):
-        self.write("clip.mov", b"movie")
-        for faults in (None, ["rename .sha1 1 1 EIO"], ["fdatasync .tmp 1 1 EIO"]):
-            self.run_tool("-f", "clip.mov", "d/", faults=faults)
-            self.assertEqual([name for name in self.tree("d") if "tmp" in name], [])
 
 
 class SlowDestinationTest(StorageTest):

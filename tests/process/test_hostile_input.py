@@ -107,6 +107,31 @@ class LengthTest(HostileTest):
         self.assertEqual(file_bytes(folder + "/c"), b"movie")
 
 
+class FolderTest(HostileTest):
+    def test_folders_that_can_not_be_created_end_with_101(self):
+        self.write("a/clip.mov", b"movie")
+        self.write("mnt", b"a file")
+        self.write("d/a", b"a file")
+        longest = "f/" * 65000
+        for arguments, folder in ((["mnt/"], "mnt/"), (["-p", "1", "d/"], "d/a"), (["/dev/null/"], "/dev/null/"),
+                                  ([longest], longest)):
+            with self.subTest(arguments[-1][:20]):
+                result = self.run_tool("a/clip.mov", *arguments)
+                self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (%s).\n" % folder)
+
+    def test_folders_that_can_not_be_examined_up_to_the_root_end_with_101(self):
+        self.write("clip.mov", b"movie")
+        folder = self.path("mnt") + "/"
+        result = self.run_tool("clip.mov", folder, faults=["stat =/* 1 * EIO"])
+        self.assert_run(result, 101, "ERROR: Can't create destination folder #1 (%s).\n" % folder)
+
+    def test_current_folder_holds_the_copy_and_the_list_of_a_bare_name(self):
+        self.write("clip.mov", b"movie")
+        self.assert_copied(self.run_tool("clip.mov", "copy.mov"), "copy.mov")
+        self.assert_list_entries("sha1/copy.mov.sha1",
+                                 ["SHA1(../clip.mov)= " + hashlib.sha1(b"movie").hexdigest()])
+
+
 class NameTest(HostileTest):
     NAMES = (b"a\nb", b"\n", b"ends\n", b"\xff\xfe\x80", b"\xc3\x28", b"\x01\x1b[2J\x07\x7f", b"tab\tcr\r", b" ",
              b"a)= b", b"(", b"\\", b"a\\nb", b"'\"`$(exit 1);&|<>*?[", b"#", b"%s%n%99999999d%", b"~", b"...",
@@ -182,12 +207,13 @@ class NameTest(HostileTest):
     def test_names_of_folders_are_no_names_of_copies(self):
         self.write("clip.mov", b"movie")
         os.makedirs(self.path("d"))
-        for name in (".", "..", "d/.", "d/.."):
+        for name in ("d", ".", "..", "d/.", "d/.."):
             with self.subTest(name):
                 result = self.run_tool("clip.mov", name)
                 self.assert_run(result, 107, "ERROR: File destination #1 (%s) already exists.\n" % name)
                 result = self.run_tool("-f", "clip.mov", name)
                 self.assert_run(result, 201, "ERROR: can't open destination file (#1) (201i)")
+        self.assert_run(self.run_tool("clip.mov", ""), 201, "ERROR: can't open destination file (#1) (201i)")
         self.assertEqual(self.tree("."), {"clip.mov": b"movie", "d": None})
 
     def test_source_with_a_trailing_slash_is_no_file(self):
@@ -302,9 +328,11 @@ class SourceKindTest(KindTest):
         self.assertGreaterEqual(self.bytes_read_from(os.path.basename(device)) - before, 2 * (2 * BLOCK + 4096))
 
     def test_block_device_is_copied_whatever_the_threads_do(self):
-        # It has no size that its bytes could be counted up to. Who starts the threads comes too late to see none.
+        # It has no size that its bytes could be counted up to. Who starts the threads comes too late to see none:
+        # each is started when all before it have done what they can.
         device = self.loop_device(pattern(10 * BLOCK + 4096))
-        wait = self.script("wait", "sleep 0.3")
+        wait = self.script("wait", "sleep 0.02; while sed 's/.*) //' /proc/$PPID/task/*/stat | grep -q '^[RD]'; do\n"
+                                   "sleep 0.02; done")
         result = self.run_tool(device, "d/card.img", faults=["thread thread 1 * run=" + wait])
         self.assert_run(result, 0, "")
         self.assertEqual(self.read("d/card.img"), pattern(10 * BLOCK + 4096))
@@ -413,9 +441,12 @@ class LinkLoopTest(HostileTest):
         os.symlink("loop", self.path("loop"))
 
     def test_source_is_copied_as_the_link_it_is(self):
-        self.assert_run(self.run_tool("loop", "d/"), 0, "")
-        self.assertEqual(os.readlink(self.path("d/loop")), "loop")
-        self.assert_list_entries("d/sha1/loop.sha1", ["SHA1(../loop)= " + hashlib.sha1(b"loop").hexdigest()])
+        os.symlink("/usr", self.path("folder"))
+        for link, target in (("loop", "loop"), ("folder", "/usr")):
+            self.assert_run(self.run_tool(link, "d/"), 0, "")
+            self.assertEqual(os.readlink(self.path("d/" + link)), target)
+            self.assert_list_entries("d/sha1/%s.sha1" % link, [
+                "SHA1(../%s)= %s" % (link, hashlib.sha1(target.encode()).hexdigest())])
 
     def test_folder_of_the_source(self):
         self.assert_missing_source("loop/clip.mov", "loop/clip.mov", "d/")

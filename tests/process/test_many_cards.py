@@ -186,7 +186,6 @@ class SideBySideTest(ManyCardsTest):
         self.assertNotEqual(self.run_commands("./offload-card A002").returncode, 0)
         self.assertEqual(os.listdir(self.path("day3/raid")), ["A001"])
 
-
     def test_lines_come_while_the_file_is_copied(self):
         self.make_day("day3", "A001")
         # It goes on only when its first line has arrived.

@@ -6,10 +6,10 @@ import subprocess
 import time
 
 from storage import StorageTest, require_mounts
-from support import SANITIZERS, main
+from support import SANITIZERS, THOROUGH, main
 
 # A sanitizer makes each frame up to 15 times as dear, and keeps the memory that was freed.
-FRAMES = 4000 if SANITIZERS else 100000
+FRAMES = 4000 if SANITIZERS else 100000 if THOROUGH else 10000
 LONGEST_SEQUENCE = 800  # seconds
 
 

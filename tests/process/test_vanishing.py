@@ -63,13 +63,6 @@ class RemovedTest(VanishingTest):
         self.assertEqual(sorted(self.tree("away")), ["clip.mov"])
         self.assertFalse(os.path.exists(self.path("d")))
 
-    def test_later_frame(self):
-        self.write_frames("reel/f_%02d.dpx", (1, 2, 3))
-        lose = self.script("lose", "rm reel/f_02.dpx")
-        result = self.run_tool("-s", "reel/f_1-3##.dpx", "d/", faults=["write d/f_01.dpx 1 1 run=" + lose])
-        self.assert_run(result, 200, "ERROR: can't open source file (200i)")
-        self.assertEqual(self.tree("d"), {"f_01.dpx": self.read("reel/f_01.dpx")})
-
 
 class UnmountedTest(VanishingTest):
     def test_destination(self):
@@ -148,10 +141,10 @@ class ChangedSizeTest(VanishingTest):
         self.addCleanup(process.kill)
         self.addCleanup(process.stdout.close)
         # Only its output tells that it waits: the count stands still, and is not the size.
-        lines = [b"INFO: copied %d of %d bytes\n" % (bytes_copied, 12 * BLOCK + 17)] * 4
+        lines = [b"INFO: copied %d of %d bytes\n" % (bytes_copied, 12 * BLOCK + 17)] * 2
         last = []
         for line in process.stdout:
-            last = (last + [line])[-4:]
+            last = (last + [line])[-2:]
             if last == lines:
                 break
             self.assertFalse(line.startswith(b"INFO: verif"), line)

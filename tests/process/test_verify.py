@@ -28,32 +28,6 @@ class WrongHashTest(ProcessTest):
                                 "ERROR: verify of destination file #2 (d2/clip.mov) failed, wrong hash.\n")
                 self.assert_no_hash_lists()
 
-    def test_destinations_before_the_wrong_one_are_reported(self):
-        result = self.run_tool("-v", "clip.mov", "d1/", "d2/", "d3/", faults=[self.flipping("d2/clip.mov", 7)])
-        self.assertEqual(result.status, 109)
-        results = [line for line in result.output.decode().split("\n") if "verify of" in line]
-        self.assertEqual(results, ["verify of destination file #1 (d1/clip.mov) ok.",
-                                   "ERROR: verify of destination file #2 (d2/clip.mov) failed, wrong hash."])
-
-    def test_changed_source_is_labelled_source(self):
-        os.renames(self.path("clip.mov"), self.path("card/clip.mov"))
-        # The last time that the source is examined is when its verification begins.
-        change = self.flipping("card/clip.mov", 99).replace("clip.mov 1 1", "clip.mov 4 1")
-        result = self.run_tool("card/clip.mov", "d1/", faults=[change])
-        self.assert_run(result, 109, self.wrong("card/clip.mov") +
-                        "ERROR: verify of source file #2 (card/clip.mov) failed, wrong hash.\n")
-
-    def test_copy_that_can_not_be_opened_is_a_wrong_hash(self):
-        result = self.run_tool("clip.mov", "d1/", "d2/", faults=["openr d1/clip.mov 1 * EACCES"])
-        self.assert_run(result, 109, "INFO: expected hash: %s but got hash: (null).\n"
-                        "ERROR: verify of destination file #1 (d1/clip.mov) failed, wrong hash.\n" % self.digest)
-
-    def test_removed_copy_is_a_wrong_hash(self):
-        lose = self.script("lose", "rm d1/clip.mov")
-        result = self.run_tool("clip.mov", "d1/", faults=["lstat d1/clip.mov 1 1 run=" + lose])
-        self.assert_run(result, 109, "INFO: expected hash: %s but got hash: (null).\n"
-                        "ERROR: verify of destination file #1 (d1/clip.mov) failed, wrong hash.\n" % self.digest)
-
     def test_copy_that_lost_a_write_is_a_wrong_hash(self):
         result = self.run_tool("clip.mov", "d1/", faults=["write d1/clip.mov 2 1 lie"])
         self.assert_run(result, 109, self.wrong("d1/clip.mov") +
@@ -66,18 +40,6 @@ class WrongHashTest(ProcessTest):
         result = self.run_tool("link", "d/", faults=["lstat d/link 2 1 EIO"])
         self.assert_run(result, 109, "INFO: expected hash: %s but got hash: (null).\n"
                         "ERROR: verify of destination file #1 (d/link) failed, wrong hash.\n" % digest)
-
-    def test_wrong_frame_ends_the_run_before_later_frames(self):
-        self.write_frames("f_%02d.dpx", (1, 2, 3))
-        flip = self.script("flip", "printf x >> d/f_02.dpx")
-        result = self.run_tool("-v", "-s", "f_1-3##.dpx", "d/", faults=["lstat d/f_02.dpx 1 1 run=" + flip])
-        self.assertEqual(result.status, 109)
-        results = [line for line in result.output.decode().split("\n") if "verify of" in line]
-        self.assertEqual(results, [
-            "verify of destination file 1 of 3 of sequence #1 (d/f_01.dpx) ok.",
-            "verify of source file 1 of 3 of sequence #2 (f_01.dpx) ok.",
-            "ERROR: verify of destination file #1 (d/f_02.dpx) failed, wrong hash."])
-        self.assert_no_hash_lists()
 
 
 class SideBySideTest(ProcessTest):
@@ -97,19 +59,6 @@ class SideBySideTest(ProcessTest):
         self.assertEqual(result.status, 0)
 
 
-class SequenceTest(ProcessTest):
-    def test_results_of_a_sequence(self):
-        self.write_frames("f_%02d.dpx", (9, 10))
-        result = self.run_tool("-v", "-s", "f_9-10##.dpx", "d1/", "d2/")
-        results = [line for line in result.output.decode().split("\n") if "verify of" in line]
-        self.assertEqual(results, [
-            "verify of %s file %d of 2 of sequence #%d (%s/f_%02d.dpx) ok." % (label, i, place, folder, i + 8)
-            if folder else "verify of %s file %d of 2 of sequence #%d (f_%02d.dpx) ok." % (label, i, place, i + 8)
-            for i in (1, 2) for label, place, folder in (("destination", 1, "d1"), ("destination", 2, "d2"),
-                                                         ("source", 3, ""))])
-        self.assertEqual(result.status, 0)
-
-
 class ReadFailureTest(ProcessTest):
     def setUp(self):
         super().setUp()
@@ -120,13 +69,6 @@ class ReadFailureTest(ProcessTest):
     def first_lines(position, path="d/clip.mov"):
         return ("ERROR: unexpected EIO during read: Input/output error at position:%d\n"
                 "ERROR: failed reading from %s\n" % (position, path))
-
-    def test_one_failure_at_the_first_a_middle_and_the_last_chunk_is_recovered(self):
-        for nth, position in ((1, 0), (2, CHUNK), (3, 2 * CHUNK)):
-            with self.subTest(nth):
-                result = self.run_tool("-f", "clip.mov", "d/", faults=["read d/clip.mov %d 1 EIO" % nth])
-                self.assert_run(result, 0, self.first_lines(position))
-                self.assert_checks("d/sha1/clip.mov.sha1")
 
     def test_every_chunk_may_fail_once(self):
         result = self.run_tool("clip.mov", "d/", faults=["read d/clip.mov %d 1 EIO" % nth for nth in (1, 3, 5)])
@@ -139,18 +81,11 @@ class ReadFailureTest(ProcessTest):
         self.assert_checks("d/sha1/clip.mov.sha1")
 
     def test_second_failure_ends_with_109_and_names_the_first(self):
-        for nth, position in ((1, 0), (2, CHUNK), (3, 2 * CHUNK)):
-            with self.subTest(nth):
-                result = self.run_tool("-f", "clip.mov", "d/", faults=[
-                    "read d/clip.mov %d 1 EIO" % nth, "read d/clip.mov %d 1 EBADF" % (nth + 1)])
-                self.assert_run(result, 109, self.first_lines(position) +
-                                "ERROR: again unexpected EIO during read: Input/output error\n"
-                                "ERROR: again failed reading from d/clip.mov\n")
-                self.assert_no_hash_lists()
-
-    def test_path_that_is_not_ascii_prints_as_null(self):
-        result = self.run_tool("clip.mov", "d\u00e9/", faults=["read d\u00e9/clip.mov 2 1 EIO"])
-        self.assert_run(result, 0, self.first_lines(CHUNK, "(null)"))
+        result = self.run_tool("clip.mov", "d/", faults=["read d/clip.mov 2 1 EIO", "read d/clip.mov 3 1 EBADF"])
+        self.assert_run(result, 109, self.first_lines(CHUNK) +
+                        "ERROR: again unexpected EIO during read: Input/output error\n"
+                        "ERROR: again failed reading from d/clip.mov\n")
+        self.assert_no_hash_lists()
 
     def test_path_that_is_not_ascii_prints_as_null_the_second_time_too(self):
         result = self.run_tool("clip.mov", "d\u00e9/", faults=["read d\u00e9/clip.mov 1 2 EIO"])
@@ -158,33 +93,21 @@ class ReadFailureTest(ProcessTest):
                         "ERROR: again unexpected EIO during read: Input/output error\n"
                         "ERROR: again failed reading from (null)\n")
 
-    def test_copy_that_can_not_be_opened_again_counts_as_ended(self):
-        result = self.run_tool("clip.mov", "d/", faults=["read d/clip.mov 2 1 EIO", "openr d/clip.mov 2 * EIO"])
-        begun = hashlib.sha1(self.read("clip.mov")[:CHUNK]).hexdigest()
-        self.assert_run(result, 109, self.first_lines(CHUNK) +
-                        "INFO: expected hash: %s but got hash: %s.\n" % (self.digest, begun) +
-                        "ERROR: verify of destination file #1 (d/clip.mov) failed, wrong hash.\n")
-
 
 class ProgressTest(ProcessTest):
-    def test_long_verification_tells_its_progress(self):
-        self.write("clip.mov", pattern(2 * CHUNK + 5))
-        pause = self.script("pause", "sleep 0.7")
-        result = self.run_tool("-v", "clip.mov", "d/", faults=["read d/clip.mov 1 2 run=" + pause])
-        lines = [line for line in result.output.decode().split("\n") if line.endswith("of path d")]
-        self.assertEqual(lines, ["INFO: verified %d of 8388613 bytes of path d" % size
-                                 for size in (CHUNK, 2 * CHUNK, 2 * CHUNK + 5)])
-
     def test_lines_come_at_most_twice_a_second(self):
         self.write("clip.mov", pattern(7 * CHUNK + 5))
         pause = self.script("pause", "sleep 0.1")
         begun = time.monotonic()
-        result = self.run_tool("-v", "clip.mov", "d/", faults=["read d/clip.mov 1 7 run=" + pause])
+        result = self.run_tool("-v", "clip.mov", "d/", faults=["write d/clip.mov 2 7 run=" + pause,
+                                                               "read d/clip.mov 1 7 run=" + pause])
         most = (time.monotonic() - begun) / 0.5
+        lines = result.output.decode().splitlines()
+        self.assertLessEqual(len([line for line in lines if line.startswith("INFO: copied ")]) - 1, most)
         for folder in ("d", ""):
-            lines = [line for line in result.output.decode().split("\n") if line.endswith(" of path " + folder)]
-            self.assertEqual(lines[-1], "INFO: verified 29360133 of 29360133 bytes of path " + folder)
-            self.assertLessEqual(len(lines) - 1, most)
+            verified = [line for line in lines if line.endswith(" of path " + folder)]
+            self.assertEqual(verified[-1], "INFO: verified 29360133 of 29360133 bytes of path " + folder)
+            self.assertLessEqual(len(verified) - 1, most)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "copy/RVXDestinationFile.h"
+
+// Copies that are written and not yet safe from a power cut, which are flushed together: a disk that has to
+// flush its own cache for each of a thousand frames needs many times as long as for all of them.
+//
+// Every copy keeps its descriptor until then, because only a sync on the descriptor that wrote tells
+// dependably whether all of it could be written. At most kMostFiles are kept, half of what the process may
+// have open, and kMostBytes for each destination; of these, at most RVXStorageWriter::kMostUnsettled are not
+// yet with the storage.
+//
+// A copy that can't be written, synced or closed ends the process as endProcessOnWriteFailure() says. Used by
+// one thread.
+class RVXFlushGroup {
+ public:
+  static constexpr size_t kMostFiles = 512;
+  static constexpr int64_t kMostBytes = int64_t{512} * 1024 * 1024;
+
+  RVXFlushGroup();
+
+  // Takes over the copies of one source file, one for each destination in order. Flushes when the group is
+  // full.
+  void add(std::vector<RVXDestinationFile> copies);
+
+  // Hands all copies to the storage, the destinations side by side, and closes them. To be called at the end.
+  void flush();
+
+ private:
+  // The copies at one destination, oldest first.
+  struct Destination {
+    std::vector<RVXDestinationFile> copies;
+    size_t settled = 0;     // so many of them the storage has taken
+    int64_t bytes = 0;      // of all of them
+    int64_t unsettled = 0;  // bytes of those after the settled ones
+  };
+
+  static void addCopy(Destination& destination, RVXDestinationFile copy);
+  static void settleOldest(Destination& destination);
+  static void flushDestination(Destination& destination);
+  [[nodiscard]] bool isFull() const;
+
+  const size_t mMostFiles;
+  size_t mFiles = 0;
+  std::vector<Destination> mDestinations;
+};
