@@ -143,7 +143,9 @@ class Run:
         if link:
             return "verified as a link: %s is one, and nothing of what it leads to was copied." % link
         verdict = "verified: this clip is complete and durable at every destination that was named."
-        if not job.is_listed:
+        if job.is_listed:
+            verdict += " rvxcheck tells any day whether it still is, and whether the card may be formatted."
+        else:
             verdict += " No hash list was written (-o 0)."
         if self.had_failed_reads:
             verdict += " Some reads succeeded only the second time: check that device."

@@ -122,7 +122,7 @@ what_to_do() {
 
 # The status alone decides: a name may hold a line end, and then reads like any line.
 verdict() {
-  local link unlisted=" No hash list was written (-o 0)."
+  local link later=" rvxcheck tells any day whether it still is, and whether the card may be formatted."
   if [ "$status" -ne 0 ]; then
     echo "failed (status $status): $(what_to_do "$status"). Don't format the card."
     return
@@ -134,8 +134,8 @@ verdict() {
   if [ -n "$link" ]; then
     echo "verified as a link: $link is one, and nothing of what it leads to was copied."
   else
-    [ -z "$is_listed" ] || unlisted=
-    echo "verified: this clip is complete and durable at every destination that was named.$unlisted"
+    [ -n "$is_listed" ] || later=" No hash list was written (-o 0)."
+    echo "verified: this clip is complete and durable at every destination that was named.$later"
   fi
 }
 

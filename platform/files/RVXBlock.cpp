@@ -19,12 +19,13 @@ constexpr size_t kHugePage = size_t{2} * 1024 * 1024;
 
 constexpr size_t kSmallestPage = 4096;  // of all machines
 
-size_t inWholeHugePages(size_t capacity) {
-  return (capacity + kHugePage - 1) / kHugePage * kHugePage;
+size_t inWholePages(size_t capacity, size_t page) {
+  return (capacity + page - 1) / page * page;
 }
 
-// The memory of destroyed blocks, all of one capacity. A run works with one capacity at a time (that of the
-// copy, then that of the verification), so memory of the former one is given back when the next is asked for.
+// The memory of destroyed blocks, all of one capacity. A run works with one large capacity at a time (that of
+// the copy, then that of the verification), so memory of the former one is given back when the next is asked
+// for.
 class RVXBlockMemory {
  public:
   std::byte* take(size_t capacity) {
@@ -52,23 +53,32 @@ class RVXBlockMemory {
 
  private:
   static std::byte* map(size_t capacity) {
-    const size_t length = inWholeHugePages(capacity);
-    void* const mapped =
-        ::mmap(nullptr, length + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (mapped == MAP_FAILED) endProcessWithout("memory", failureFromErrno(errno).reason.c_str());
-    std::byte* const memory = cutToHugePages(static_cast<std::byte*>(mapped), length);
+    const size_t length = mappedLength(capacity);
+    if (capacity < kHugePage) return touched(mapPages(length), length);
+    std::byte* const memory = cutToHugePages(mapPages(length + kHugePage), length);
     // Its failure does not matter: without huge pages the memory is as good, but slower.
     ::madvise(memory, length, MADV_HUGEPAGE);
-    touch(memory, length);
-    return memory;
+    return touched(memory, length);
+  }
+
+  // To fill a huge page with zeros takes longer than to read a small file into a small block.
+  static size_t mappedLength(size_t capacity) {
+    return inWholePages(capacity, capacity < kHugePage ? kSmallestPage : kHugePage);
+  }
+
+  static std::byte* mapPages(size_t length) {
+    void* const mapped = ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) endProcessWithout("memory", failureFromErrno(errno).reason.c_str());
+    return static_cast<std::byte*>(mapped);
   }
 
   // Makes every page present. Where memory was never touched, btrfs quietly serves a direct read into it
   // through the page cache, and so from memory where the file's pages can't be dropped.
-  static void touch(std::byte* memory, size_t length) {
+  static std::byte* touched(std::byte* memory, size_t length) {
     for (size_t i = 0; i < length; i += kSmallestPage) {
       *static_cast<volatile std::byte*>(memory + i) = std::byte{0};
     }
+    return memory;
   }
 
   // Gives back what a mapping of `length` and one huge page more has before and after whole huge pages.
@@ -82,7 +92,7 @@ class RVXBlockMemory {
     return memory;
   }
 
-  static void unmap(std::byte* memory, size_t capacity) { ::munmap(memory, inWholeHugePages(capacity)); }
+  static void unmap(std::byte* memory, size_t capacity) { ::munmap(memory, mappedLength(capacity)); }
 
   void releaseAll() RVX_REQUIRES(mLock) {
     for (std::byte* const memory : mFree) unmap(memory, mCapacity);
@@ -94,17 +104,19 @@ class RVXBlockMemory {
   std::vector<std::byte*> mFree RVX_GUARDED_BY(mLock);
 };
 
-// Never destroyed, because blocks may live until the process ends.
-RVXBlockMemory& blockMemory() {
-  static auto* const memory = new RVXBlockMemory;
-  return *memory;
+// That of large blocks and that of small ones, which a run uses side by side. Never destroyed, because blocks
+// may live until the process ends.
+RVXBlockMemory& blockMemory(size_t capacity) {
+  static auto* const large = new RVXBlockMemory;
+  static auto* const small = new RVXBlockMemory;
+  return capacity < kHugePage ? *small : *large;
 }
 
 }  // namespace
 
 RVXBlock RVXBlock::withCapacity(size_t capacity) {
   RVXBlock block;
-  block.mMemory = blockMemory().take(capacity);
+  block.mMemory = blockMemory(capacity).take(capacity);
   block.mCapacity = capacity;
   return block;
 }
@@ -122,5 +134,5 @@ RVXBlock& RVXBlock::operator=(RVXBlock&& other) noexcept {
 }
 
 RVXBlock::~RVXBlock() {
-  if (mMemory != nullptr) blockMemory().giveBack(mMemory, mCapacity);
+  if (mMemory != nullptr) blockMemory(mCapacity).giveBack(mMemory, mCapacity);
 }

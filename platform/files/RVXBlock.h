@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <span>
 
-// A piece of a file in memory, ready for direct I/O: aligned, with every page present, and in huge pages
-// where the system has them. Move-only. Its memory is recycled: a new block takes over the memory, already
-// mapped, of a destroyed one of the same capacity. Blocks may be made and destroyed on any thread; a block
-// itself is used by one thread at a time, or read by many.
+// A piece of a file in memory, ready for direct I/O: aligned, with every page present, and from 2 MiB on in
+// huge pages where the system has them. Move-only. Its memory is recycled: a new block takes over the memory,
+// already mapped, of a destroyed one of the same capacity. Blocks may be made and destroyed on any thread; a
+// block itself is used by one thread at a time, or read by many.
 class RVXBlock {
  public:
   // A block of no capacity.

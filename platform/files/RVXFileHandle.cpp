@@ -7,6 +7,8 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 
 namespace {
@@ -207,6 +209,15 @@ bool RVXFileHandle::setDirect(bool isDirect) {
   const int flags = ::fcntl(mDescriptor, F_GETFL);
   if (flags < 0) return false;
   return ::fcntl(mDescriptor, F_SETFL, isDirect ? flags | O_DIRECT : flags & ~O_DIRECT) == 0;
+}
+
+bool RVXFileHandle::mayBeReadFromMemory() {
+  static constexpr auto kTypes = std::to_array<decltype(statfs::f_type)>(
+      {TMPFS_MAGIC, RAMFS_MAGIC, static_cast<decltype(statfs::f_type)>(HUGETLBFS_MAGIC), kFUSE});
+  struct statfs fileSystem {};
+  if (::fstatfs(mDescriptor, &fileSystem) != 0) return false;
+  if (std::find(kTypes.begin(), kTypes.end(), fileSystem.f_type) != kTypes.end()) return true;
+  return !setDirect(true) && ::posix_fadvise(mDescriptor, 0, 0, POSIX_FADV_DONTNEED) != 0;
 }
 
 void RVXFileHandle::adviseSequential() {

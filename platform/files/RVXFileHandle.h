@@ -81,6 +81,10 @@ class RVXFileHandle {
   void dropCachedFile();
   // Switches direct I/O on or off; no other process may share the descriptor. False when refused.
   bool setDirect(bool isDirect);
+  // Whether reads may come from memory, whatever is asked for: the file lies in memory (tmpfs, ramfs), it is
+  // served by another program (FUSE), or its file system refuses both direct I/O and dropping what the page
+  // cache holds. May leave direct I/O switched on.
+  [[nodiscard]] bool mayBeReadFromMemory();
   // Asks for larger read-ahead of buffered reads.
   void adviseSequential();
   // Tells that the data will not be used again.

@@ -8,10 +8,9 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <filesystem>
-#include <system_error>
 
 #include "platform/files/RVXFileHandle.h"
+#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
 
 namespace {
@@ -96,11 +95,8 @@ RVXOutcome<> syncFolder(const std::string& path) {
 
 std::vector<std::string> folderEntries(const std::string& path) {
   std::vector<std::string> names;
-  std::error_code ignored;
-  for (auto entry = std::filesystem::directory_iterator(folderPath(path), ignored);
-       entry != std::filesystem::directory_iterator(); entry.increment(ignored)) {
-    names.push_back(entry->path().filename().string());
-  }
+  [[maybe_unused]] const auto ignored =
+      readFolder(path, [&](const char* name, RVXFileType /*type*/) { names.emplace_back(name); });
   std::sort(names.begin(), names.end());
   return names;
 }

@@ -15,6 +15,7 @@ class RVXReadRecovery {
   // The file could not be opened again. If this returns, the file counts as ended at the failed block.
   virtual void reopenFailed() = 0;
 
-  // The second try failed as well, after `firstFailure`. Must not return: ends the process.
+  // The second try failed as well, after `firstFailure`. If this returns, the file counts as ended at the
+  // failed block, and nothing more is to be read of it.
   virtual void readFailedAgain(const RVXIOFailure& firstFailure) = 0;
 };

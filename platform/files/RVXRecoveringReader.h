@@ -23,6 +23,8 @@ class RVXRecoveringReader {
 
   // Tells whether the open file is the same as that of another path; none when it is closed.
   [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
+  // In bytes, when it was opened; 0 when it is closed.
+  [[nodiscard]] int64_t size() const { return mReader ? mReader->size() : 0; }
   // Whether the open file is a regular one; false when it is closed.
   [[nodiscard]] bool isRegularFile() const { return mReader && mReader->isRegularFile(); }
 

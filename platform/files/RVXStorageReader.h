@@ -36,6 +36,8 @@ class RVXStorageReader {
 
   // Tells whether the open file is the same as that of another path.
   [[nodiscard]] RVXFileIdentity identity() const { return mAttributes.identity; }
+  // In bytes, when it was opened.
+  [[nodiscard]] int64_t size() const { return mAttributes.size; }
   [[nodiscard]] bool isRegularFile() const { return mAttributes.type == RVXFileType::regular; }
 
  private:

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <mutex>
 
 #include "include/DigestString.h"
 #include "include/EndProcess.h"
@@ -34,13 +35,22 @@ int prepareLibrary() {
   return OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
 }
 
-// Looked up in the library only once: that takes far longer than the digest of a small file. Null when
-// refused.
-const EVP_MD* method(HashAlgorithm algorithm) {
+// Looked up in the library only once, when it is first wanted: that takes far longer than the digest of a
+// small file. Null when refused.
+const EVP_MD* method(DigestKind kind) {
   [[maybe_unused]] static const int isPrepared = prepareLibrary();
-  static const EVP_MD* const md5Method = EVP_MD_fetch(nullptr, "MD5", nullptr);
-  static const EVP_MD* const sha1Method = EVP_MD_fetch(nullptr, "SHA1", nullptr);
-  return algorithm == HashAlgorithm::MD5 ? md5Method : sha1Method;
+  static std::array<std::once_flag, kDigestKinds.size()> isLookedUp;
+  static std::array<const EVP_MD*, kDigestKinds.size()> methods{};
+  const auto index = static_cast<size_t>(kind);
+  std::call_once(isLookedUp[index],
+                 [&] { methods[index] = EVP_MD_fetch(nullptr, digestLabel(kind), nullptr); });
+  return methods[index];
+}
+
+const char* missingDigestName(DigestKind kind) {
+  constexpr std::array<const char*, kDigestKinds.size()> kNames = {"MD5 digest", "SHA-1 digest",
+                                                                   "SHA-256 digest", "SHA-512 digest"};
+  return kNames[static_cast<size_t>(kind)];
 }
 
 std::string stringDigest(HashAlgorithm algorithm, std::string_view text) {
@@ -55,8 +65,11 @@ void RVXDigest::FreeContext::operator()(EVP_MD_CTX* context) const {
   EVP_MD_CTX_free(context);
 }
 
-RVXDigest::RVXDigest(HashAlgorithm algorithm) : mAlgorithm(algorithm) {
-  const EVP_MD* const digest = method(algorithm);  // first: it prepares the library
+RVXDigest::RVXDigest(HashAlgorithm algorithm)
+    : RVXDigest(algorithm == HashAlgorithm::MD5 ? DigestKind::MD5 : DigestKind::SHA1) {}
+
+RVXDigest::RVXDigest(DigestKind kind) : mKind(kind) {
+  const EVP_MD* const digest = method(kind);  // first: it prepares the library
   mContext.reset(EVP_MD_CTX_new());
   if (digest == nullptr || !mContext || EVP_DigestInit_ex2(mContext.get(), digest, nullptr) != 1) {
     endProcessRefused();
@@ -68,16 +81,20 @@ void RVXDigest::update(std::span<const std::byte> bytes) {
 }
 
 std::string RVXDigest::final() {
+  const std::string bytes = finalBytes();
+  return digestString(std::as_bytes(std::span(bytes)));
+}
+
+std::string RVXDigest::finalBytes() {
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
   unsigned length = 0;
   if (EVP_DigestFinal_ex(mContext.get(), digest.data(), &length) != 1) endProcessRefused();
-  return digestString(std::as_bytes(std::span(digest).first(length)));
+  return {digest.begin(), digest.begin() + length};
 }
 
 void RVXDigest::endProcessRefused() const {
   const char* const reason = ERR_reason_error_string(ERR_peek_last_error());
-  endProcessWithout(mAlgorithm == HashAlgorithm::MD5 ? "MD5 digest" : "SHA-1 digest",
-                    reason != nullptr ? reason : "refused by the digest library");
+  endProcessWithout(missingDigestName(mKind), reason != nullptr ? reason : "refused by the digest library");
 }
 
 std::string SHA1Sum(std::string_view text) {

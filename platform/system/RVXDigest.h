@@ -6,21 +6,25 @@
 #include <string>
 #include <string_view>
 
+#include "include/DigestKind.h"
 #include "include/HashAlgorithm.h"
 
 struct evp_md_ctx_st;  // the library's digest context
 
-// An incremental MD5 (RFC 1321) or SHA-1 (FIPS 180-1) digest. Used by one thread at a time.
+// An incremental MD5 (RFC 1321), SHA-1, SHA-256 or SHA-512 (FIPS 180-4) digest. Used by one thread at a time.
 // Where the library refuses the digest or fails at it, the process ends: a wrong digest is never given.
 class RVXDigest {
  public:
   // MD5 for HashAlgorithm::MD5, SHA-1 for any other code.
   explicit RVXDigest(HashAlgorithm algorithm);
+  explicit RVXDigest(DigestKind kind);
 
   void update(std::span<const std::byte> bytes);
 
-  // The digest string of all that was fed to update(). To be called once, at the end.
+  // The digest string of all that was fed to update(), or its digestLength() bytes. One of the two is to be
+  // called once, at the end.
   std::string final();
+  std::string finalBytes();
 
  private:
   struct FreeContext {
@@ -28,7 +32,7 @@ class RVXDigest {
   };
   [[noreturn]] void endProcessRefused() const;
 
-  HashAlgorithm mAlgorithm;
+  DigestKind mKind;
   std::unique_ptr<evp_md_ctx_st, FreeContext> mContext;
 };
 

@@ -17,8 +17,10 @@ SOURCES = os.path.realpath(os.path.join(os.path.dirname(__file__), os.pardir, os
 BUILD = os.environ["RVX_BUILD"]
 DOCUMENTATION = "usr/share/doc/rvxcopy/"
 
-COMPLETIONS = {"usr/share/bash-completion/completions/rvxcopy", "usr/share/zsh/vendor-completions/_rvxcopy",
-               "usr/share/fish/vendor_completions.d/rvxcopy.fish", "usr/share/rvxcopy/sequences.sh"}
+COMPLETIONS = {"usr/share/rvxcopy/sequences.sh"} | {
+    pattern % name for name in ("rvxcopy", "rvxcheck")
+    for pattern in ("usr/share/bash-completion/completions/%s", "usr/share/zsh/vendor-completions/_%s",
+                    "usr/share/fish/vendor_completions.d/%s.fish")}
 
 
 def files_below(top):
@@ -26,7 +28,8 @@ def files_below(top):
 
 
 def expected_files():
-    files = {"usr/bin/rvxcopy", "usr/share/man/man1/rvxcopy.1.gz", "usr/share/man/man5/rvxcopy-hashlist.5.gz",
+    files = {"usr/bin/rvxcopy", "usr/bin/rvxcheck", "usr/share/man/man1/rvxcopy.1.gz",
+             "usr/share/man/man1/rvxcheck.1.gz", "usr/share/man/man5/rvxcopy-hashlist.5.gz",
              "usr/share/man/man7/rvxcopy-output.7.gz"}
     files |= {DOCUMENTATION + name for name in ("README.md", "CONTRIBUTING.md", "changelog.gz", "copyright")}
     for folder in ("docs", "examples"):
@@ -100,7 +103,7 @@ class PackageTest(StorageTest):
         self.assertEqual(set(found), expected_files())
         for path, permissions in found.items():
             example = path.startswith(DOCUMENTATION + "examples/")
-            is_program = path == "usr/bin/rvxcopy" or example and file_bytes(self.contents_path(path))[:2] == b"#!"
+            is_program = path.startswith("usr/bin/") or example and file_bytes(self.contents_path(path))[:2] == b"#!"
             self.assertEqual(permissions, "-rwxr-xr-x" if is_program else "-rw-r--r--", path)
 
     def test_program_is_stripped(self):
@@ -110,7 +113,8 @@ class PackageTest(StorageTest):
         self.assertNotIn(".debug", sections)
 
     def test_compressed_files_hold_their_originals_without_name_and_time(self):
-        originals = {"usr/share/man/man1/rvxcopy.1.gz": "man/rvxcopy.1",
+        originals = {"usr/share/man/man1/rvxcheck.1.gz": "man/rvxcheck.1",
+                     "usr/share/man/man1/rvxcopy.1.gz": "man/rvxcopy.1",
                      "usr/share/man/man5/rvxcopy-hashlist.5.gz": "man/rvxcopy-hashlist.5",
                      "usr/share/man/man7/rvxcopy-output.7.gz": "man/rvxcopy-output.7",
                      DOCUMENTATION + "changelog.gz": "packaging/changelog"}
@@ -147,7 +151,7 @@ class PackageTest(StorageTest):
         run(*dpkg, "--path-include=/usr/share/*", "--install", self.package)
         self.assertEqual(files_below(root) & expected_files(), expected_files())
         self.assertEqual(run("dpkg", "--root=" + root, "--verify", "rvxcopy"), "")
-        for page in ("man1/rvxcopy.1", "man5/rvxcopy-hashlist.5", "man7/rvxcopy-output.7"):
+        for page in ("man1/rvxcheck.1", "man1/rvxcopy.1", "man5/rvxcopy-hashlist.5", "man7/rvxcopy-output.7"):
             name, section = os.path.basename(page).split(".")
             self.assertEqual(run("man", "-M", root + "/usr/share/man", "--where", section, name).strip(),
                              "%s/usr/share/man/%s.gz" % (root, page))

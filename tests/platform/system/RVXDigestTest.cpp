@@ -65,3 +65,16 @@ TEST(RVXDigestTest, OtherAlgorithmIsSHA1) {
   digest.update(bytesOf("abc"));
   EXPECT_EQ(digest.final(), "a9993e364706816aba3e25717850c26c9cd0d89d");
 }
+
+TEST(RVXDigestTest, EveryKindIsAsTheCoreutilsGiveIt) {
+  const TemporaryFolder folder;
+  const std::string file = writeFile(folder.path("file"), patternBytes(10000));
+  for (const auto& [kind, tool] : {std::pair(DigestKind::MD5, "md5sum"),
+                                   {DigestKind::SHA1, "sha1sum"},
+                                   {DigestKind::SHA256, "sha256sum"},
+                                   {DigestKind::SHA512, "sha512sum"}}) {
+    RVXDigest digest(kind);
+    digest.update(bytesOf(patternBytes(10000)));
+    EXPECT_EQ(digest.final(), digestByTool(tool, file)) << tool;
+  }
+}

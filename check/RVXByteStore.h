@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+// Keeps many short texts, each with its length in front, without a piece of memory for each: a number of 32
+// bits names one of them. Nothing is ever taken out.
+class RVXByteStore {
+ public:
+  using Place = uint32_t;
+
+  // Requires a text of at most 65,535 bytes; ends the process beyond 4 GiB of texts.
+  Place add(std::string_view text);
+
+  // Valid as long as the store.
+  [[nodiscard]] std::string_view at(Place place) const;
+
+ private:
+  static constexpr size_t kPieceSize = size_t{1} << 18U;  // the places of a text never lie in two pieces
+
+  std::vector<std::unique_ptr<char[]>> mPieces;
+  size_t mUsed = kPieceSize;  // of the last piece
+};

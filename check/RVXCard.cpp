@@ -1,0 +1,246 @@
+#include "check/RVXCard.h"
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+#include "platform/files/RVXFileSystem.h"
+#include "platform/files/RVXFolderReader.h"
+#include "platform/files/RVXPathText.h"
+
+RVXCard::RVXCard(RVXInventory& inventory, RVXVolumeTable& volumes, const std::string& path, size_t copies)
+    : mInventory(inventory), mVolumes(volumes), mCopies(copies), mRoot(inventory.names().addRoot(path)) {}
+
+void RVXCard::find(const RVXIgnoredNames& ignored) {
+  RVXFolderWalk(mInventory.names(), ignored, *this).walk(mRoot);
+  for (const Node file : mFiles) examine(file);
+}
+
+RVXCard::Node RVXCard::enterFolder(Node parent, const std::string& name) {
+  return mInventory.names().add(parent, name);
+}
+
+void RVXCard::foundFile(Node parent, const std::string& name, RVXFileType type) {
+  const Node file = mInventory.names().add(parent, name);
+  RVXItem& item = mInventory.item(file);
+  item.isRegular = type == RVXFileType::regular;
+  item.isLink = type == RVXFileType::symbolicLink;
+  if (item.isRegular || item.isLink) {
+    mFiles.push_back(file);
+    return;
+  }
+  const RVXMutexLock lock(mLock);
+  mUnsafe.emplace(file, "no regular file");
+  ++mOtherCount;
+}
+
+void RVXCard::foundUnreadableFolder(Node folder, const RVXIOFailure& failure) {
+  const RVXMutexLock lock(mLock);
+  mUnsafe.emplace(folder, failure.reason);
+  ++mOtherCount;
+}
+
+void RVXCard::examine(Node file) {
+  const std::string path = mInventory.names().path(file);
+  const auto attributes = attributesOfItem(path);
+  if (attributes.failed()) {
+    const RVXMutexLock lock(mLock);
+    mUnsafe.emplace(file, attributes.failure().reason);
+    return;
+  }
+  RVXItem& item = mInventory.item(file);
+  item.size = attributes.value().size;
+  item.volume = mVolumes.numberOf(attributes.value().identity, path);
+}
+
+std::vector<RVXCard::Node> RVXCard::filesToRead() {
+  findListedSizes();
+  std::vector<Node> toRead;
+  const RVXMutexLock lock(mLock);
+  for (const Node file : mFiles) {
+    const bool isRegular = std::as_const(mInventory).item(file).isRegular;
+    if (isRegular && !mUnsafe.contains(file) && !kindsFor(file).empty()) toRead.push_back(file);
+  }
+  return toRead;
+}
+
+void RVXCard::findListedSizes() {
+  for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
+    const RVXListedDigest& listed = mInventory.digest(number);
+    const RVXItem& item = std::as_const(mInventory).item(listed.node);
+    if (item.verdict != RVXVerdict::pending) continue;
+    mListedSizes.push_back({item.size, 1U << static_cast<unsigned>(mInventory.kindOf(listed))});
+  }
+  std::sort(mListedSizes.begin(), mListedSizes.end(),
+            [](const ListedSize& one, const ListedSize& other) { return one.size < other.size; });
+  size_t kept = 0;
+  for (const ListedSize& next : mListedSizes) {
+    if (kept > 0 && mListedSizes[kept - 1].size == next.size) {
+      mListedSizes[kept - 1].kinds |= next.kinds;
+    } else {
+      mListedSizes[kept++] = next;
+    }
+  }
+  mListedSizes.resize(kept);
+}
+
+std::vector<DigestKind> RVXCard::kindsFor(Node file) const {
+  const int64_t size = std::as_const(mInventory).item(file).size;
+  const auto listed =
+      std::lower_bound(mListedSizes.begin(), mListedSizes.end(), size,
+                       [](const ListedSize& one, int64_t sought) { return one.size < sought; });
+  std::vector<DigestKind> kinds;
+  if (listed == mListedSizes.end() || listed->size != size) return kinds;
+  for (const DigestKind kind : kDigestKinds) {
+    if ((listed->kinds & (1U << static_cast<unsigned>(kind))) != 0) kinds.push_back(kind);
+  }
+  return kinds;
+}
+
+void RVXCard::take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) {
+  const RVXMutexLock lock(mLock);
+  mInventory.item(file).size = contents.length;
+  if (contents.error || !contents.isRegularFile) {
+    mUnsafe.emplace(file, contents.error.value_or("no regular file"));
+    return;
+  }
+  for (size_t i = 0; i < kinds.size(); ++i) {
+    mRead.push_back({file, mTexts.add(RVXInventory::textOf(kinds[i], contents.digests[i]))});
+  }
+}
+
+RVXCard::Judgement RVXCard::judge() {
+  const RVXMutexLock lock(mLock);
+  findOwnDisks();
+  judgeFiles();
+  judgeLinks();
+  Judgement judgement;
+  judgement.files = mFiles.size() + mOtherCount;
+  for (const auto& [node, reason] : mUnsafe) judgement.unsafe.push_back({node, reason});
+  std::sort(judgement.unsafe.begin(), judgement.unsafe.end(), [this](const auto& one, const auto& other) {
+    return mInventory.names().comesBefore(one.node, other.node);
+  });
+  return judgement;
+}
+
+void RVXCard::findOwnDisks() {
+  const std::string path = mInventory.names().path(mRoot);
+  const auto attributes = attributesOfTarget(path);
+  if (attributes.succeeded()) {
+    const auto folder = mVolumes.numberOf(attributes.value().identity, realPath(path).value_or(path));
+    if (mVolumes.isOnDisk(folder)) mOwnDisks.insert(mVolumes.diskOf(folder));
+  }
+  for (const Node file : mFiles) {
+    const auto volume = std::as_const(mInventory).item(file).volume;
+    if (mVolumes.isOnDisk(volume)) mOwnDisks.insert(mVolumes.diskOf(volume));
+  }
+}
+
+bool RVXCard::isOnOtherDisk(RVXVolumeTable::Number volume) const {
+  return mVolumes.isOnDisk(volume) && !mOwnDisks.contains(mVolumes.diskOf(volume));
+}
+
+std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
+  std::vector<GoodCopy> good;
+  for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
+    const RVXItem& item = std::as_const(mInventory).item(mInventory.digest(number).node);
+    if (item.verdict == RVXVerdict::ok && isOnOtherDisk(item.volume)) {
+      good.push_back({number, mVolumes.diskOf(item.volume)});
+    }
+  }
+  // What differs in none of these is one and the same copy for every file of the card.
+  const auto key = [this](const GoodCopy& copy) {
+    const RVXListedDigest& listed = mInventory.digest(copy.digest);
+    return std::tuple(mInventory.textOf(listed), std::as_const(mInventory).item(listed.node).size, copy.disk);
+  };
+  std::sort(good.begin(), good.end(),
+            [&](const GoodCopy& one, const GoodCopy& other) { return key(one) < key(other); });
+  good.erase(std::unique(good.begin(), good.end(),
+                         [&](const GoodCopy& one, const GoodCopy& other) { return key(one) == key(other); }),
+             good.end());
+  return good;
+}
+
+void RVXCard::judgeFiles() {
+  const std::vector<GoodCopy> good = goodCopies();
+  std::sort(mRead.begin(), mRead.end(),
+            [](const ReadDigest& one, const ReadDigest& other) { return one.file < other.file; });
+  for (const Node file : mFiles) {
+    if (!std::as_const(mInventory).item(file).isRegular || mUnsafe.contains(file)) continue;
+    Disks disks;
+    const auto read = std::lower_bound(mRead.begin(), mRead.end(), file,
+                                       [](const ReadDigest& one, Node sought) { return one.file < sought; });
+    for (auto digest = read; digest != mRead.end() && digest->file == file; ++digest) {
+      addDisks(disks, good, file, mTexts.at(digest->text));
+    }
+    requireCopies(file, disks.size());
+  }
+}
+
+void RVXCard::addDisks(Disks& disks, const std::vector<GoodCopy>& good, Node file,
+                       std::string_view text) const {
+  const auto textOf = [this](const GoodCopy& copy) {
+    return mInventory.textOf(mInventory.digest(copy.digest));
+  };
+  auto copy =
+      std::lower_bound(good.begin(), good.end(), text,
+                       [&](const GoodCopy& one, std::string_view sought) { return textOf(one) < sought; });
+  for (; copy != good.end() && textOf(*copy) == text; ++copy) {
+    const Node node = mInventory.digest(copy->digest).node;
+    const int64_t size = std::as_const(mInventory).item(node).size;
+    if (size == std::as_const(mInventory).item(file).size) disks.insert(copy->disk);
+  }
+}
+
+std::map<std::string, RVXCard::Disks> RVXCard::disksOfGoodLinks() const {
+  std::map<std::string, Disks> links;
+  for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
+    const Node node = mInventory.digest(number).node;
+    const RVXItem& item = std::as_const(mInventory).item(node);
+    if (!item.isLink || item.verdict != RVXVerdict::ok) continue;
+    // Not the volume of the file that the link may lead to.
+    const std::string path = mInventory.names().path(node);
+    const auto attributes = attributesOfItem(path);
+    const auto text = linkTarget(path);
+    if (attributes.failed() || text.failed()) continue;
+    const auto volume = mVolumes.numberOf(attributes.value().identity, path);
+    if (isOnOtherDisk(volume)) links[text.value()].insert(mVolumes.diskOf(volume));
+  }
+  return links;
+}
+
+void RVXCard::judgeLinks() {
+  const bool hasLinks = std::any_of(mFiles.begin(), mFiles.end(), [this](Node file) {
+    return std::as_const(mInventory).item(file).isLink;
+  });
+  if (!hasLinks) return;
+  const auto links = disksOfGoodLinks();
+  for (const Node file : mFiles) {
+    if (!std::as_const(mInventory).item(file).isLink || mUnsafe.contains(file) || leadsToSafeFile(file))
+      continue;
+    const auto text = linkTarget(mInventory.names().path(file));
+    const auto copies = text.succeeded() ? links.find(text.value()) : links.end();
+    requireCopies(file, copies != links.end() ? copies->second.size() : 0);
+  }
+}
+
+bool RVXCard::leadsToSafeFile(Node link) const {
+  const auto card = realPath(mInventory.names().path(mRoot));
+  const auto target = realPath(mInventory.names().path(link));
+  const std::string below = card ? *card + (*card == "/" ? "" : "/") : "";
+  if (!card || !target || !target->starts_with(below)) return false;
+  Node node = mRoot;
+  std::string_view rest = std::string_view(*target).substr(below.size());
+  while (!rest.empty() && node != RVXNameTree::kNone) {
+    const std::string_view name = rest.substr(0, rest.find('/'));
+    rest.remove_prefix(std::min(rest.size(), name.size() + 1));
+    node = mInventory.names().find(node, name);
+  }
+  return node != RVXNameTree::kNone && std::as_const(mInventory).item(node).isRegular &&
+         !mUnsafe.contains(node);
+}
+
+void RVXCard::requireCopies(Node file, size_t found) {
+  if (found >= mCopies) return;
+  mUnsafe.emplace(file, "on " + std::to_string(found) + " of " + std::to_string(mCopies) + " disks");
+}

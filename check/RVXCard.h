@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "check/RVXByteStore.h"
+#include "check/RVXContents.h"
+#include "check/RVXFolderWalk.h"
+#include "check/RVXInventory.h"
+#include "check/RVXVolumeTable.h"
+#include "platform/threads/RVXMutex.h"
+
+// The camera card, and which of its files have enough good copies below the PATHs.
+//
+// Used in this order: find(), filesToRead(), then kindsFor() and take() from any thread for each of these,
+// and judge() when all verdicts are known.
+class RVXCard : private RVXFolderWalk::Visitor {
+ public:
+  using Node = RVXNameTree::Node;
+
+  RVXCard(RVXInventory& inventory, RVXVolumeTable& volumes, const std::string& path, size_t copies);
+
+  // Finds what is on the card.
+  void find(const RVXIgnoredNames& ignored);
+
+  // The files whose size a listed file has, so that they may have a copy. After the listed ones were
+  // examined.
+  std::vector<Node> filesToRead();
+
+  // The kinds of digests that files of that size are listed with.
+  [[nodiscard]] std::vector<DigestKind> kindsFor(Node file) const;
+
+  // What was read of a file, with digests of these kinds.
+  void take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) RVX_EXCLUDES(mLock);
+
+  struct Judgement {
+    struct Unsafe {
+      Node node = RVXNameTree::kNone;
+      std::string reason;
+    };
+    std::vector<Unsafe> unsafe;  // in the order of the printed paths
+    size_t files = 0;            // and whatever else must be safe
+    [[nodiscard]] bool mayBeFormatted() const { return files > 0 && unsafe.empty(); }
+  };
+  [[nodiscard]] Judgement judge() RVX_EXCLUDES(mLock);
+
+ private:
+  using Disks = std::set<size_t>;
+
+  Node enterFolder(Node parent, const std::string& name) override;
+  void foundFile(Node parent, const std::string& name, RVXFileType type) override;
+  void foundUnreadableFolder(Node folder, const RVXIOFailure& failure) override;
+
+  // A listed digest of a good file, and the disk that the file lies on.
+  struct GoodCopy {
+    uint32_t digest = 0;
+    size_t disk = 0;
+  };
+
+  void examine(Node file) RVX_EXCLUDES(mLock);
+  void findListedSizes();
+  void findOwnDisks();
+  [[nodiscard]] bool isOnOtherDisk(RVXVolumeTable::Number volume) const;
+  [[nodiscard]] std::vector<GoodCopy> goodCopies() const;
+  void judgeFiles() RVX_REQUIRES(mLock);
+  void addDisks(Disks& disks, const std::vector<GoodCopy>& good, Node file, std::string_view text) const;
+  [[nodiscard]] std::map<std::string, Disks> disksOfGoodLinks() const;
+  void judgeLinks() RVX_REQUIRES(mLock);
+  [[nodiscard]] bool leadsToSafeFile(Node link) const RVX_REQUIRES(mLock);
+  void requireCopies(Node file, size_t found) RVX_REQUIRES(mLock);
+
+  struct ReadDigest {
+    Node file = RVXNameTree::kNone;
+    RVXByteStore::Place text = 0;  // as RVXInventory::textOf()
+  };
+  // Of a size, the kinds of the digests that files of it are listed with, as bits.
+  struct ListedSize {
+    int64_t size = 0;
+    uint32_t kinds = 0;
+  };
+
+  RVXInventory& mInventory;
+  RVXVolumeTable& mVolumes;
+  const size_t mCopies;
+  const Node mRoot;
+  std::vector<Node> mFiles;  // and links
+  std::vector<ListedSize> mListedSizes;
+  Disks mOwnDisks;
+
+  RVXMutex mLock;
+  std::map<Node, std::string> mUnsafe RVX_GUARDED_BY(mLock);  // and why
+  std::deque<ReadDigest> mRead RVX_GUARDED_BY(mLock);
+  RVXByteStore mTexts RVX_GUARDED_BY(mLock);
+  size_t mOtherCount RVX_GUARDED_BY(mLock) = 0;  // of mUnsafe, what is no file and no link
+};

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "check/RVXCard.h"
+#include "check/RVXCheckOptions.h"
+#include "check/RVXCheckStatus.h"
+#include "check/RVXFileCheck.h"
+#include "check/RVXIgnoredNames.h"
+#include "check/RVXInventory.h"
+#include "check/RVXOutput.h"
+#include "check/RVXPlaces.h"
+#include "check/RVXReaders.h"
+#include "check/RVXReport.h"
+#include "check/RVXResults.h"
+#include "check/RVXVolumeTable.h"
+
+// One run of the program: everything is examined, then read on all disks at once, and told in order. Nothing
+// is ever written but the output. To be called by the main thread; the process is to end right after run(),
+// for an interrupted one leaves threads behind that still read.
+class RVXCheckRun {
+ public:
+  // Requires PATHs and a CARD that are there. `isOutputLost`: standard output is closed.
+  RVXCheckRun(const RVXCheckOptions& options, bool isOutputLost);
+
+  RVXCheckStatus run();
+
+ private:
+  using Node = RVXNameTree::Node;
+
+  void examine();
+  void startReaders();
+  void readFile(Node file);
+  [[nodiscard]] int64_t totalBytes() const;
+  [[nodiscard]] size_t atOnce(size_t disk) const;
+  void followReaders(int64_t totalSize);
+  void tellKnown();
+  RVXCheckStatus finish();
+  [[nodiscard]] RVXCheckStatus status(const RVXCounts& counts, const RVXCard::Judgement& card) const;
+
+  const RVXCheckOptions& mOptions;
+  RVXIgnoredNames mIgnored;
+  RVXInventory mInventory;
+  RVXPlaces mPlaces{mInventory};
+  RVXVolumeTable mVolumes;
+  std::optional<RVXCard> mCard;
+  std::vector<Node> mListedFiles;  // to be read
+  std::vector<Node> mCardFiles;    // to be read
+  RVXOutput mOutput;
+  RVXReport mReport;
+  std::optional<RVXResults> mResults;
+  std::optional<RVXFileCheck> mFileCheck;
+  std::unique_ptr<RVXReaders> mReaders;  // last: its threads use all the others
+};

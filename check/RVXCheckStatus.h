@@ -1,0 +1,16 @@
+#pragma once
+
+// Every status that rvxcheck ends with by its own decision, the worst that holds. Drivers depend on the
+// numbers.
+enum class RVXCheckStatus : int {
+  good = 0,
+  outputLost = 1,      // standard output can't be written
+  wrongArguments = 2,  // also a PATH or CARD that does not exist
+  mayNotBeFormatted = 22,
+  changed = 11,
+  unreadable = 13,
+  missing = 10,
+  badLines = 31,
+  noList = 30,
+  unlisted = 21,
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "check/RVXCard.h"
+#include "check/RVXInventory.h"
+#include "check/RVXResults.h"
+#include "check/RVXVolumeTable.h"
+
+// Reads one listed file, or one of the card, and says what became of it. Used by any number of threads, each
+// for other files.
+class RVXFileCheck {
+ public:
+  RVXFileCheck(RVXInventory& inventory, RVXVolumeTable& volumes, RVXResults& results)
+      : mInventory(inventory), mVolumes(volumes), mResults(results) {}
+
+  void checkListed(RVXNameTree::Node file);
+  void checkOnCard(RVXNameTree::Node file, RVXCard& card);
+
+  // Of all files so far.
+  [[nodiscard]] int64_t bytesRead() const { return mBytesRead.load(std::memory_order_relaxed); }
+
+ private:
+  RVXContents read(const std::string& path, const std::vector<DigestKind>& kinds);
+  [[nodiscard]] std::vector<RVXFinding::Difference> differences(RVXNameTree::Node file,
+                                                                const std::vector<DigestKind>& kinds,
+                                                                const RVXContents& contents) const;
+
+  RVXInventory& mInventory;
+  RVXVolumeTable& mVolumes;
+  RVXResults& mResults;
+  std::atomic<int64_t> mBytesRead{0};
+};

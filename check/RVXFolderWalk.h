@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "check/RVXIgnoredNames.h"
+#include "check/RVXNameTree.h"
+#include "platform/files/RVXFileAttributes.h"
+#include "platform/files/RVXIOFailure.h"
+
+// Finds what lies below a folder, ignored names aside. Links are not followed. Ends early when the user
+// interrupts the run.
+class RVXFolderWalk {
+ public:
+  using Node = RVXNameTree::Node;
+
+  class Visitor {
+   public:
+    virtual ~Visitor() = default;
+    // A folder; the answer is the node under which it is to be walked, kNone to pass it by.
+    virtual Node enterFolder(Node parent, const std::string& name) = 0;
+    virtual void foundFile(Node parent, const std::string& name, RVXFileType type) = 0;
+    virtual void foundUnreadableFolder(Node folder, const RVXIOFailure& failure) = 0;
+  };
+
+  RVXFolderWalk(const RVXNameTree& names, const RVXIgnoredNames& ignored, Visitor& visitor)
+      : mNames(names), mIgnored(ignored), mVisitor(visitor) {}
+
+  void walk(Node root);
+
+ private:
+  const RVXNameTree& mNames;
+  const RVXIgnoredNames& mIgnored;
+  Visitor& mVisitor;
+};

@@ -1,0 +1,109 @@
+#include "check/RVXNameTree.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "check/RVXPrintedText.h"
+#include "platform/files/RVXPathText.h"
+
+namespace {
+
+constexpr size_t kFirstSlots = 1024;  // a power of two, as all later numbers of them
+
+}  // namespace
+
+RVXNameTree::Node RVXNameTree::addRoot(std::string_view text) {
+  return store(kNone, text);
+}
+
+RVXNameTree::Node RVXNameTree::add(Node parent, std::string_view name) {
+  if ((mUsedSlots + 1) * 4 > mSlots.size() * 3) growSlots();
+  const size_t slot = slotOf(parent, name);
+  if (mSlots[slot] == kNone) {
+    mSlots[slot] = store(parent, name);
+    ++mUsedSlots;
+  }
+  return mSlots[slot];
+}
+
+RVXNameTree::Node RVXNameTree::find(Node parent, std::string_view name) const {
+  return mSlots.empty() ? kNone : mSlots[slotOf(parent, name)];
+}
+
+RVXNameTree::Node RVXNameTree::store(Node parent, std::string_view name) {
+  mNodes.push_back({parent, mNames.add(name)});
+  return static_cast<Node>(mNodes.size() - 1);
+}
+
+size_t RVXNameTree::slotOf(Node parent, std::string_view name) const {
+  constexpr size_t kOddFactor = 0x9E3779B97F4A7C15;
+  size_t slot = (std::hash<std::string_view>()(name) ^ (parent * kOddFactor)) & (mSlots.size() - 1);
+  while (mSlots[slot] != kNone &&
+         (this->parent(mSlots[slot]) != parent || this->name(mSlots[slot]) != name)) {
+    slot = (slot + 1) & (mSlots.size() - 1);
+  }
+  return slot;
+}
+
+void RVXNameTree::growSlots() {
+  const size_t count = std::max(kFirstSlots, mSlots.size() * 2);
+  mSlots = {};  // before its successor is there, so that both never are
+  mSlots.assign(count, kNone);
+  for (Node node = 0; node < mNodes.size(); ++node) {
+    if (parent(node) != kNone) mSlots[slotOf(parent(node), name(node))] = node;
+  }
+}
+
+std::string RVXNameTree::path(Node node) const {
+  if (parent(node) == kNone) return std::string(name(node));
+  return pathByAppendingComponent(path(parent(node)), name(node));
+}
+
+std::string RVXNameTree::printedPath(Node node) const {
+  const std::string text = path(node);
+  return printedText(text.empty() ? "." : text);
+}
+
+std::string RVXNameTree::pathBelowRoot(Node node) const {
+  if (parent(node) == kNone) return "";
+  return pathByAppendingComponent(pathBelowRoot(parent(node)), name(node));
+}
+
+bool RVXNameTree::comesBefore(Node one, Node other) const {
+  const size_t depthOfOne = depth(one);
+  const size_t depthOfOther = depth(other);
+  Ancestor a{one, false};
+  Ancestor b{other, false};
+  for (size_t level = depthOfOne; level > depthOfOther; --level) climb(a);
+  for (size_t level = depthOfOther; level > depthOfOne; --level) climb(b);
+  if (a.node == b.node) return depthOfOne < depthOfOther;
+  while (parent(a.node) != parent(b.node)) {
+    climb(a);
+    climb(b);
+  }
+  const bool isOfOneTree = parent(a.node) != kNone;
+  const int order = isOfOneTree ? compareNames(a, b) : printedPath(one).compare(printedPath(other));
+  return order != 0 ? order < 0 : one < other;
+}
+
+size_t RVXNameTree::depth(Node node) const {
+  size_t depth = 0;
+  for (; parent(node) != kNone; node = parent(node)) ++depth;
+  return depth;
+}
+
+void RVXNameTree::climb(Ancestor& ancestor) const {
+  ancestor = {parent(ancestor.node), true};
+}
+
+int RVXNameTree::compareNames(const Ancestor& one, const Ancestor& other) const {
+  const std::string_view a = name(one.node);
+  const std::string_view b = name(other.node);
+  const auto end = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+  const bool bothGoOn = end.first != a.end() && end.second != b.end();
+  if (bothGoOn && isPrintedAsItIs(*end.first) && isPrintedAsItIs(*end.second)) {
+    return static_cast<unsigned char>(*end.first) - static_cast<unsigned char>(*end.second);
+  }
+  const std::string printedOne = printedText(a) + (one.isFolder ? "/" : "");
+  return printedOne.compare(printedText(b) + (other.isFolder ? "/" : ""));
+}

@@ -1,0 +1,126 @@
+#include "check/RVXPathWalk.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "platform/files/RVXFileSystem.h"
+#include "platform/files/RVXPathText.h"
+
+namespace {
+
+bool isListName(std::string_view name) {
+  static constexpr auto kExtensions =
+      std::to_array<std::string_view>({".sha1", ".md5", ".sha256", ".sha512"});
+  static constexpr auto kNames =
+      std::to_array<std::string_view>({"SHA1SUMS", "MD5SUMS", "SHA256SUMS", "SHA512SUMS"});
+  const auto hasExtension = [&](std::string_view extension) {
+    return name.size() >= extension.size() &&
+           isSameIgnoringCase(name.substr(name.size() - extension.size()), extension);
+  };
+  return std::any_of(kExtensions.begin(), kExtensions.end(), hasExtension) ||
+         std::find(kNames.begin(), kNames.end(), name) != kNames.end();
+}
+
+// What rvxcopy writes a list to before it gives it its name.
+bool isTemporaryName(std::string_view name) {
+  return name.starts_with(".rvxcopy-") && name.ends_with(".tmp");
+}
+
+}  // namespace
+
+void RVXPathWalk::add(const std::string& path) {
+  const auto attributes = attributesOfTarget(path);
+  if (attributes.failed()) {
+    addUnreadable(path, attributes.failure());
+  } else if (attributes.value().type == RVXFileType::folder) {
+    addFolder(path, attributes.value().identity);
+  } else {
+    addList(path);
+  }
+}
+
+void RVXPathWalk::addUnreadable(const std::string& path, const RVXIOFailure& failure) {
+  mInventory.folderErrors.emplace(mInventory.names().addRoot(path), failure.reason);
+}
+
+void RVXPathWalk::addFolder(const std::string& path, const RVXFileIdentity& identity) {
+  const Node root = mPlaces.addRoot(path, identity);
+  mFolderPaths.push_back(root);
+  RVXItem& item = mInventory.item(root);
+  if (item.isFound) return;  // below an earlier PATH
+  item.isFound = true;
+  RVXFolderWalk(mInventory.names(), mIgnored, *this).walk(root);
+}
+
+void RVXPathWalk::addList(const std::string& path) {
+  const std::string folder = pathWithoutLastComponent(path);
+  const auto attributes = attributesOfTarget(folder.empty() ? "." : folder);
+  if (attributes.failed()) {
+    addUnreadable(folder, attributes.failure());
+    return;
+  }
+  noteList(
+      mInventory.names().add(mPlaces.addRoot(folder, attributes.value().identity), lastPathComponent(path)));
+}
+
+void RVXPathWalk::noteList(Node list) {
+  RVXItem& item = mInventory.item(list);
+  if (item.isList) return;
+  item.isList = true;
+  mLists.push_back(list);
+}
+
+std::vector<RVXNameTree::Node> RVXPathWalk::finish() {
+  std::sort(mLists.begin(), mLists.end(),
+            [this](Node one, Node other) { return mInventory.names().comesBefore(one, other); });
+  for (const Node list : mLists) markFoldersAbove(list);
+  for (const Node folder : mFolderPaths) {
+    if (mInventory.item(folder).isListFolder) continue;
+    mInventory.item(folder).hasNoList = true;
+    mInventory.hasPathWithoutList = true;
+  }
+  return std::move(mLists);
+}
+
+void RVXPathWalk::markFoldersAbove(Node list) {
+  for (Node folder = mPlaces.folderAbove(list); folder != RVXNameTree::kNone;
+       folder = mPlaces.folderAbove(folder)) {
+    if (mInventory.item(folder).isListFolder) return;
+    mInventory.item(folder).isListFolder = true;
+  }
+}
+
+RVXPathWalk::Node RVXPathWalk::enterFolder(Node parent, const std::string& name) {
+  RVXNameTree& names = mInventory.names();
+  Node folder = RVXNameTree::kNone;
+  if (mAreSeveral) {
+    const auto attributes = attributesOfItem(pathByAppendingComponent(names.path(parent), name));
+    if (attributes.succeeded()) folder = mPlaces.knownFolder(attributes.value().identity);
+    if (folder != RVXNameTree::kNone) {
+      if (names.parent(folder) == RVXNameTree::kNone) mPlaces.setFolderAbove(folder, parent);
+      if (mInventory.item(folder).isFound) return RVXNameTree::kNone;
+    } else {
+      folder = names.add(parent, name);
+      if (attributes.succeeded()) mPlaces.setKnownFolder(attributes.value().identity, folder);
+    }
+  } else {
+    folder = names.add(parent, name);
+  }
+  RVXItem& item = mInventory.item(folder);
+  item.isFound = true;
+  item.isFolder = true;
+  return folder;
+}
+
+void RVXPathWalk::foundFile(Node parent, const std::string& name, RVXFileType type) {
+  const bool isRegular = type == RVXFileType::regular;
+  if ((!isRegular && type != RVXFileType::symbolicLink) || isTemporaryName(name)) return;
+  const Node file = mInventory.names().add(parent, name);
+  mInventory.item(file).isFound = true;
+  if (isRegular && isListName(name)) noteList(file);
+}
+
+void RVXPathWalk::foundUnreadableFolder(Node folder, const RVXIOFailure& failure) {
+  mInventory.folderErrors.emplace(folder, failure.reason);
+}

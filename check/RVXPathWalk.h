@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "check/RVXFolderWalk.h"
+#include "check/RVXInventory.h"
+#include "check/RVXPlaces.h"
+
+// Finds all files and lists of the PATHs and enters them into the inventory.
+class RVXPathWalk : private RVXFolderWalk::Visitor {
+ public:
+  // With several PATHs one may lie in another: `areSeveral` makes the walk look out for that, which takes
+  // memory for each folder.
+  RVXPathWalk(RVXInventory& inventory, RVXPlaces& places, const RVXIgnoredNames& ignored, bool areSeveral)
+      : mInventory(inventory), mPlaces(places), mIgnored(ignored), mAreSeveral(areSeveral) {}
+
+  // To be called with each PATH, in order.
+  void add(const std::string& path);
+
+  // The lists that were found, each once and in the order of their printed paths; says in the inventory which
+  // folders lack one.
+  std::vector<RVXNameTree::Node> finish();
+
+ private:
+  using Node = RVXNameTree::Node;
+
+  // What was there when the arguments were looked at, and is not any more.
+  void addUnreadable(const std::string& path, const RVXIOFailure& failure);
+  void addFolder(const std::string& path, const RVXFileIdentity& identity);
+  void addList(const std::string& path);
+  void noteList(Node list);
+  void markFoldersAbove(Node list);
+
+  Node enterFolder(Node parent, const std::string& name) override;
+  void foundFile(Node parent, const std::string& name, RVXFileType type) override;
+  void foundUnreadableFolder(Node folder, const RVXIOFailure& failure) override;
+
+  RVXInventory& mInventory;
+  RVXPlaces& mPlaces;
+  const RVXIgnoredNames& mIgnored;
+  const bool mAreSeveral;
+  std::vector<Node> mFolderPaths;
+  std::vector<Node> mLists;
+};

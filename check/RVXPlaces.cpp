@@ -1,0 +1,166 @@
+#include "check/RVXPlaces.h"
+
+#include <algorithm>
+
+#include "platform/files/RVXFileSystem.h"
+#include "platform/files/RVXFolderReader.h"
+#include "platform/files/RVXPathText.h"
+
+namespace {
+
+// A name without what cancels itself out: so many folders up, then down through these.
+struct Way {
+  size_t up = 0;
+  std::vector<std::string_view> down;
+};
+
+Way wayOf(std::string_view name) {
+  Way way;
+  while (!name.empty()) {
+    const std::string_view component = name.substr(0, name.find('/'));
+    name.remove_prefix(std::min(name.size(), component.size() + 1));
+    if (component.empty() || component == ".") continue;
+    if (component != "..") {
+      way.down.push_back(component);
+    } else if (way.down.empty()) {
+      ++way.up;
+    } else {
+      way.down.pop_back();
+    }
+  }
+  return way;
+}
+
+// The text of the folder above one that was given as `path`.
+std::string textAbove(const std::string& path) {
+  const std::string last = lastPathComponent(path);
+  if (path.empty() || path == ".") return "..";
+  return last == "." || last == ".." ? path + "/.." : pathWithoutLastComponent(path);
+}
+
+bool isIn(const std::string& path, const std::string& folder) {
+  return folder == "/" ||
+         (path.starts_with(folder) && path.size() > folder.size() && path[folder.size()] == '/');
+}
+
+}  // namespace
+
+bool isSameIgnoringCase(std::string_view one, std::string_view other) {
+  const auto lower = [](char byte) { return byte >= 'A' && byte <= 'Z' ? byte - 'A' + 'a' : byte; };
+  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                    [&](char a, char b) { return lower(a) == lower(b); });
+}
+
+bool isListFolderName(std::string_view name) {
+  return isSameIgnoringCase(name, "sha1") || isSameIgnoringCase(name, "md5");
+}
+
+RVXPlaces::Node RVXPlaces::addRoot(const std::string& path, const RVXFileIdentity& identity) {
+  Node root = knownFolder(identity);
+  if (root == RVXNameTree::kNone) root = addRootNode(path, identity);
+  if (isListFolderName(nameOf(root)) && mInventory.names().parent(root) == RVXNameTree::kNone &&
+      !mAbove.contains(root)) {
+    addFolderBeside(root, path);
+  }
+  return root;
+}
+
+RVXPlaces::Node RVXPlaces::knownFolder(const RVXFileIdentity& identity) const {
+  const auto known = mByIdentity.find(identity);
+  return known != mByIdentity.end() ? known->second : RVXNameTree::kNone;
+}
+
+RVXPlaces::Node RVXPlaces::addRootNode(const std::string& path, const RVXFileIdentity& identity) {
+  const Node root = mInventory.names().addRoot(path);
+  mInventory.item(root).isFolder = true;
+  setKnownFolder(identity, root);
+  mRealRoots.emplace(realPath(path).value_or(path), root);
+  return root;
+}
+
+void RVXPlaces::addFolderBeside(Node root, const std::string& path) {
+  const std::string above = textAbove(path);
+  const auto attributes = attributesOfTarget(above.empty() ? "." : above);
+  if (attributes.failed()) return;
+  const Node known = knownFolder(attributes.value().identity);
+  setFolderAbove(root, known != RVXNameTree::kNone ? known : addRootNode(above, attributes.value().identity));
+}
+
+void RVXPlaces::setFolderAbove(Node root, Node folder) {
+  for (Node above = folder; above != RVXNameTree::kNone; above = folderAbove(above)) {
+    if (above == root) return;
+  }
+  mAbove.emplace(root, folder);
+}
+
+RVXPlaces::Node RVXPlaces::folderAbove(Node node) const {
+  const auto above = mAbove.find(node);
+  return above != mAbove.end() ? above->second : mInventory.names().parent(node);
+}
+
+std::optional<RVXPlaces::Place> RVXPlaces::placeOf(Node folder, std::string_view name) {
+  const Way way = wayOf(name);
+  for (size_t i = 0; i < way.up; ++i) {
+    folder = folderAbove(folder);
+    if (folder == RVXNameTree::kNone) return std::nullopt;
+  }
+  Place place{folder, false, RVXNameTree::kNone};
+  for (size_t i = 0; i < way.down.size(); ++i) {
+    const bool isLast = i + 1 == way.down.size();
+    if (!isLast) {
+      place = folderIn(place, way.down[i]);
+    } else {
+      const Node inFact = place.inFact;
+      place.node = mInventory.names().add(place.node, way.down[i]);
+      if (inFact != RVXNameTree::kNone) place.inFact = mInventory.names().add(inFact, way.down[i]);
+    }
+  }
+  return place;
+}
+
+std::string RVXPlaces::nameOf(Node folder) const {
+  const RVXNameTree& names = mInventory.names();
+  if (names.parent(folder) != RVXNameTree::kNone) return std::string(names.name(folder));
+  return lastPathComponent(realPath(names.path(folder)).value_or(""));
+}
+
+bool RVXPlaces::isBelowPath(const std::string& realPath) const {
+  return std::any_of(mRealRoots.begin(), mRealRoots.end(),
+                     [&](const auto& root) { return isIn(realPath, root.first); });
+}
+
+RVXPlaces::Place RVXPlaces::folderIn(const Place& parent, std::string_view name) {
+  const Node node = mInventory.names().add(parent.node, name);
+  const RVXItem& item = mInventory.item(node);
+  if (item.isFound && item.isFolder) return {node, false, RVXNameTree::kNone};
+  const auto followed = mFollowedFolders.find(node);
+  if (followed != mFollowedFolders.end()) return followed->second;
+  return mFollowedFolders.emplace(node, followFolder(parent, node)).first->second;
+}
+
+RVXPlaces::Place RVXPlaces::followFolder(const Place& parent, Node node) const {
+  const RVXNameTree& names = mInventory.names();
+  const auto real = realPath(names.path(node));
+  if (!real) return {node, parent.isOutside, RVXNameTree::kNone};
+  if (!isBelowPath(*real) && !mRealRoots.contains(*real)) return {node, true, RVXNameTree::kNone};
+  const Node inFact = nodeOfRealPath(*real);
+  const auto realParent = realPath(names.path(parent.node));
+  const bool isLink = parent.inFact != RVXNameTree::kNone || !realParent ||
+                      *real != pathByAppendingComponent(*realParent, names.name(node));
+  if (isLink) return {node, false, inFact};
+  return {inFact, false, RVXNameTree::kNone};
+}
+
+RVXPlaces::Node RVXPlaces::nodeOfRealPath(const std::string& realPath) const {
+  // Of the roots above it, which are sorted by their paths, the last one is the nearest.
+  for (auto root = mRealRoots.rbegin(); root != mRealRoots.rend(); ++root) {
+    if (realPath == root->first) return root->second;
+    if (!isIn(realPath, root->first)) continue;
+    Node node = root->second;
+    for (const std::string_view name : wayOf(realPath.substr(root->first.size())).down) {
+      node = mInventory.names().add(node, name);
+    }
+    return node;
+  }
+  return RVXNameTree::kNone;
+}

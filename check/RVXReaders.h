@@ -1,0 +1,39 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <vector>
+
+#include "check/RVXNameTree.h"
+#include "platform/threads/RVXThread.h"
+
+// Reads the files of all disks side by side: a queue for each disk, in whose order its files are begun, and a
+// number of threads for each queue.
+class RVXReaders {
+ public:
+  using Node = RVXNameTree::Node;
+
+  // `readFile` is called with each file, on any thread; it must not throw.
+  explicit RVXReaders(std::function<void(Node)> readFile) : mReadFile(std::move(readFile)) {}
+
+  // Adds a disk of whose files at most `atOnce` are read at a time, and starts. From one thread.
+  void readDisk(std::vector<Node> files, size_t atOnce);
+
+  // The file that was begun last; kNone before the first.
+  [[nodiscard]] Node lastBegun() const { return mLastBegun.load(std::memory_order_relaxed); }  // only shown
+
+ private:
+  struct Queue {
+    std::vector<Node> files;
+    std::atomic<size_t> next{0};
+  };
+
+  void work(Queue& queue);
+
+  const std::function<void(Node)> mReadFile;
+  std::atomic<Node> mLastBegun{RVXNameTree::kNone};
+  std::deque<Queue> mQueues;
+  std::deque<RVXThread> mThreads;  // last: ended before what they use goes
+};

@@ -1,0 +1,144 @@
+#include "check/RVXReport.h"
+
+#include <span>
+#include <string_view>
+
+#include "check/RVXPrintedText.h"
+#include "include/DigestString.h"
+
+namespace {
+
+std::string hex(std::string_view bytes) {
+  return digestString(std::as_bytes(std::span(bytes)));
+}
+
+std::string inBrackets(const std::string& text) {
+  return std::string(" (").append(text).append(")");
+}
+
+std::string lineNumber(uint32_t line) {
+  return std::string(":").append(std::to_string(line));
+}
+
+}  // namespace
+
+void RVXReport::tell(const RVXResults::Told& told) {
+  const RVXItem& item = mInventory.item(told.node);
+  if (item.isRenamed) tellRenamed(told.node);
+  tellVerdict(told);
+  const auto error = mInventory.folderErrors.find(told.node);
+  if (error != mInventory.folderErrors.end()) {
+    mOutput.addLine("unreadable", mInventory.names().printedPath(told.node) + inBrackets(error->second));
+  }
+  if (item.hasNoList) {
+    mOutput.addLine("no-list", mInventory.names().printedPath(told.node) + inBrackets("no list below it"));
+  }
+  if (item.hasBadLines) tellBadLines(told.node);
+}
+
+void RVXReport::tellRenamed(Node node) {
+  for (const uint32_t digest : mInventory.digestsOf(node)) {
+    const uint32_t listedName = mInventory.lists[mInventory.digest(digest).list].listedName;
+    if (listedName == RVXNameTree::kNone) continue;
+    mOutput.addLine("renamed", mInventory.names().printedPath(node) +
+                                   inBrackets("listed as " + printedText(mInventory.texts().at(listedName)) +
+                                              " in " + printedList(digest)));
+  }
+}
+
+void RVXReport::tellVerdict(const RVXResults::Told& told) {
+  const std::string path = mInventory.names().printedPath(told.node);
+  switch (mInventory.item(told.node).verdict) {
+    case RVXVerdict::none:
+    case RVXVerdict::pending:
+      break;
+    case RVXVerdict::ok:
+      if (mTellsGoodFiles) mOutput.addLine("ok", path);
+      break;
+    case RVXVerdict::changed:
+      tellChanged(told);
+      break;
+    case RVXVerdict::noRegularFile:
+      tellNoRegularFile(told.node);
+      break;
+    case RVXVerdict::missing:
+      mOutput.addLine("missing",
+                      path + inBrackets("listed in " + printedList(mInventory.digestsOf(told.node).front())));
+      break;
+    case RVXVerdict::unreadable:
+      mOutput.addLine("unreadable", path + inBrackets(told.finding.error));
+      break;
+    case RVXVerdict::unlisted:
+      mOutput.addLine("unlisted", path);
+      break;
+  }
+}
+
+void RVXReport::tellChanged(const RVXResults::Told& told) {
+  for (const auto& [digest, read] : told.finding.differences) {
+    const RVXListedDigest& listed = mInventory.digest(digest);
+    mOutput.addLine("changed", mInventory.names().printedPath(told.node) +
+                                   inBrackets(digestLabel(mInventory.kindOf(listed)) + std::string(" ") +
+                                              hex(mInventory.bytesOf(listed)) + " listed in " +
+                                              printedList(digest) + ", read " + hex(read)));
+  }
+}
+
+void RVXReport::tellNoRegularFile(Node node) {
+  for (const uint32_t digest : mInventory.digestsOf(node)) {
+    mOutput.addLine("changed", mInventory.names().printedPath(node) +
+                                   inBrackets("no regular file, listed in " + printedList(digest)));
+  }
+}
+
+void RVXReport::tellBadLines(Node list) {
+  const auto isOfList = [&] {
+    return mNextBadLines < mInventory.badLines.size() &&
+           mInventory.lists[mInventory.badLines[mNextBadLines].list].node == list;
+  };
+  const std::string path = mInventory.names().printedPath(list);
+  for (; isOfList(); ++mNextBadLines) {
+    const RVXBadLines& bad = mInventory.badLines[mNextBadLines];
+    const std::string problem = inBrackets(std::string(mInventory.texts().at(bad.problem)));
+    for (uint32_t line = bad.first; line <= bad.last; ++line) {
+      mOutput.addLine("bad-list", path + (line > 0 ? lineNumber(line) : "") + problem);
+    }
+  }
+}
+
+std::string RVXReport::printedList(uint32_t digest) const {
+  return mInventory.names().printedPath(mInventory.lists[mInventory.digest(digest).list].node);
+}
+
+void RVXReport::tellUnsafe(const RVXCard::Judgement& judgement) {
+  for (const auto& [node, reason] : judgement.unsafe) {
+    mOutput.addLine("unsafe", mInventory.names().printedPath(node) + inBrackets(reason));
+  }
+}
+
+void RVXReport::tellSummary(const RVXCounts& counts, int64_t bytesRead,
+                            const std::vector<std::string>& memoryMountPoints, bool isInterrupted) {
+  for (const std::string& mountPoint : memoryMountPoints) {
+    mOutput.addLine("memory", printedText(mountPoint) + inBrackets("no way past memory"));
+  }
+  const auto number = [](int64_t count, const char* word) { return std::to_string(count) + word; };
+  std::string line =
+      number(counts.files, " files, ") + printedSize(bytesRead) +
+      (memoryMountPoints.empty() ? " read from the storage: " : " read, part of it from memory: ") +
+      number(counts.ok, " ok, ") + number(counts.changed, " changed, ") +
+      number(counts.missing, " missing, ") + number(counts.unreadable, " unreadable, ") +
+      number(counts.unlisted, " unlisted, ") + number(counts.badLines, " bad lines");
+  if (isInterrupted) line += "; interrupted, " + number(counts.pending, " files not checked");
+  mOutput.addLine(line);
+}
+
+void RVXReport::tellCard(const std::string& card, size_t copies, const RVXCard::Judgement& judgement,
+                         bool isInterrupted) {
+  const std::string files = std::to_string(judgement.files) + " files are ";
+  const std::string safe = std::to_string(judgement.files - judgement.unsafe.size());
+  const std::string verdict =
+      judgement.mayBeFormatted() && !isInterrupted
+          ? "on " + std::to_string(copies) + " or more disks, read back and equal. It may be formatted."
+          : "safe. It may NOT be formatted.";
+  mOutput.addLine(printedText(card) + ": " + safe + " of " + files + verdict);
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "check/RVXCard.h"
+#include "check/RVXInventory.h"
+#include "check/RVXOutput.h"
+#include "check/RVXResults.h"
+
+// The words for what was found. Used by the main thread.
+class RVXReport {
+ public:
+  using Node = RVXNameTree::Node;
+
+  RVXReport(const RVXInventory& inventory, bool tellsGoodFiles, RVXOutput& output)
+      : mInventory(inventory), mTellsGoodFiles(tellsGoodFiles), mOutput(output) {}
+
+  // All lines of one file, folder or list. To be called in the order of their paths.
+  void tell(const RVXResults::Told& told);
+
+  void tellUnsafe(const RVXCard::Judgement& judgement);
+  // `bytesRead` counts contents; the mount points are those that give no way past memory. `isInterrupted`
+  // adds how many files were not checked.
+  void tellSummary(const RVXCounts& counts, int64_t bytesRead,
+                   const std::vector<std::string>& memoryMountPoints, bool isInterrupted);
+  void tellCard(const std::string& card, size_t copies, const RVXCard::Judgement& judgement,
+                bool isInterrupted);
+
+ private:
+  void tellRenamed(Node node);
+  void tellVerdict(const RVXResults::Told& told);
+  void tellChanged(const RVXResults::Told& told);
+  void tellNoRegularFile(Node node);
+  void tellBadLines(Node list);
+  [[nodiscard]] std::string printedList(uint32_t digest) const;
+
+  const RVXInventory& mInventory;
+  const bool mTellsGoodFiles;
+  RVXOutput& mOutput;
+  size_t mNextBadLines = 0;
+};

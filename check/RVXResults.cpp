@@ -1,0 +1,131 @@
+#include "check/RVXResults.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/system/RVXInterruption.h"
+
+RVXResults::RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOnCard)
+    : mInventory(inventory), mTellsGoodFiles(tellsGoodFiles), mPendingOnCard(pendingOnCard) {
+  const RVXMutexLock lock(mLock);
+  mInventory.addMissingItems();
+  sortNodes();
+  for (const Node node : mOrder) count(node);
+  for (const RVXBadLines& bad : mInventory.badLines) mCounts.badLines += bad.last - bad.first + 1;
+  mCounts.unreadable += static_cast<int64_t>(mInventory.folderErrors.size());
+  passSilent();
+}
+
+void RVXResults::post(Node node, Checked&& checked) {
+  const RVXMutexLock lock(mLock);
+  if (mIsClosed) return;
+  RVXItem& item = mInventory.item(node);
+  item.verdict = checked.verdict;
+  item.size = checked.size;
+  if (item.verdict == RVXVerdict::ok) {
+    item.volume = checked.volume;
+  } else {
+    mInventory.findings.emplace(node, std::move(checked.finding));
+  }
+  --mCounts.files;  // counted anew
+  --mCounts.pending;
+  count(node);
+  passSilent();
+  const bool isLast = mCounts.pending == 0 && mPendingOnCard == 0;
+  if (isLast || isNextKnown()) RVXInterruption::wake();
+}
+
+void RVXResults::postOnCard() {
+  const RVXMutexLock lock(mLock);
+  --mPendingOnCard;
+  if (mCounts.pending == 0 && mPendingOnCard == 0) RVXInterruption::wake();
+}
+
+std::optional<RVXResults::Told> RVXResults::takeNext() {
+  const RVXMutexLock lock(mLock);
+  while (mIsClosed && mNext < mOrder.size() && !isNextKnown()) ++mNext;
+  if (!isNextKnown()) return std::nullopt;
+  Told told{mOrder[mNext], {}};
+  const auto finding = mInventory.findings.find(told.node);
+  if (finding != mInventory.findings.end()) {
+    told.finding = std::move(finding->second);
+    mInventory.findings.erase(finding);
+  }
+  ++mNext;
+  passSilent();
+  return told;
+}
+
+void RVXResults::close() {
+  const RVXMutexLock lock(mLock);
+  mIsClosed = true;
+}
+
+bool RVXResults::isFinished() const {
+  const RVXMutexLock lock(mLock);
+  return mCounts.pending == 0 && mPendingOnCard == 0;
+}
+
+RVXCounts RVXResults::counts() const {
+  const RVXMutexLock lock(mLock);
+  return mCounts;
+}
+
+void RVXResults::sortNodes() {
+  for (Node node = 0; node < mInventory.names().size(); ++node) {
+    if (mayTell(node)) mOrder.push_back(node);
+  }
+  std::sort(mOrder.begin(), mOrder.end(),
+            [this](Node one, Node other) { return mInventory.names().comesBefore(one, other); });
+}
+
+bool RVXResults::mayTell(Node node) const {
+  const RVXItem& item = std::as_const(mInventory).item(node);
+  return item.verdict != RVXVerdict::none || item.hasBadLines || item.hasNoList ||
+         mInventory.folderErrors.contains(node);
+}
+
+bool RVXResults::isSilent(Node node) const {
+  const RVXItem& item = std::as_const(mInventory).item(node);
+  return item.verdict == RVXVerdict::ok && !mTellsGoodFiles && !item.isRenamed && !item.hasBadLines &&
+         !item.hasNoList && !mInventory.folderErrors.contains(node);
+}
+
+void RVXResults::count(Node node) {
+  const auto finding = mInventory.findings.find(node);
+  if (std::as_const(mInventory).item(node).lastDigest != RVXNameTree::kNone) ++mCounts.files;
+  switch (std::as_const(mInventory).item(node).verdict) {
+    case RVXVerdict::none:
+      break;
+    case RVXVerdict::pending:
+      ++mCounts.pending;
+      break;
+    case RVXVerdict::ok:
+      ++mCounts.ok;
+      break;
+    case RVXVerdict::changed:
+      mCounts.changed += static_cast<int64_t>(finding->second.differences.size());
+      break;
+    case RVXVerdict::noRegularFile:
+      mCounts.changed += static_cast<int64_t>(mInventory.digestsOf(node).size());
+      break;
+    case RVXVerdict::missing:
+      ++mCounts.missing;
+      break;
+    case RVXVerdict::unreadable:
+      ++mCounts.unreadable;
+      break;
+    case RVXVerdict::unlisted:
+      ++mCounts.unlisted;
+      break;
+  }
+}
+
+void RVXResults::passSilent() {
+  while (isNextKnown() && isSilent(mOrder[mNext])) ++mNext;
+}
+
+bool RVXResults::isNextKnown() const {
+  return mNext < mOrder.size() &&
+         std::as_const(mInventory).item(mOrder[mNext]).verdict != RVXVerdict::pending;
+}

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "check/RVXInventory.h"
+#include "platform/threads/RVXMutex.h"
+
+// How many files are what. N, A to F of the summary.
+struct RVXCounts {
+  int64_t files = 0;  // listed, each once
+  int64_t ok = 0;
+  int64_t changed = 0;  // digests
+  int64_t missing = 0;
+  int64_t unreadable = 0;
+  int64_t unlisted = 0;
+  int64_t badLines = 0;
+  int64_t pending = 0;
+};
+
+// Collects the verdicts of the threads that read, and hands those that have something to tell to the main
+// thread, in the order of the printed paths and as soon as all before them are known.
+class RVXResults {
+ public:
+  using Node = RVXNameTree::Node;
+
+  // What the inventory knows by now counts as known. `pendingOnCard` further files are being read.
+  RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOnCard);
+
+  struct Checked {
+    RVXVerdict verdict = RVXVerdict::ok;
+    RVXFinding finding;
+    int64_t size = 0;  // bytes that were read
+    uint16_t volume = 0;
+  };
+  // What became of a pending file, from any thread. Wakes the main thread where there is something to do.
+  void post(Node node, Checked&& checked) RVX_EXCLUDES(mLock);
+  // A file of the card has been read.
+  void postOnCard() RVX_EXCLUDES(mLock);
+
+  struct Told {
+    Node node = RVXNameTree::kNone;
+    RVXFinding finding;
+  };
+  // The next one to tell; none where it is not known yet, or none is left.
+  std::optional<Told> takeNext() RVX_EXCLUDES(mLock);
+
+  // The run was interrupted: from now on nothing changes any more in the inventory, and takeNext() passes
+  // over what is not known.
+  void close() RVX_EXCLUDES(mLock);
+
+  [[nodiscard]] bool isFinished() const RVX_EXCLUDES(mLock);
+  [[nodiscard]] RVXCounts counts() const RVX_EXCLUDES(mLock);
+
+ private:
+  void sortNodes() RVX_REQUIRES(mLock);
+  [[nodiscard]] bool mayTell(Node node) const;
+  [[nodiscard]] bool isSilent(Node node) const;
+  void count(Node node) RVX_REQUIRES(mLock);
+  void passSilent() RVX_REQUIRES(mLock);
+  [[nodiscard]] bool isNextKnown() const RVX_REQUIRES(mLock);
+
+  RVXInventory& mInventory;
+  const bool mTellsGoodFiles;
+  mutable RVXMutex mLock;
+  std::vector<Node> mOrder RVX_GUARDED_BY(mLock);
+  size_t mNext RVX_GUARDED_BY(mLock) = 0;  // in mOrder
+  size_t mPendingOnCard RVX_GUARDED_BY(mLock);
+  RVXCounts mCounts RVX_GUARDED_BY(mLock);
+  bool mIsClosed RVX_GUARDED_BY(mLock) = false;
+};

@@ -1,0 +1,71 @@
+#include <cstdlib>
+#include <new>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "check/RVXCheckOptions.h"
+#include "check/RVXCheckRun.h"
+#include "check/RVXPrintedText.h"
+#include "include/EndProcess.h"
+#include "platform/files/RVXFileSystem.h"
+#include "platform/files/RVXIOFailure.h"
+#include "platform/system/RVXHost.h"
+#include "platform/system/RVXInterruption.h"
+#include "platform/system/RVXStandardStreams.h"
+
+namespace {
+
+// Other threads may still read: no destructor is run.
+[[noreturn]] void end(RVXCheckStatus status) {
+  std::_Exit(static_cast<int>(status));
+}
+
+[[noreturn]] void endWithUsage(const std::string& problem) {
+  [[maybe_unused]] const auto ignored =
+      writeTo(RVXStandardStream::error, "rvxcheck: " + problem + "\n" + RVXCheckOptions::usage());
+  end(RVXCheckStatus::wrongArguments);
+}
+
+[[noreturn]] void endWithText(const std::string& text, bool isOutputLost) {
+  const bool isWritten = !isOutputLost && writeTo(RVXStandardStream::output, text).succeeded();
+  end(isWritten ? RVXCheckStatus::good : RVXCheckStatus::outputLost);
+}
+
+void requireItems(const RVXCheckOptions& options) {
+  for (const std::string& path : options.paths) {
+    const auto item = attributesOfTarget(path);
+    if (item.failed()) endWithUsage(printedText(path) + ": " + item.failure().reason);
+  }
+  if (!options.card) return;
+  const auto card = attributesOfTarget(*options.card);
+  if (card.failed()) endWithUsage(printedText(*options.card) + ": " + card.failure().reason);
+  if (card.value().type != RVXFileType::folder) endWithUsage(printedText(*options.card) + ": not a folder");
+}
+
+}  // namespace
+
+int main(int argumentCount, char* argumentVector[]) {
+  const bool isOutputLost = !isOpen(RVXStandardStream::output);
+  openMissingStandardDescriptors();
+  letWritesFail();
+  std::set_new_handler(endProcessWithoutMemory);
+
+  const auto parsed = RVXCheckOptions::parse(argumentCount, argumentVector);
+  if (const auto* problem = std::get_if<std::string>(&parsed)) endWithUsage(*problem);
+  if (const auto* wish = std::get_if<RVXCheckOptions::Wish>(&parsed)) {
+    const bool wantsHelp = *wish == RVXCheckOptions::Wish::help;
+    endWithText(wantsHelp ? std::string(RVXCheckOptions::usage()) + RVXCheckOptions::help()
+                          : std::string("rvxcheck ") + RVX_VERSION + "\n",
+                isOutputLost);
+  }
+  const auto& options = std::get<RVXCheckOptions>(parsed);
+  requireItems(options);
+
+  RVXInterruption::begin();
+  RVXCheckRun run(options, isOutputLost);
+  const RVXCheckStatus status = run.run();
+  const auto signalNumber = RVXInterruption::signalNumber();
+  if (signalNumber) RVXInterruption::endProcess(*signalNumber);
+  end(status);
+}
