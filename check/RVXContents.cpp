@@ -65,6 +65,7 @@ RVXContents RVXContents::read(const std::string& path, const std::vector<DigestK
   reader.bypassCacheAndReadAhead();
   RVXKeptFailure recovery;
   std::vector<RVXDigest> digests;
+  digests.reserve(kinds.size());
   for (const DigestKind kind : kinds) digests.emplace_back(kind);
   contents.length = readThrough(reader, recovery, digests, bytesRead);
   if (recovery.failure()) {

@@ -101,7 +101,8 @@ void RVXReport::tellBadLines(Node list) {
     const RVXBadLines& bad = mInventory.badLines[mNextBadLines];
     const std::string problem = inBrackets(std::string(mInventory.texts().at(bad.problem)));
     for (uint32_t line = bad.first; line <= bad.last; ++line) {
-      mOutput.addLine("bad-list", path + (line > 0 ? lineNumber(line) : "") + problem);
+      const std::string place = line > 0 ? lineNumber(line) : "";
+      mOutput.addLine("bad-list", std::string(path).append(place).append(problem));
     }
   }
 }

@@ -59,7 +59,7 @@ int main(int argumentCount, char* argumentVector[]) {
                           : std::string("rvxcheck ") + RVX_VERSION + "\n",
                 isOutputLost);
   }
-  const auto& options = std::get<RVXCheckOptions>(parsed);
+  const RVXCheckOptions& options = *std::get_if<RVXCheckOptions>(&parsed);
   requireItems(options);
 
   RVXInterruption::begin();

@@ -121,7 +121,7 @@ RVXOutcome<size_t> RVXFileHandle::readSome(std::span<std::byte> bytes) {
 RVXOutcome<size_t> RVXFileHandle::readWhole(std::span<std::byte> bytes) {
   size_t filled = 0;
   while (filled < bytes.size()) {
-    const auto piece = readSome(bytes.subspan(filled));
+    auto piece = readSome(bytes.subspan(filled));
     if (piece.failed()) return piece;
     if (piece.value() == 0) break;
     filled += piece.value();

@@ -18,10 +18,10 @@ class [[nodiscard]] RVXOutcome {
   [[nodiscard]] bool failed() const { return !succeeded(); }
 
   // value() may be called only after success, failure() only after failure.
-  [[nodiscard]] const Value& value() const& { return std::get<0>(mResult); }
-  [[nodiscard]] Value& value() & { return std::get<0>(mResult); }
-  [[nodiscard]] Value&& value() && { return std::get<0>(std::move(mResult)); }
-  [[nodiscard]] const RVXIOFailure& failure() const { return std::get<1>(mResult); }
+  [[nodiscard]] const Value& value() const& { return *std::get_if<0>(&mResult); }
+  [[nodiscard]] Value& value() & { return *std::get_if<0>(&mResult); }
+  [[nodiscard]] Value&& value() && { return std::move(*std::get_if<0>(&mResult)); }
+  [[nodiscard]] const RVXIOFailure& failure() const { return *std::get_if<1>(&mResult); }
 
  private:
   std::variant<Value, RVXIOFailure> mResult;
