@@ -43,6 +43,23 @@ void requireItems(const RVXCheckOptions& options) {
   if (card.value().type != RVXFileType::folder) endWithUsage(printedText(*options.card) + ": not a folder");
 }
 
+[[noreturn]] void grantAndEnd(RVXCheckOptions::Wish wish, bool isOutputLost) {
+  const bool wantsHelp = wish == RVXCheckOptions::Wish::help;
+  endWithText(wantsHelp ? std::string(RVXCheckOptions::usage()) + RVXCheckOptions::help()
+                        : std::string("rvxcheck ") + RVX_VERSION + "\n",
+              isOutputLost);
+}
+
+[[noreturn]] void checkAndEnd(const RVXCheckOptions& options, bool isOutputLost) {
+  requireItems(options);
+  RVXInterruption::begin();
+  RVXCheckRun run(options, isOutputLost);
+  const RVXCheckStatus status = run.run();
+  const auto signalNumber = RVXInterruption::signalNumber();
+  if (signalNumber) RVXInterruption::endProcess(*signalNumber);
+  end(status);
+}
+
 }  // namespace
 
 int main(int argumentCount, char* argumentVector[]) {
@@ -52,20 +69,7 @@ int main(int argumentCount, char* argumentVector[]) {
   std::set_new_handler(endProcessWithoutMemory);
 
   const auto parsed = RVXCheckOptions::parse(argumentCount, argumentVector);
+  if (const auto* options = std::get_if<RVXCheckOptions>(&parsed)) checkAndEnd(*options, isOutputLost);
+  if (const auto* wish = std::get_if<RVXCheckOptions::Wish>(&parsed)) grantAndEnd(*wish, isOutputLost);
   if (const auto* problem = std::get_if<std::string>(&parsed)) endWithUsage(*problem);
-  if (const auto* wish = std::get_if<RVXCheckOptions::Wish>(&parsed)) {
-    const bool wantsHelp = *wish == RVXCheckOptions::Wish::help;
-    endWithText(wantsHelp ? std::string(RVXCheckOptions::usage()) + RVXCheckOptions::help()
-                          : std::string("rvxcheck ") + RVX_VERSION + "\n",
-                isOutputLost);
-  }
-  const RVXCheckOptions& options = *std::get_if<RVXCheckOptions>(&parsed);
-  requireItems(options);
-
-  RVXInterruption::begin();
-  RVXCheckRun run(options, isOutputLost);
-  const RVXCheckStatus status = run.run();
-  const auto signalNumber = RVXInterruption::signalNumber();
-  if (signalNumber) RVXInterruption::endProcess(*signalNumber);
-  end(status);
 }

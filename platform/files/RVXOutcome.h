@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <utility>
-#include <variant>
 
 #include "platform/files/RVXIOFailure.h"
 
@@ -11,20 +10,21 @@
 template <typename Value = void>
 class [[nodiscard]] RVXOutcome {
  public:
-  RVXOutcome(Value value) : mResult(std::move(value)) {}
-  RVXOutcome(RVXIOFailure failure) : mResult(std::move(failure)) {}
+  RVXOutcome(Value value) : mValue(std::move(value)) {}
+  RVXOutcome(RVXIOFailure failure) : mFailure(std::move(failure)) {}
 
-  [[nodiscard]] bool succeeded() const { return mResult.index() == 0; }
+  [[nodiscard]] bool succeeded() const { return mValue.has_value(); }
   [[nodiscard]] bool failed() const { return !succeeded(); }
 
-  // value() may be called only after success, failure() only after failure.
-  [[nodiscard]] const Value& value() const& { return *std::get_if<0>(&mResult); }
-  [[nodiscard]] Value& value() & { return *std::get_if<0>(&mResult); }
-  [[nodiscard]] Value&& value() && { return std::move(*std::get_if<0>(&mResult)); }
-  [[nodiscard]] const RVXIOFailure& failure() const { return *std::get_if<1>(&mResult); }
+  // To be asked for only after success, and only after failure.
+  [[nodiscard]] const Value& value() const& { return *mValue; }
+  [[nodiscard]] Value& value() & { return *mValue; }
+  [[nodiscard]] Value&& value() && { return *std::move(mValue); }
+  [[nodiscard]] const RVXIOFailure& failure() const { return mFailure; }
 
  private:
-  std::variant<Value, RVXIOFailure> mResult;
+  std::optional<Value> mValue;  // none after a failure
+  RVXIOFailure mFailure;
 };
 
 // The same for an operation that gives nothing but success.
