@@ -157,7 +157,8 @@ RVXPlaces::Node RVXPlaces::nodeOfRealPath(const std::string& realPath) const {
     if (realPath == root->first) return root->second;
     if (!isIn(realPath, root->first)) continue;
     Node node = root->second;
-    for (const std::string_view name : wayOf(realPath.substr(root->first.size())).down) {
+    const Way way = wayOf(std::string_view(realPath).substr(root->first.size()));
+    for (const std::string_view name : way.down) {
       node = mInventory.names().add(node, name);
     }
     return node;

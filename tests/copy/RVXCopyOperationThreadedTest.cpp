@@ -179,22 +179,21 @@ TEST_F(RVXCopyOperationThreadedTest, OnlyTheLastBlockIsNotFullAndMayBeOfNothing)
 // What every thread does when an exit is forced, one at a time.
 class RVXCopyOperationThreadedForcedExitTest : public RVXCopyOperationThreadedTest {
  protected:
-  RVXCopyOperationThreadedForcedExitTest() {
-    writeFile(mSource, "movie");
-    mOperation->setVerbose(true);
-    Probe::forceExit(*mOperation);
-  }
+  RVXCopyOperationThreadedForcedExitTest() { writeFile(mSource, "movie"); }
 
   // What a thread prints that finds a block handed in, or the end of the data.
   template <typename Thread>
   std::string outputOfThread(bool findsBlock, Thread thread) {
+    mOperation = operationTo({mD1});
+    mOperation->setVerbose(true);
+    Probe::forceExit(*mOperation);
     auto& manager = Probe::prepare(*mOperation, 1);
     if (findsBlock) manager.addReadBuffer(RVXBlock::withCapacity(kBlock));
     if (!findsBlock) manager.setFinishedReading();
     return outputOf([&] { thread(*mOperation); });
   }
 
-  std::unique_ptr<Operation> mOperation = operationTo({mD1});
+  std::unique_ptr<Operation> mOperation;
 };
 
 TEST_F(RVXCopyOperationThreadedForcedExitTest, EachThreadSaysSoAndDoesNothing) {
