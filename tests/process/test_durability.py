@@ -209,8 +209,10 @@ class FailedWriteBackTest(StorageTest):
         for file_system in DISK_FILE_SYSTEMS:
             for frame in (1, 20, 40):
                 with self.subTest(file_system=file_system, frame=frame):
-                    os.rename(self.image("disk.img", file_system, 300), self.path("machine-below/disk.img"))
-                    self.mount("disk", "-o", "loop", self.path("machine/disk.img"))
+                    # A loop device may outlive its mount for a moment: each disk has an image of its own.
+                    image = "%s-%d.img" % (file_system, frame)
+                    os.rename(self.image(image, file_system, 300), self.path("machine-below/" + image))
+                    self.mount("disk", "-o", "loop", self.path("machine/" + image))
                     self.write_frames("f_%02d.dpx", range(1, 41), 60000)
                     self.write("f_%02d.dpx" % frame, refused * 1500)
                     result = self.run_tool("-s", "f_1-40##.dpx", "d/", "disk/d/")
