@@ -1,24 +1,17 @@
 #include "check/RVXExamination.h"
 
 #include <cerrno>
-#include <span>
 
+#include "platform/digests/RVXAnyDigest.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXIOFailure.h"
-#include "platform/system/RVXDigest.h"
 #include "platform/system/RVXInterruption.h"
 
 namespace {
 
 // No copy of a card's file has that size: it stands for a link that is good by its text.
 constexpr int64_t kNoContents = -1;
-
-std::string digestOf(DigestKind kind, const std::string& text) {
-  RVXDigest digest(kind);
-  digest.update(std::as_bytes(std::span(text)));
-  return digest.finalBytes();
-}
 
 }  // namespace
 
@@ -27,7 +20,7 @@ std::vector<RVXFinding::Difference> differencesOfLinkText(const RVXInventory& in
   std::vector<RVXFinding::Difference> differences;
   for (const uint32_t number : inventory.digestsOf(node)) {
     const RVXListedDigest& listed = inventory.digest(number);
-    std::string read = digestOf(inventory.kindOf(listed), text);
+    std::string read = RVXAnyDigest::ofText(inventory.kindOf(listed), text);
     if (read != inventory.bytesOf(listed)) differences.push_back({number, std::move(read)});
   }
   return differences;

@@ -1,16 +1,11 @@
 #include "check/RVXReport.h"
 
-#include <span>
 #include <string_view>
 
 #include "check/RVXPrintedText.h"
-#include "include/DigestString.h"
+#include "formats/RVXDigestText.h"
 
 namespace {
-
-std::string hex(std::string_view bytes) {
-  return digestString(std::as_bytes(std::span(bytes)));
-}
 
 std::string inBrackets(const std::string& text) {
   return std::string(" (").append(text).append(")");
@@ -77,10 +72,11 @@ void RVXReport::tellVerdict(const RVXResults::Told& told) {
 void RVXReport::tellChanged(const RVXResults::Told& told) {
   for (const auto& [digest, read] : told.finding.differences) {
     const RVXListedDigest& listed = mInventory.digest(digest);
+    const DigestKind kind = mInventory.kindOf(listed);
     mOutput.addLine("changed", mInventory.names().printedPath(told.node) +
-                                   inBrackets(digestLabel(mInventory.kindOf(listed)) + std::string(" ") +
-                                              hex(mInventory.bytesOf(listed)) + " listed in " +
-                                              printedList(digest) + ", read " + hex(read)));
+                                   inBrackets(digestLabel(kind) + std::string(" ") +
+                                              digestText(kind, mInventory.bytesOf(listed)) + " listed in " +
+                                              printedList(digest) + ", read " + digestText(kind, read)));
   }
 }
 
