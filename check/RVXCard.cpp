@@ -4,9 +4,24 @@
 #include <tuple>
 #include <utility>
 
+#include "check/RVXHistories.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
+
+namespace {
+
+// Whether the digest is long enough to tell that a file is a copy.
+bool tellsCopies(const RVXInventory& inventory, const RVXListedDigest& listed) {
+  return inventory.hasDigest(listed) && inventory.kindOf(listed) != DigestKind::XXH32;
+}
+
+// A history's table of contents: it grows with each copy of the card.
+bool isChain(std::string_view folder, std::string_view name) {
+  return folder == RVXHistories::kFolder && name == RVXHistories::kChain;
+}
+
+}  // namespace
 
 RVXCard::RVXCard(RVXInventory& inventory, RVXVolumeTable& volumes, const std::string& path, size_t copies)
     : mInventory(inventory), mVolumes(volumes), mCopies(copies), mRoot(inventory.names().addRoot(path)) {}
@@ -21,6 +36,7 @@ RVXCard::Node RVXCard::enterFolder(Node parent, const std::string& name) {
 }
 
 void RVXCard::foundFile(Node parent, const std::string& name, RVXFileType type) {
+  if (type == RVXFileType::regular && isChain(mInventory.names().name(parent), name)) return;
   const Node file = mInventory.names().add(parent, name);
   RVXItem& item = mInventory.item(file);
   item.isRegular = type == RVXFileType::regular;
@@ -68,7 +84,7 @@ void RVXCard::findListedSizes() {
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
     const RVXListedDigest& listed = mInventory.digest(number);
     const RVXItem& item = std::as_const(mInventory).item(listed.node);
-    if (item.verdict != RVXVerdict::pending) continue;
+    if (item.verdict != RVXVerdict::pending || !tellsCopies(mInventory, listed)) continue;
     mListedSizes.push_back({item.size, 1U << static_cast<unsigned>(mInventory.kindOf(listed))});
   }
   std::sort(mListedSizes.begin(), mListedSizes.end(),
@@ -143,8 +159,9 @@ bool RVXCard::isOnOtherDisk(RVXVolumeTable::Number volume) const {
 std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
   std::vector<GoodCopy> good;
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
-    const RVXItem& item = std::as_const(mInventory).item(mInventory.digest(number).node);
-    if (item.verdict == RVXVerdict::ok && isOnOtherDisk(item.volume)) {
+    const RVXListedDigest& listed = mInventory.digest(number);
+    const RVXItem& item = std::as_const(mInventory).item(listed.node);
+    if (item.verdict == RVXVerdict::ok && tellsCopies(mInventory, listed) && isOnOtherDisk(item.volume)) {
       good.push_back({number, mVolumes.diskOf(item.volume)});
     }
   }
@@ -171,7 +188,9 @@ void RVXCard::judgeFiles() {
     const auto read = std::lower_bound(mRead.begin(), mRead.end(), file,
                                        [](const ReadDigest& one, Node sought) { return one.file < sought; });
     for (auto digest = read; digest != mRead.end() && digest->file == file; ++digest) {
-      addDisks(disks, good, file, mTexts.at(digest->text));
+      for (const std::string& text : RVXInventory::textsOf(mTexts.at(digest->text))) {
+        addDisks(disks, good, file, text);
+      }
     }
     requireCopies(file, disks.size());
   }

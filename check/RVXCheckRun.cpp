@@ -7,6 +7,7 @@
 
 #include "check/RVXExamination.h"
 #include "check/RVXListUse.h"
+#include "check/RVXMediaListUse.h"
 #include "check/RVXPathWalk.h"
 #include "check/RVXProgressLine.h"
 #include "platform/system/RVXInterruption.h"
@@ -32,17 +33,29 @@ RVXCheckStatus RVXCheckRun::run() {
 void RVXCheckRun::examine() {
   RVXPathWalk walk(mInventory, mPlaces, mIgnored, mOptions.paths.size() > 1);
   for (const std::string& path : mOptions.paths) walk.add(path);
-  RVXListUse use(mInventory, mPlaces);
-  for (const Node list : walk.finish()) {
-    if (!RVXInterruption::signalNumber()) use.use(list);
-  }
-  RVXExamination examination(mInventory, mPlaces, mVolumes);
+  RVXHistories histories(mInventory, mPlaces);
+  useLists(walk.finish(), histories);
+  RVXExamination examination(mInventory, mPlaces, histories, mVolumes);
   mListedFiles = examination.examineListedFiles();
   if (!RVXInterruption::signalNumber()) examination.findUnlistedFiles();
   if (!mOptions.card) return;
   mCard.emplace(mInventory, mVolumes, *mOptions.card, mOptions.copies);
   mCard->find(mIgnored);
   mCardFiles = mCard->filesToRead();
+}
+
+void RVXCheckRun::useLists(const std::vector<Node>& lists, RVXHistories& histories) {
+  histories.find(lists);
+  RVXListUse textLists(mInventory, mPlaces);
+  RVXMediaListUse mediaLists(mInventory, mPlaces, histories);
+  for (const Node list : lists) {
+    if (RVXInterruption::signalNumber()) return;
+    if (RVXMediaListUse::isOne(mInventory, list)) {
+      mediaLists.use(list);
+    } else {
+      textLists.use(list);
+    }
+  }
 }
 
 void RVXCheckRun::startReaders() {

@@ -9,6 +9,7 @@
 #include "check/RVXCheckOptions.h"
 #include "check/RVXCheckStatus.h"
 #include "check/RVXFileCheck.h"
+#include "check/RVXHistories.h"
 #include "check/RVXIgnoredNames.h"
 #include "check/RVXInventory.h"
 #include "check/RVXOutput.h"
@@ -32,6 +33,7 @@ class RVXCheckRun {
   using Node = RVXNameTree::Node;
 
   void examine();
+  void useLists(const std::vector<Node>& lists, RVXHistories& histories);
   void startReaders();
   void readFile(Node file);
   [[nodiscard]] int64_t totalBytes() const;

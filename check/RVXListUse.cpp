@@ -1,6 +1,5 @@
 #include "check/RVXListUse.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "platform/files/RVXFileSystem.h"
@@ -37,18 +36,15 @@ std::optional<std::string> nameBeside(const std::string& listed) {
 }  // namespace
 
 void RVXListUse::use(Node list) {
-  mList = static_cast<uint32_t>(mInventory.lists.size());
   mFolder = mPlaces.folderAbove(list);
   mEntryCount = 0;
   mOnlyEntry.reset();
   mOriginalFiles.reset();
-  mInventory.lists.push_back({list, RVXNameTree::kNone});
-
-  const size_t firstOfList = mInventory.badLines.size();
+  mEntries.begin(list, mFolder);
   const auto failure = readList(mInventory.names().path(list), *this);
   addOnlyEntry();
-  finishBadLines(firstOfList, failure);
-  mInventory.item(list).hasBadLines = mInventory.badLines.size() > firstOfList;
+  mEntries.end(failure,
+               mEntryCount == 0 ? std::optional<std::string>(RVXDigestLine::kNoDigestLine) : std::nullopt);
 }
 
 void RVXListUse::entry(uint32_t line, RVXDigestLine&& entry) {
@@ -63,15 +59,7 @@ void RVXListUse::entry(uint32_t line, RVXDigestLine&& entry) {
 }
 
 void RVXListUse::badLine(uint32_t line, const char* problem) {
-  const RVXByteStore::Place place = problemPlace(problem);
-  auto& badLines = mInventory.badLines;
-  const bool goesOn = !badLines.empty() && badLines.back().list == mList &&
-                      badLines.back().problem == place && badLines.back().last + 1 == line;
-  if (goesOn) {
-    badLines.back().last = line;
-  } else {
-    badLines.push_back({mList, line, line, place});
-  }
+  mEntries.badLine(line, problem);
 }
 
 void RVXListUse::originalFiles(std::string_view text) {
@@ -92,19 +80,8 @@ void RVXListUse::addOnlyEntry() {
 }
 
 void RVXListUse::add(const Entry& entry) {
-  if (entry.listed.name.starts_with('/')) {
-    badLine(entry.line, "absolute name");
-    return;
-  }
-  const auto place = mPlaces.placeOf(mFolder, entry.listed.name);
-  if (!place) {
-    badLine(entry.line, "name leads above PATH");
-    return;
-  }
-  mInventory.addDigest(place->node, entry.listed.kind, entry.listed.digest, mList, entry.line);
-  mInventory.item(place->node).isNamed = true;
-  if (place->isOutside) mInventory.item(place->node).verdict = RVXVerdict::missing;
-  if (place->inFact != RVXNameTree::kNone) mInventory.item(place->inFact).isNamed = true;
+  const auto file = mEntries.fileOf(entry.line, entry.listed.name);
+  if (file) mEntries.add(*file, RVXInventory::textOf(entry.listed.kind, entry.listed.digest), entry.line);
 }
 
 std::optional<std::string> RVXListUse::otherName(const std::string& listedName) {
@@ -123,24 +100,4 @@ bool RVXListUse::isThere(const std::string& name) {
   const auto attributes = attributesOfItem(mInventory.names().path(place->node));
   return attributes.succeeded() && (attributes.value().type == RVXFileType::regular ||
                                     attributes.value().type == RVXFileType::symbolicLink);
-}
-
-void RVXListUse::finishBadLines(size_t firstOfList, const std::optional<std::string>& failure) {
-  auto& badLines = mInventory.badLines;
-  const auto first = badLines.begin() + static_cast<std::ptrdiff_t>(firstOfList);
-  if (mEntryCount == 0) badLines.erase(first, badLines.end());  // one finding for the whole list
-  if (failure) {
-    badLines.push_back({mList, 0, 0, problemPlace(*failure)});
-  } else if (mEntryCount == 0) {
-    badLines.push_back({mList, 0, 0, problemPlace(RVXDigestLine::kNoDigestLine)});
-  }
-  // The only entry's comes last, the whole list's is to come first.
-  std::sort(badLines.begin() + static_cast<std::ptrdiff_t>(firstOfList), badLines.end(),
-            [](const RVXBadLines& one, const RVXBadLines& other) { return one.first < other.first; });
-}
-
-RVXByteStore::Place RVXListUse::problemPlace(const std::string& problem) {
-  const auto known = mProblems.find(problem);
-  if (known != mProblems.end()) return known->second;
-  return mProblems.emplace(problem, mInventory.texts().add(problem)).first->second;
 }

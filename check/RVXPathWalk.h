@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "check/RVXFolderWalk.h"
@@ -43,3 +44,6 @@ class RVXPathWalk : private RVXFolderWalk::Visitor {
   std::vector<Node> mFolderPaths;
   std::vector<Node> mLists;
 };
+
+// Whether a list of that name is a media hash list, and no text.
+bool isMediaHashListName(std::string_view name);

@@ -2,34 +2,12 @@
 
 #include <algorithm>
 
+#include "check/RVXWay.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
 
 namespace {
-
-// A name without what cancels itself out: so many folders up, then down through these.
-struct Way {
-  size_t up = 0;
-  std::vector<std::string_view> down;
-};
-
-Way wayOf(std::string_view name) {
-  Way way;
-  while (!name.empty()) {
-    const std::string_view component = name.substr(0, name.find('/'));
-    name.remove_prefix(std::min(name.size(), component.size() + 1));
-    if (component.empty() || component == ".") continue;
-    if (component != "..") {
-      way.down.push_back(component);
-    } else if (way.down.empty()) {
-      ++way.up;
-    } else {
-      way.down.pop_back();
-    }
-  }
-  return way;
-}
 
 // The text of the folder above one that was given as `path`.
 std::string textAbove(const std::string& path) {
@@ -99,7 +77,7 @@ RVXPlaces::Node RVXPlaces::folderAbove(Node node) const {
 }
 
 std::optional<RVXPlaces::Place> RVXPlaces::placeOf(Node folder, std::string_view name) {
-  const Way way = wayOf(name);
+  const RVXWay way = RVXWay::of(name);
   for (size_t i = 0; i < way.up; ++i) {
     folder = folderAbove(folder);
     if (folder == RVXNameTree::kNone) return std::nullopt;
@@ -157,7 +135,7 @@ RVXPlaces::Node RVXPlaces::nodeOfRealPath(const std::string& realPath) const {
     if (realPath == root->first) return root->second;
     if (!isIn(realPath, root->first)) continue;
     Node node = root->second;
-    const Way way = wayOf(std::string_view(realPath).substr(root->first.size()));
+    const RVXWay way = RVXWay::of(std::string_view(realPath).substr(root->first.size()));
     for (const std::string_view name : way.down) {
       node = mInventory.names().add(node, name);
     }

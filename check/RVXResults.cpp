@@ -10,7 +10,10 @@ RVXResults::RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pend
   const RVXMutexLock lock(mLock);
   mInventory.addMissingItems();
   sortNodes();
-  for (const Node node : mOrder) count(node);
+  for (const Node node : mOrder) {
+    count(node);
+    if (std::as_const(mInventory).item(node).isOutOfChain) ++mCounts.unlisted;
+  }
   for (const RVXBadLines& bad : mInventory.badLines) mCounts.badLines += bad.last - bad.first + 1;
   mCounts.unreadable += static_cast<int64_t>(mInventory.folderErrors.size());
   passSilent();
@@ -81,14 +84,14 @@ void RVXResults::sortNodes() {
 
 bool RVXResults::mayTell(Node node) const {
   const RVXItem& item = std::as_const(mInventory).item(node);
-  return item.verdict != RVXVerdict::none || item.hasBadLines || item.hasNoList ||
+  return item.verdict != RVXVerdict::none || item.hasBadLines || item.hasNoList || item.isOutOfChain ||
          mInventory.folderErrors.contains(node);
 }
 
 bool RVXResults::isSilent(Node node) const {
   const RVXItem& item = std::as_const(mInventory).item(node);
   return item.verdict == RVXVerdict::ok && !mTellsGoodFiles && !item.isRenamed && !item.hasBadLines &&
-         !item.hasNoList && !mInventory.folderErrors.contains(node);
+         !item.hasNoList && !item.isOutOfChain && !mInventory.folderErrors.contains(node);
 }
 
 void RVXResults::count(Node node) {
@@ -96,6 +99,7 @@ void RVXResults::count(Node node) {
   if (std::as_const(mInventory).item(node).lastDigest != RVXNameTree::kNone) ++mCounts.files;
   switch (std::as_const(mInventory).item(node).verdict) {
     case RVXVerdict::none:
+    case RVXVerdict::noDigest:
       break;
     case RVXVerdict::pending:
       ++mCounts.pending;
