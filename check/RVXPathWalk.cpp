@@ -132,9 +132,10 @@ void RVXPathWalk::foundFile(Node parent, const std::string& name, RVXFileType ty
   if ((!isRegular && type != RVXFileType::symbolicLink) || isTemporaryName(name)) return;
   const Node file = mInventory.names().add(parent, name);
   mInventory.item(file).isFound = true;
+  if (!isRegular) return;
   const bool isUsed = isInHistory || isTextListName(name) ||
                       (isMediaHashList && !isPackingList(mInventory.names().path(file)));
-  if (isRegular && isUsed) noteList(file);
+  if (isUsed) noteList(file);
 }
 
 void RVXPathWalk::foundUnreadableFolder(Node folder, const RVXIOFailure& failure) {
