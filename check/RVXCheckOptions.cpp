@@ -108,8 +108,8 @@ std::variant<RVXCheckOptions, RVXCheckOptions::Wish, std::string> RVXCheckOption
 
 const char* RVXCheckOptions::usage() {
   return "Usage: rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... [--mhl | --ascmhl] PATH...\n"
-         "       rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... [--mhl | --ascmhl] --card CARD [--copies N] "
-         "PATH...\n"
+         "       rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... [--mhl | --ascmhl]\n"
+         "                --card CARD [--copies N] PATH...\n"
          "       rvxcheck --help | --version\n";
 }
 

@@ -32,7 +32,8 @@ class RVXHistories::RenameReader : private RVXMediaHashListReader::Receiver {
 
  private:
   void entry(RVXMediaHash&& entry) override {
-    if (entry.previousPath.empty()) return;
+    const bool isAbsolute = entry.previousPath.starts_with('/') || entry.path.starts_with('/');
+    if (entry.previousPath.empty() || isAbsolute) return;
     mRenames.push_back(
         {mTexts.add(RVXWay::of(entry.previousPath).text()), mTexts.add(RVXWay::of(entry.path).text())});
   }
@@ -72,7 +73,8 @@ bool RVXHistories::hasChain(Node folder) const {
 
 std::string RVXHistories::nameNow(Node manifest, const std::string& name) const {
   const History& history = mHistories.at(mInventory.names().parent(manifest));
-  std::string now = name;
+  if (name.starts_with('/')) return name;  // which is not taken
+  std::string now = RVXWay::of(name).text();
   for (size_t i = mGenerations.at(manifest) + 1; i < history.generations.size(); ++i) {
     if (!history.generations[i].renames.empty())
       now = renamed(history.generations[i], RVXWay::of(now).text());
@@ -162,7 +164,7 @@ std::string RVXHistories::renamed(const Generation& generation, const std::strin
         generation.renames.begin(), generation.renames.end(), part,
         [this](const Rename& one, std::string_view sought) { return mTexts.at(one.before) < sought; });
     if (rename == generation.renames.end() || mTexts.at(rename->before) != part) continue;
-    return std::string(mTexts.at(rename->after)).append(name, end);
+    return pathByAppendingComponent(mTexts.at(rename->after), std::string_view(name).substr(end));
   }
   return name;
 }

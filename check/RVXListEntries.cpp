@@ -33,12 +33,15 @@ void RVXListEntries::badLine(uint32_t line, const std::string& problem) {
   mInventory.addBadLine(mList, line, problem);
 }
 
-void RVXListEntries::end(const std::optional<std::string>& failure,
-                         const std::optional<std::string>& problem) {
+void RVXListEntries::end(const RVXOutcome<>& done, const char* problem) {
   auto& badLines = mInventory.badLines;
   const auto first = badLines.begin() + static_cast<std::ptrdiff_t>(mFirstBadLine);
-  if (problem) badLines.erase(first, badLines.end());  // one finding for the whole list
-  if (failure || problem) badLine(0, failure ? *failure : *problem);
+  if (problem != nullptr) badLines.erase(first, badLines.end());
+  if (done.failed()) {
+    badLine(0, done.failure().reason);
+  } else if (problem != nullptr) {
+    badLine(0, problem);
+  }
   // Not all are told in order: the whole list's is to come first.
   std::sort(badLines.begin() + static_cast<std::ptrdiff_t>(mFirstBadLine), badLines.end(),
             [](const RVXBadLines& one, const RVXBadLines& other) { return one.first < other.first; });

@@ -6,6 +6,7 @@
 
 #include "check/RVXInventory.h"
 #include "check/RVXPlaces.h"
+#include "platform/files/RVXOutcome.h"
 
 // Enters into the inventory what lists hold, whoever reads them: their entries, under the files that the
 // names mean, and their bad lines.
@@ -24,9 +25,9 @@ class RVXListEntries {
   void add(Node file, std::string_view text, uint32_t line, int64_t size = RVXListedDigest::kAnySize);
   void badLine(uint32_t line, const std::string& problem);
 
-  // Ends the list: `failure` says why it, or the rest of it, can't be read. One without an entry has, instead
-  // of its bad lines, the finding `problem`.
-  void end(const std::optional<std::string>& failure, const std::optional<std::string>& problem);
+  // Ends the list, which could be read or not to its end. Where there is no entry in it, it has, instead of
+  // all its bad lines, the one finding `problem`; else that is null.
+  void end(const RVXOutcome<>& done, const char* problem);
 
  private:
   RVXInventory& mInventory;

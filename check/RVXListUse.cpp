@@ -9,13 +9,6 @@ namespace {
 
 constexpr std::string_view kBeside = "../";
 
-std::optional<std::string> readList(const std::string& path, RVXDigestListReader::Receiver& receiver) {
-  const auto attributes = attributesOfTarget(path);
-  if (attributes.succeeded() && attributes.value().type != RVXFileType::regular) return "no regular file";
-  const auto done = RVXDigestListReader::read(path, receiver);
-  return done.failed() ? std::optional(done.failure().reason) : std::nullopt;
-}
-
 // The name without the extension of the lists in a folder of that name, "clip.mov" of "clip.mov.sha1" in
 // "sha1"; none for any other.
 std::optional<std::string> nameOfListedFile(std::string_view list, std::string_view folder) {
@@ -41,10 +34,9 @@ void RVXListUse::use(Node list) {
   mOnlyEntry.reset();
   mOriginalFiles.reset();
   mEntries.begin(list, mFolder);
-  const auto failure = readList(mInventory.names().path(list), *this);
+  const auto done = RVXDigestListReader::read(mInventory.names().path(list), *this);
   addOnlyEntry();
-  mEntries.end(failure,
-               mEntryCount == 0 ? std::optional<std::string>(RVXDigestLine::kNoDigestLine) : std::nullopt);
+  mEntries.end(done, mEntryCount == 0 ? RVXDigestLine::kNoDigestLine : nullptr);
 }
 
 void RVXListUse::entry(uint32_t line, RVXDigestLine&& entry) {

@@ -1,7 +1,6 @@
 #include "check/RVXMediaListUse.h"
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 #include "check/RVXPathWalk.h"
@@ -33,7 +32,7 @@ void RVXMediaListUse::use(Node list) {
 void RVXMediaListUse::useHistory(Node folder) {
   if (mHistories.hasChain(folder) || mInventory.folderErrors.contains(folder)) return;
   mEntries.begin(folder, folder);
-  mEntries.end(std::string("no ").append(RVXHistories::kChain), std::nullopt);
+  mEntries.end({}, "no ascmhl_chain.xml");
 }
 
 void RVXMediaListUse::useList(Node list, Node folder, Expected expected) {
@@ -44,12 +43,12 @@ void RVXMediaListUse::useList(Node list, Node folder, Expected expected) {
   mIsEmpty = true;
   mEntries.begin(list, folder);
   const auto done = RVXMediaHashListReader::read(mInventory.names().path(list), expected, *this);
-  const auto failure = done.failed() ? std::optional(done.failure().reason) : std::nullopt;
-  mEntries.end(failure, mIsEmpty ? std::optional<std::string>("no entry") : std::nullopt);
+  mEntries.end(done, mIsEmpty ? "no entry" : nullptr);
 }
 
 void RVXMediaListUse::entry(RVXMediaHash&& entry) {
   mIsEmpty = false;
+  if (entry.previousPath.starts_with('/')) badLine(entry.line, "absolute name");
   const auto file = mEntries.fileOf(entry.line, nameOf(entry));
   if (!file) return;
   const int64_t size = entry.size.value_or(RVXListedDigest::kAnySize);

@@ -135,9 +135,10 @@ void RVXPathWalk::foundFile(Node parent, const std::string& name, RVXFileType ty
   item.isFound = true;
   item.isRegular = isRegular;
   item.isLink = !isRegular;
+  if (!isRegular) return;
   const bool isUsed = isInHistory || isTextListName(name) ||
                       (isMediaHashList && !isPackingList(mInventory.names().path(file)));
-  if (isRegular && isUsed) noteList(file);
+  if (isUsed) noteList(file);
 }
 
 void RVXPathWalk::foundUnreadableFolder(Node folder, const RVXIOFailure& failure) {

@@ -9,6 +9,7 @@ RVXOutcome<> readInPieces(const std::string& path, const std::function<bool(std:
   auto opened = RVXRecoveringReader::openForReading(path);
   if (opened.failed()) return opened.failure();
   RVXRecoveringReader& file = opened.value();
+  if (!file.isRegularFile()) return RVXIOFailure{0, "", "no regular file"};
   RVXKeptFailure recovery;
   RVXBlock block = RVXBlock::withCapacity(kPieceSize);
   bool goesOn = true;
