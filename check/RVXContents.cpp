@@ -60,6 +60,7 @@ RVXContents RVXContents::read(const std::string& path, const std::vector<DigestK
   RVXRecoveringReader& reader = opened.value();
   contents.isRegularFile = reader.isRegularFile();
   contents.identity = reader.identity().value_or(RVXFileIdentity{});
+  contents.modified = reader.modified();
   if (!contents.isRegularFile) return contents;
 
   reader.bypassCacheAndReadAhead();

@@ -8,9 +8,13 @@
 
 void RVXFileCheck::checkListed(RVXNameTree::Node file) {
   const std::string path = mInventory.names().path(file);
-  const std::vector<DigestKind> kinds =
+  std::vector<DigestKind> kinds =
       RVXDifferences(mInventory, file).kindsFor(std::as_const(mInventory).item(file).size);
+  for (const DigestKind kind : mFacts.kindsFor(file)) {
+    if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end()) kinds.push_back(kind);
+  }
   const RVXContents contents = read(path, kinds);
+  mFacts.take(file, kinds, contents);
   RVXResults::Checked checked;
   checked.size = contents.length;
   if (contents.error) {
@@ -29,7 +33,13 @@ void RVXFileCheck::checkListed(RVXNameTree::Node file) {
 void RVXFileCheck::checkOnCard(RVXNameTree::Node file, RVXCard& card) {
   const std::vector<DigestKind> kinds = card.kindsFor(file);
   card.take(file, kinds, read(mInventory.names().path(file), kinds));
-  mResults.postOnCard();
+  mResults.postOther();
+}
+
+void RVXFileCheck::readFacts(RVXNameTree::Node file) {
+  const std::vector<DigestKind> kinds = mFacts.kindsFor(file);
+  mFacts.take(file, kinds, read(mInventory.names().path(file), kinds));
+  mResults.postOther();
 }
 
 RVXContents RVXFileCheck::read(const std::string& path, const std::vector<DigestKind>& kinds) {

@@ -86,21 +86,44 @@ void RVXHistories::setPatterns(Node manifest, RVXIgnorePatterns&& patterns) {
   const Node folder = mInventory.names().parent(manifest);
   History& history = mHistories.at(folder);
   const size_t number = mGenerations.at(manifest);
-  if (patterns.empty() || number < history.patternsOf) return;
+  if (patterns.lines().empty() || number < history.patternsOf) return;
   history.patterns = std::move(patterns);
   history.patternsOf = number;
   mByScope[mPlaces.folderAbove(folder)] = &history;
 }
 
-bool RVXHistories::excuse(Node file) const {
+RVXHistories::Node RVXHistories::historyOf(Node scope) const {
+  const Node folder = mInventory.names().find(scope, kFolder);
+  return mHistories.contains(folder) ? folder : RVXNameTree::kNone;
+}
+
+std::vector<RVXHistories::Node> RVXHistories::manifestsOf(Node folder) const {
+  std::vector<Node> manifests;
+  for (const Generation& generation : mHistories.at(folder).generations) {
+    manifests.push_back(generation.manifest);
+  }
+  return manifests;
+}
+
+uint64_t RVXHistories::nextNumber(Node folder) const {
+  const std::vector<Node> manifests = manifestsOf(folder);
+  const uint64_t last = manifests.empty() ? 0 : generationOf(mInventory.names().name(manifests.back()));
+  return last < UINT64_MAX ? last + 1 : last;
+}
+
+const std::vector<std::string>& RVXHistories::patternsOf(Node folder) const {
+  return mHistories.at(folder).patterns.lines();
+}
+
+bool RVXHistories::excuse(Node item, bool isFolder) const {
   if (mByScope.empty()) return false;
-  std::string path(mInventory.names().name(file));
-  Node folder = mPlaces.folderAbove(file);
+  std::string path(mInventory.names().name(item));
+  Node folder = mPlaces.folderAbove(item);
   while (folder != RVXNameTree::kNone) {
     const auto scope = mByScope.find(folder);
-    if (scope != mByScope.end() && scope->second->patterns.ignores(path, false)) return true;
+    if (scope != mByScope.end() && scope->second->patterns.ignores(path, isFolder)) return true;
     const Node above = mPlaces.folderAbove(folder);
-    if (above != RVXNameTree::kNone) path = pathByAppendingComponent(mPlaces.nameOf(folder), path);
+    if (above != RVXNameTree::kNone) path = pathByAppendingComponent(mPlaces.nameBelow(folder), path);
     folder = above;
   }
   return false;

@@ -34,8 +34,16 @@ class RVXHistories {
   // The patterns of a manifest. Those of the newest generation that has any hold.
   void setPatterns(Node manifest, RVXIgnorePatterns&& patterns);
 
-  // Whether that file need not be listed.
-  [[nodiscard]] bool excuse(Node file) const;
+  // The folder of the history of the files in `scope`; kNone where they have none.
+  [[nodiscard]] Node historyOf(Node scope) const;
+  // Of a history: its manifests from the oldest generation to the newest, the number that the next generation
+  // is to have, and the patterns that hold.
+  [[nodiscard]] std::vector<Node> manifestsOf(Node folder) const;
+  [[nodiscard]] uint64_t nextNumber(Node folder) const;
+  [[nodiscard]] const std::vector<std::string>& patternsOf(Node folder) const;
+
+  // Whether that file or folder need not be listed.
+  [[nodiscard]] bool excuse(Node item, bool isFolder) const;
 
   // Whether that is a manifest which the chain beside it, where there is one, does not name.
   [[nodiscard]] bool isOutOfChain(Node file) const;

@@ -26,7 +26,7 @@ bool isTextListName(std::string_view name) {
          std::find(kNames.begin(), kNames.end(), name) != kNames.end();
 }
 
-// What rvxcopy writes a list to before it gives it its name.
+// What lists, and folders of lists, are called until they are complete.
 bool isTemporaryName(std::string_view name) {
   return name.starts_with(".rvxcopy-") && name.ends_with(".tmp");
 }
@@ -100,14 +100,14 @@ void RVXPathWalk::markFoldersAbove(Node list) {
 }
 
 RVXPathWalk::Node RVXPathWalk::enterFolder(Node parent, const std::string& name) {
-  if (mInventory.item(parent).isHistory) return RVXNameTree::kNone;
+  if (mInventory.item(parent).isHistory || isTemporaryName(name)) return RVXNameTree::kNone;
   RVXNameTree& names = mInventory.names();
   Node folder = RVXNameTree::kNone;
   if (mAreSeveral) {
     const auto attributes = attributesOfItem(pathByAppendingComponent(names.path(parent), name));
     if (attributes.succeeded()) folder = mPlaces.knownFolder(attributes.value().identity);
     if (folder != RVXNameTree::kNone) {
-      if (names.parent(folder) == RVXNameTree::kNone) mPlaces.setFolderAbove(folder, parent);
+      if (names.parent(folder) == RVXNameTree::kNone) mPlaces.setFolderAbove(folder, parent, name);
       if (mInventory.item(folder).isFound) return RVXNameTree::kNone;
     } else {
       folder = names.add(parent, name);
@@ -131,7 +131,10 @@ void RVXPathWalk::foundFile(Node parent, const std::string& name, RVXFileType ty
   if (isInHistory && !(isRegular && (isMediaHashList || name == RVXHistories::kChain))) return;
   if ((!isRegular && type != RVXFileType::symbolicLink) || isTemporaryName(name)) return;
   const Node file = mInventory.names().add(parent, name);
-  mInventory.item(file).isFound = true;
+  RVXItem& item = mInventory.item(file);
+  item.isFound = true;
+  item.isRegular = isRegular;
+  item.isLink = !isRegular;
   if (!isRegular) return;
   const bool isUsed = isInHistory || isTextListName(name) ||
                       (isMediaHashList && !isPackingList(mInventory.names().path(file)));

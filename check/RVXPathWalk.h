@@ -23,6 +23,9 @@ class RVXPathWalk : private RVXFolderWalk::Visitor {
   // folders lack one.
   std::vector<RVXNameTree::Node> finish();
 
+  // The PATHs that are folders.
+  [[nodiscard]] const std::vector<RVXNameTree::Node>& folderPaths() const { return mFolderPaths; }
+
  private:
   using Node = RVXNameTree::Node;
 

@@ -61,19 +61,25 @@ void RVXPlaces::addFolderBeside(Node root, const std::string& path) {
   const auto attributes = attributesOfTarget(above.empty() ? "." : above);
   if (attributes.failed()) return;
   const Node known = knownFolder(attributes.value().identity);
-  setFolderAbove(root, known != RVXNameTree::kNone ? known : addRootNode(above, attributes.value().identity));
+  const Node folder = known != RVXNameTree::kNone ? known : addRootNode(above, attributes.value().identity);
+  setFolderAbove(root, folder, nameOf(root));
 }
 
-void RVXPlaces::setFolderAbove(Node root, Node folder) {
+void RVXPlaces::setFolderAbove(Node root, Node folder, const std::string& name) {
   for (Node above = folder; above != RVXNameTree::kNone; above = folderAbove(above)) {
     if (above == root) return;
   }
-  mAbove.emplace(root, folder);
+  mAbove.emplace(root, Above{folder, name});
 }
 
 RVXPlaces::Node RVXPlaces::folderAbove(Node node) const {
   const auto above = mAbove.find(node);
-  return above != mAbove.end() ? above->second : mInventory.names().parent(node);
+  return above != mAbove.end() ? above->second.folder : mInventory.names().parent(node);
+}
+
+std::string RVXPlaces::nameBelow(Node node) const {
+  const auto above = mAbove.find(node);
+  return above != mAbove.end() ? above->second.name : std::string(mInventory.names().name(node));
 }
 
 std::optional<RVXPlaces::Place> RVXPlaces::placeOf(Node folder, std::string_view name) {

@@ -5,8 +5,8 @@
 
 #include "platform/system/RVXInterruption.h"
 
-RVXResults::RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOnCard)
-    : mInventory(inventory), mTellsGoodFiles(tellsGoodFiles), mPendingOnCard(pendingOnCard) {
+RVXResults::RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOthers)
+    : mInventory(inventory), mTellsGoodFiles(tellsGoodFiles), mPendingOthers(pendingOthers) {
   const RVXMutexLock lock(mLock);
   mInventory.addMissingItems();
   sortNodes();
@@ -34,14 +34,14 @@ void RVXResults::post(Node node, Checked&& checked) {
   --mCounts.pending;
   count(node);
   passSilent();
-  const bool isLast = mCounts.pending == 0 && mPendingOnCard == 0;
+  const bool isLast = mCounts.pending == 0 && mPendingOthers == 0;
   if (isLast || isNextKnown()) RVXInterruption::wake();
 }
 
-void RVXResults::postOnCard() {
+void RVXResults::postOther() {
   const RVXMutexLock lock(mLock);
-  --mPendingOnCard;
-  if (mCounts.pending == 0 && mPendingOnCard == 0) RVXInterruption::wake();
+  --mPendingOthers;
+  if (mCounts.pending == 0 && mPendingOthers == 0) RVXInterruption::wake();
 }
 
 std::optional<RVXResults::Told> RVXResults::takeNext() {
@@ -66,7 +66,7 @@ void RVXResults::close() {
 
 bool RVXResults::isFinished() const {
   const RVXMutexLock lock(mLock);
-  return mCounts.pending == 0 && mPendingOnCard == 0;
+  return mCounts.pending == 0 && mPendingOthers == 0;
 }
 
 RVXCounts RVXResults::counts() const {

@@ -49,6 +49,10 @@ void requireItems(const RVXCheckOptions& options) {
     if (isInHistory(path, item.value().type)) {
       endWithUsage(printedText(path) + ": name the folder that holds it");
     }
+    const bool mustBeFolder = options.newList != RVXNewList::none;
+    if (mustBeFolder && item.value().type != RVXFileType::folder) {
+      endWithUsage(printedText(path) + ": not a folder");
+    }
   }
   if (!options.card) return;
   const auto card = attributesOfTarget(*options.card);

@@ -20,6 +20,7 @@ std::vector<std::string_view> namesOf(std::string_view path) {
 void RVXIgnorePatterns::add(std::string_view line) {
   mBytes += line.size();
   if (mBytes > kMostBytes) return;
+  mLines.emplace_back(line);
   if (auto pattern = RVXIgnorePattern::parse(line)) mPatterns.push_back(std::move(*pattern));
 }
 

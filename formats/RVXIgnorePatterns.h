@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,10 +15,11 @@ class RVXIgnorePatterns {
   // Beyond so many bytes of patterns none is used any more, so that a list made to take time can't.
   static constexpr size_t kMostBytes = size_t{64} * 1024;
 
-  // Adds a pattern, a line without its end. One that matches nothing adds nothing.
+  // Adds a pattern, a line without its end.
   void add(std::string_view line);
 
-  [[nodiscard]] bool empty() const { return mPatterns.empty(); }
+  // All that were added, as they stand, also those that match nothing.
+  [[nodiscard]] const std::vector<std::string>& lines() const { return mLines; }
 
   // Whether the item of that path, from below the folder on, is ignored by itself, or because it lies in a
   // folder that is.
@@ -29,6 +31,7 @@ class RVXIgnorePatterns {
   using Names = std::span<const std::string_view>;
   [[nodiscard]] bool areIgnored(Names names, bool isFolder) const;
 
+  std::vector<std::string> mLines;
   std::vector<RVXIgnorePattern> mPatterns;
   size_t mBytes = 0;
 };

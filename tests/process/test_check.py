@@ -8,8 +8,9 @@ from check import RVXCHECK, CheckRuns, digest, summary
 from support import RVXCOPY, ProcessTest, main
 
 A = b"take one"
-USAGE = (b"Usage: rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... PATH...\n"
-         b"       rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... --card CARD [--copies N] PATH...\n"
+USAGE = (b"Usage: rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... [--mhl | --ascmhl] PATH...\n"
+         b"       rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... [--mhl | --ascmhl]\n"
+         b"                --card CARD [--copies N] PATH...\n"
          b"       rvxcheck --help | --version\n")
 
 
@@ -35,6 +36,9 @@ class ArgumentsTest(CheckTest):
                                    (("-j65", "p"), "-j takes a number from 1 to 64"),
                                    (("--card", "p", "--copies=0", "p"), "--copies takes a number from 1"),
                                    (("--copies", "1", "p"), "--copies needs --card"),
+                                   (("--mhl", "p", "--ascmhl"), "--mhl and --ascmhl exclude each other"),
+                                   (("--mhl", "p", "file"), "file: not a folder"),
+                                   (("--ascmhl", "file"), "file: not a folder"),
                                    (("p", "gone"), "gone: No such file or directory"),
                                    (("--card", "file", "p"), "file: not a folder"),
                                    (("--card", "gone", "p"), "gone: No such file or directory")):
