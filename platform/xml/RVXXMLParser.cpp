@@ -2,9 +2,11 @@
 
 #include <expat.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "include/EndProcess.h"
 
@@ -53,6 +55,18 @@ void* reallocate(void* piece, size_t size) {
   std::memcpy(moved, piece, oldSize < size ? oldSize : size);
   release(piece);
   return moved;
+}
+
+// The library's own words are finer, but depend on the pieces in which a document is fed.
+const char* problemOf(XML_Error error) {
+  switch (error) {
+    case XML_ERROR_UNKNOWN_ENCODING:
+      return "unknown encoding";
+    case XML_ERROR_NO_MEMORY:
+      return "needs too much memory";
+    default:
+      return "not well-formed";
+  }
 }
 
 constexpr XML_Memory_Handling_Suite kMemory = {allocate, reallocate, release};
@@ -116,12 +130,27 @@ void RVXXMLParser::Free::operator()(XML_ParserStruct* parser) const {
   XML_ParserFree(parser);
 }
 
+bool RVXXMLParser::feed(std::string_view bytes) {
+  // Never a part of a carriage return and line feed (4 bytes in UTF-16): outside of the root the library
+  // would count two lines for the two.
+  constexpr size_t kMostHeldBack = 3;
+  std::string joined;
+  if (!mHeldBack.empty()) {
+    joined = std::exchange(mHeldBack, "").append(bytes);
+    bytes = joined;
+  }
+  const size_t tail = bytes.size() - std::min(bytes.size(), kMostHeldBack);
+  const size_t end = std::min(bytes.find('\r', tail), bytes.size());
+  mHeldBack = bytes.substr(end);
+  return parse(bytes.substr(0, end), false);
+}
+
 bool RVXXMLParser::parse(std::string_view bytes, bool isLast) {
   if (mIsStopped) return false;
   const auto length = static_cast<int>(bytes.size());
   if (XML_Parse(mParser.get(), bytes.data(), length, isLast ? XML_TRUE : XML_FALSE) == XML_STATUS_OK)
     return true;
-  if (!mIsStopped) mProblem = XML_ErrorString(XML_GetErrorCode(mParser.get()));
+  if (!mIsStopped) mProblem = problemOf(XML_GetErrorCode(mParser.get()));
   mIsStopped = true;
   return false;
 }

@@ -44,8 +44,9 @@ class RVXXMLParser {
   explicit RVXXMLParser(Handler& handler);
 
   // Feeds the next bytes, or says that there are no more. False once the document is refused or stopped.
-  bool feed(std::string_view bytes) { return parse(bytes, false); }
-  bool finish() { return parse({}, true); }
+  // In what pieces it is fed makes no difference.
+  bool feed(std::string_view bytes);
+  bool finish() { return parse(mHeldBack, true); }
 
   // For the handler: it wants nothing more of this document.
   void stop() { stopFor(nullptr); }
@@ -67,6 +68,7 @@ class RVXXMLParser {
 
   Handler& mHandler;
   std::unique_ptr<XML_ParserStruct, Free> mParser;
+  std::string mHeldBack;  // of the end of what was fed
   int mLevel = 0;
   bool mIsStopped = false;
   const char* mProblem = nullptr;
