@@ -11,11 +11,6 @@
 
 namespace {
 
-// Whether the digest is long enough to tell that a file is a copy.
-bool tellsCopies(const RVXInventory& inventory, const RVXListedDigest& listed) {
-  return inventory.hasDigest(listed) && inventory.kindOf(listed) != DigestKind::XXH32;
-}
-
 // A history's table of contents: it grows with each copy of the card.
 bool isChain(std::string_view folder, std::string_view name) {
   return folder == RVXHistories::kFolder && name == RVXHistories::kChain;
@@ -70,7 +65,7 @@ void RVXCard::examine(Node file) {
 }
 
 std::vector<RVXCard::Node> RVXCard::filesToRead() {
-  findListedSizes();
+  mListedSizes.find(mInventory);
   std::vector<Node> toRead;
   const RVXMutexLock lock(mLock);
   for (const Node file : mFiles) {
@@ -78,39 +73,6 @@ std::vector<RVXCard::Node> RVXCard::filesToRead() {
     if (isRegular && !mUnsafe.contains(file) && !kindsFor(file).empty()) toRead.push_back(file);
   }
   return toRead;
-}
-
-void RVXCard::findListedSizes() {
-  for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
-    const RVXListedDigest& listed = mInventory.digest(number);
-    const RVXItem& item = std::as_const(mInventory).item(listed.node);
-    if (item.verdict != RVXVerdict::pending || !tellsCopies(mInventory, listed)) continue;
-    mListedSizes.push_back({item.size, 1U << static_cast<unsigned>(mInventory.kindOf(listed))});
-  }
-  std::sort(mListedSizes.begin(), mListedSizes.end(),
-            [](const ListedSize& one, const ListedSize& other) { return one.size < other.size; });
-  size_t kept = 0;
-  for (const ListedSize& next : mListedSizes) {
-    if (kept > 0 && mListedSizes[kept - 1].size == next.size) {
-      mListedSizes[kept - 1].kinds |= next.kinds;
-    } else {
-      mListedSizes[kept++] = next;
-    }
-  }
-  mListedSizes.resize(kept);
-}
-
-std::vector<DigestKind> RVXCard::kindsFor(Node file) const {
-  const int64_t size = std::as_const(mInventory).item(file).size;
-  const auto listed =
-      std::lower_bound(mListedSizes.begin(), mListedSizes.end(), size,
-                       [](const ListedSize& one, int64_t sought) { return one.size < sought; });
-  std::vector<DigestKind> kinds;
-  if (listed == mListedSizes.end() || listed->size != size) return kinds;
-  for (const DigestKind kind : kDigestKinds) {
-    if ((listed->kinds & (1U << static_cast<unsigned>(kind))) != 0) kinds.push_back(kind);
-  }
-  return kinds;
 }
 
 void RVXCard::take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) {
@@ -161,7 +123,8 @@ std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
     const RVXListedDigest& listed = mInventory.digest(number);
     const RVXItem& item = std::as_const(mInventory).item(listed.node);
-    if (item.verdict == RVXVerdict::ok && tellsCopies(mInventory, listed) && isOnOtherDisk(item.volume)) {
+    if (item.verdict == RVXVerdict::ok && RVXListedSizes::isOfUse(mInventory, listed) &&
+        isOnOtherDisk(item.volume)) {
       good.push_back({number, mVolumes.diskOf(item.volume)});
     }
   }

@@ -9,7 +9,7 @@ import struct
 import subprocess
 import termios
 
-from check import RVXCHECK, CheckRuns, digest, summary
+from check import RVXCHECK, CheckRuns, digest, hash_of, manifest, summary
 from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, require, require_mounts, run, warm
 from support import CHUNK, SANITIZERS, main, pattern
 
@@ -120,6 +120,9 @@ class SweepTest(CheckStorageTest):
         os.symlink("b", self.path("p/sub/link"))
         self.list("p/SHA1SUMS", "a", "sub/b", "sub/link")
         self.list("p/sub/b.md5", "b", tool=("md5sum",))
+        self.write("p/reel/new", A)
+        xxh64 = "<xxh64>5384a87f18df644b</xxh64>"
+        self.history("p/reel", manifest(hash_of("old", xxh64)), manifest(hash_of("new", xxh64, before="old")))
 
     def calls(self):
         """(call, path below the folder, how many) of a run without a fault."""
@@ -153,7 +156,8 @@ class SweepTest(CheckStorageTest):
                         elif run.returncode != 2:
                             below = path.replace(self.folder + "/", "").encode()
                             missing = set(good.output.splitlines()[:-1]) - set(run.stdout.splitlines())
-                            is_list = below.endswith((b"SUMS", b".md5")) or below in (b"p", b"p/sub")
+                            is_list = (below.endswith((b"SUMS", b".md5", b".mhl", b".xml", b"ascmhl"))
+                                       or below in (b"p", b"p/sub", b"p/reel"))
                             self.assertTrue(is_list or all(line.endswith(below) or b"link" in line for line in missing),
                                             (missing, run.stdout))
         self.assertLessEqual({0, 2, 13, 31}, outcomes)

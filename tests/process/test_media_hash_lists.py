@@ -4,8 +4,8 @@ import os
 import subprocess
 
 from check import RVXCHECK, CheckRuns, c4, digest, folder_of, hash_of, manifest, old_list, size_of, summary
-from storage import StorageTest
-from support import ProcessTest, main
+from storage import MIB, StorageTest
+from support import SANITIZERS, ProcessTest, main
 
 A, B = b"take one", b"take two"
 # Of take one and take two, as xxhsum has them.
@@ -361,6 +361,20 @@ class PackingListsTest(MediaTest):
                    lines="no-list    p (no list below it)\nunlisted   p/a\nunlisted   p/sent.mhl\n")
         self.check("p/sent.mhl", status=10, files=2, size="8 B", ok=1, missing=1,
                    lines="missing    p/b (listed in p/sent.mhl)\n")
+
+
+class MemoryTest(MediaTest):
+    if not SANITIZERS:  # whose runtime needs memory of its own
+        def test_at_most_300_bytes_a_file(self):
+            files = 100000
+            self.write("p/a", A)
+            names = ["roll%04d/A001C%08d_frame.dpx" % (number // 1000, number) for number in range(files)]
+            self.history("p", manifest(hash_of("a", GOOD), *(hash_of(name, GOOD, size=8) for name in names)))
+            note = self.path("peak")
+            fault = "read p/a 1 1 run=" + self.script("note", "grep VmHWM /proc/$PPID/status > " + note)
+            run = self.run_tool("p", faults=[fault])
+            self.assertEqual(run.output.count(b"missing    p/roll"), files)
+            self.assertLess(int(self.read("peak").split()[1]) * 1024, (32 + 8) * MIB + 300 * files)
 
 
 class CardTest(CheckRuns, StorageTest):
