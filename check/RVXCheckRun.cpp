@@ -122,14 +122,18 @@ void RVXCheckRun::tellKnown() {
 
 RVXCheckStatus RVXCheckRun::finish() {
   if (mOutput.isLost()) return RVXCheckStatus::outputLost;  // without a wait for the readers
-  const bool isInterrupted = RVXInterruption::signalNumber().has_value();
+  bool isInterrupted = RVXInterruption::signalNumber().has_value();
   if (isInterrupted) mResults->close();
   tellKnown();
   const RVXCounts counts = mResults->counts();
   RVXCard::Judgement card;
   if (mCard) card = mCard->judge();
-  if (!isInterrupted) mReport.tellUnsafe(card);
-  const bool areListsWritten = isInterrupted || mWriting.write(mFacts, mOutput);
+  bool areListsWritten = false;
+  if (!isInterrupted && !mOutput.isLost()) {
+    mReport.tellUnsafe(card);
+    areListsWritten = mWriting.write(mFacts, mOutput);
+    isInterrupted = RVXInterruption::signalNumber().has_value();
+  }
   mReport.tellSummary(counts, mFileCheck->bytesRead(), mVolumes.mountPointsReadFromMemory(), isInterrupted);
   if (mCard) mReport.tellCard(*mOptions.card, mOptions.copies, card, isInterrupted);
   mOutput.flush();

@@ -69,6 +69,7 @@ bool RVXListWriting::write(const RVXReadFacts& facts, RVXOutput& output) {
     if (RVXInterruption::signalNumber()) break;
     const std::string path = mInventory.names().printedPath(scope.path);
     const RVXOutcome<std::string> written = write(scope, creator, facts);
+    if (written.failed() && RVXInterruption::signalNumber()) break;
     if (written.succeeded()) {
       output.addLine("wrote", pathByAppendingComponent(path, printedText(written.value())) + " (" +
                                   std::to_string(scope.fileCount()) + " files)");

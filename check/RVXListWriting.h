@@ -30,8 +30,8 @@ class RVXListWriting {
   std::vector<Node> prepare(const std::vector<Node>& folders, const RVXHistories& histories,
                             const RVXIgnoredNames& ignored, RVXVolumeTable& volumes, RVXReadFacts& facts);
 
-  // To be called when all was read. Tells what became of each PATH, in order; none is begun any more once the
-  // user interrupts the run. False where a clean one has no list now.
+  // To be called when all was read. Tells what became of each PATH, in order; none is written any more once
+  // the user interrupts the run. False where a clean one has no list now.
   bool write(const RVXReadFacts& facts, RVXOutput& output);
 
  private:

@@ -1,6 +1,7 @@
 #include "check/RVXNewListWriter.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include "check/RVXHistories.h"
@@ -10,6 +11,7 @@
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXNewItem.h"
 #include "platform/files/RVXPathText.h"
+#include "platform/system/RVXInterruption.h"
 #include "platform/system/RVXUTCTime.h"
 
 namespace {
@@ -32,6 +34,10 @@ RVXOutcome<RVXNewListFile> filledFile(const std::string& folder, Fill fill) {
   return made;
 }
 
+RVXOutcome<> requireNoInterruption() {
+  return RVXInterruption::signalNumber() ? RVXOutcome<>(failureFromErrno(EINTR)) : RVXOutcome<>();
+}
+
 RVXXMLWriter::Sink sinkOf(RVXNewListFile& file) {
   return [&file](std::string_view text) { file.write(text); };
 }
@@ -45,6 +51,7 @@ RVXOutcome<std::string> RVXNewListWriter::writeMHL() const {
     writer.finish();
   });
   if (file.failed()) return file.failure();
+  if (const auto goesOn = requireNoInterruption(); goesOn.failed()) return goesOn.failure();
   const std::string name = mScope.name + "_" + utcText(mCreator.started, "Y-M-D_hms") + ".mhl";
   const auto moved = file.value().item().moveTo(pathByAppendingComponent(folder(), name));
   if (moved.failed()) return moved.failure();
@@ -101,6 +108,7 @@ RVXOutcome<RVXNewListWriter::Files> RVXNewListWriter::makeFiles(const std::strin
 
 RVXOutcome<> RVXNewListWriter::placeManifest(RVXNewListFile& manifest, const std::string& history,
                                              const std::string& name) {
+  if (auto goesOn = requireNoInterruption(); goesOn.failed()) return goesOn;
   auto moved = manifest.item().moveTo(pathByAppendingComponent(history, name));
   return moved.succeeded() ? syncFolder(history) : moved;
 }

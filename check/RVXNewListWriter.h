@@ -12,7 +12,8 @@
 #include "platform/files/RVXOutcome.h"
 
 // Writes the new list of one scope, all of whose files were read. Either nothing of it is there afterwards,
-// or all; after a failure it is there only where the last sync of a folder failed.
+// or all; after a failure it is there only where the last sync of a folder failed. That the user interrupts
+// the run before the list has its name is a failure, too.
 class RVXNewListWriter {
  public:
   RVXNewListWriter(const RVXInventory& inventory, const RVXReadFacts& facts, const RVXListCreator& creator,

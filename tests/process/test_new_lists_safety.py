@@ -145,6 +145,14 @@ if not SANITIZERS:  # whose runtime can't be traced
                             else:
                                 self.assertEqual(self.tree("B007"), before)
 
+        def test_interrupted_while_a_list_is_written(self):
+            for option, name, _ in self.states():
+                self.reset(self.path(name))
+                before = self.tree("B007")
+                status, told = self.trace(option, "fsync:signal=SIGINT:when=1")
+                self.assertEqual((status, self.tree("B007")), (-signal.SIGINT, before))
+                self.assertRegex(told, r"^[^\n]* bad lines; interrupted, 0 files not checked\n$")
+
         def test_where_a_rename_can_not_promise_to_replace_nothing(self):
             for number in (1, 2):
                 status, told = self.trace("--ascmhl", "renameat2:error=EINVAL")
