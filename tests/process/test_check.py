@@ -56,9 +56,9 @@ class ArgumentsTest(CheckTest):
     def test_every_shell_completes_its_options_and_no_other(self):
         folder = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "completions")
         options = set(re.findall(r"(?<=\[)-[a-z]|--[a-z]+", USAGE.decode()))
-        self.assertEqual(len(options), 8)
+        self.assertEqual(len(options), 10)
         for name, pattern in (("rvxcheck.bash", r"(?<=[\" ])--?[a-z]+(?=[^\n=]*\"\n)"),
-                              ("_rvxcheck", r"(?<=['*])--?[a-z]+(?=\[)"), ("rvxcheck.fish", r"(?<= )-[sl] [a-z]+")):
+                              ("_rvxcheck", r"(?<=['*)])--?[a-z]+(?=\[)"), ("rvxcheck.fish", r"(?<= )-[sl] [a-z]+")):
             with open(os.path.join(folder, name)) as file:
                 found = re.findall(pattern, file.read())
             self.assertEqual({o.replace("-s ", "-").replace("-l ", "--") for o in found}, options, name)
