@@ -37,12 +37,14 @@ std::vector<RVXListWriting::Node> RVXListWriting::prepare(const std::vector<Node
   mScopes = RVXScopeSurvey(mInventory, mPlaces, histories, ignored, mKind).scopesOf(folders);
   std::vector<Node> toRead;
   for (const RVXScope& scope : mScopes) {
+    if (scope.obstacle) continue;
     for (const Node manifest : scope.manifests) facts.wantC4(manifest);
     for (const RVXScope::Entry& entry : scope.entries) {
       if (entry.isFolder) continue;
       const bool isNew = facts.want(entry.node);
-      const bool isChecked = mInventory.item(entry.node).verdict == RVXVerdict::pending;
-      if (isNew && !isChecked && examine(entry.node, volumes, facts)) toRead.push_back(entry.node);
+      // Any other verdict than these is read anyway, or leaves the folder without a list.
+      const bool isUnread = mInventory.item(entry.node).verdict == RVXVerdict::none;
+      if (isNew && isUnread && examine(entry.node, volumes, facts)) toRead.push_back(entry.node);
     }
   }
   return toRead;
