@@ -50,6 +50,13 @@ class SafetyTest(NewListTest):
         self.write("full/.rvxcopy-fill.tmp", bytes((space - free - 1) * 4096))
         self.assertEqual(self.run_tool(option, folder).status, 0)
 
+    def test_a_list_that_reads_back_as_something_else(self):
+        self.put("p", "a")
+        for fault in ("write .tmp 1 1 lie", "write .tmp 2 1 lie", "read .tmp 1 2 EIO", "openr .tmp 1 1 EIO"):
+            with self.subTest(fault):
+                self.unwritten("--ascmhl", "p", "Input/output error", faults=[fault])
+        self.write_list("--ascmhl", folder="p", faults=["read .tmp 1 1 EIO"])  # read once more
+
     def test_a_read_only_disk(self):
         self.disk("disk", "ext4")
         self.put("disk", "a")
