@@ -239,7 +239,8 @@ class ContentsTest(NewListTest):
     def test_digests_of_other_kinds_in_the_chain_and_the_manifest(self):
         self.put("p", "a", "b")
         first = manifest(hash_of("a", "<md5>%s</md5>" % digest(A, "md5sum")),
-                         hash_of("b", '<md5 action="failed">%s</md5><sha1>%s</sha1>' % (digest(b"", "md5sum"), digest(A))))
+                         hash_of("b", '<md5 action="failed">%s</md5>' % digest(b"", "md5sum") +
+                                 "<sha1>%s</sha1>" % digest(A)))
         name, = self.history("p", first, first=9999)
         self.write("p/ascmhl/ascmhl_chain.xml", self.read("p/ascmhl/ascmhl_chain.xml").replace(
             b"<c4>%s</c4>" % c4(first).encode(), b"<md5>%s</md5>" % digest(first, "md5sum").encode()))
