@@ -20,7 +20,7 @@
 
 // One run of the program: everything is examined, then read on all disks at once, and told in order. Nothing
 // is ever written but the output. To be called by the main thread; the process is to end right after run(),
-// for an interrupted one leaves threads behind that still read.
+// because an interrupted one leaves threads that still read.
 class RVXCheckRun {
  public:
   // Requires PATHs and a CARD that are there. `isOutputLost`: standard output is closed.

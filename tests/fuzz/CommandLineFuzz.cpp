@@ -75,7 +75,7 @@ void expectOptions(const Arguments& arguments, const CopyJobOptions& expected) {
   expectEqual("output", result.output, std::string());
 }
 
-// What is added behind a right command line changes what it says, and nothing else.
+// What is added after a right command line changes what it says, and nothing else.
 void expectAdditionsToCount(const Arguments& arguments, const CopyJobOptions& options) {
   struct Addition {
     Arguments arguments;
@@ -117,7 +117,7 @@ void expectWrongAdditionsToBeRefused(const Arguments& arguments) {
   }
 }
 
-// An option counts by its beginning. A value may begin like an option, and then says nothing behind that.
+// An option counts by its beginning. A value may begin like an option, and then says nothing after that.
 void expectBeginningsToCount(Arguments arguments, const CopyJobOptions& options) {
   for (std::string& argument : arguments) {
     if (argument.size() >= 2 && argument[0] == '-' &&

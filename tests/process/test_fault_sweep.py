@@ -103,7 +103,7 @@ class JudgeTest(ProcessTest):
                 ("the reports are []", 0, b""),
                 ("standard output holds", 0, b"Segmentation fault\n"),
                 ("standard output holds", 0, b"INFO: verifying d1"),
-                ("behind a line without an end", 201,
+                ("after a line without an end", 201,
                  b"ERROR: can't open destination file (#1) (201i)INFO: verifying d1\n")):
             with self.subTest(text):
                 self.assert_found(self.judged(status=status, output=output), text)
