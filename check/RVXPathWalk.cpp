@@ -6,6 +6,7 @@
 
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
+#include "platform/system/RVXUnicodeText.h"
 
 namespace {
 

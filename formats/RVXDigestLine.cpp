@@ -5,6 +5,8 @@
 #include <optional>
 #include <utility>
 
+#include "platform/system/RVXUnicodeText.h"
+
 namespace {
 
 constexpr std::string_view kBlanks = " \t";
@@ -20,12 +22,6 @@ struct Pieces {
 std::string_view withoutLeadingBlanks(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
   return text;
-}
-
-bool isSameIgnoringCase(std::string_view one, std::string_view other) {
-  const auto upper = [](char byte) { return byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte; };
-  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                    [&](char a, char b) { return upper(a) == upper(b); });
 }
 
 std::optional<DigestKind> kindOfLabel(std::string_view label) {
