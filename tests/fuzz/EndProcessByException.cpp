@@ -14,3 +14,7 @@ void endProcessWithout(const char* what, const char* reason) {
   print("ERROR: No %s available: %s\n", what, reason);
   endProcess(ExitStatus::machineRefused);
 }
+
+void endProcessWithoutMemory() {
+  endProcessWithout("memory", "allocation refused");
+}
