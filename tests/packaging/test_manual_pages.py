@@ -31,7 +31,7 @@ def message_formats():
     """Every format that the product's sources print."""
     formats = set()
     for folder in PRODUCT_FOLDERS:
-        for path in glob.glob("%s/%s/*.cpp" % (SOURCES, folder)):
+        for path in glob.glob("%s/%s/**/*.cpp" % (SOURCES, folder), recursive=True):
             for literals in re.findall(r'\bprint\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)', file_bytes(path).decode()):
                 formats.add("".join(re.findall(r'"((?:[^"\\]|\\.)*)"', literals)).replace("\\n", "\n"))
     return formats
