@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Compares a check of copies that are not in memory: rvxcheck, sha1sum -c, rhash -c and hashdeep, in one run.
+"""Compares a check of copies that are not in memory: rvxcheck, sha1sum -c, rhash -c and hashdeep, in one run;
+and rvxcheck when it also writes the first generation of a history.
 
 Needs root, to empty the page cache. The files are made below FOLDER, which should be on the disk of interest.
 
@@ -20,6 +21,7 @@ PROGRAM = os.environ.get("RVXCHECK", os.path.join(REPOSITORY, "build", "release"
 
 CONTENDERS = {
     "rvxcheck": [PROGRAM, "-q", "."],
+    "and --ascmhl": [PROGRAM, "-q", "--ascmhl", "."],  # XXH64 besides SHA-1
     "sha1sum -c": ["sha1sum", "--quiet", "-c", "SHA1SUMS"],
     "rhash -c": ["rhash", "--skip-ok", "-c", "SHA1SUMS"],
     "hashdeep -a": ["hashdeep", "-c", "sha1", "-r", "-l", "-a", "-k", "known", "files"],
@@ -58,7 +60,9 @@ def run_once(name, files):
     empty_page_cache()
     begun = time.monotonic()
     subprocess.run(command, cwd=folder, stdout=subprocess.DEVNULL, check=True)
-    return time.monotonic() - begun
+    seconds = time.monotonic() - begun
+    shutil.rmtree(os.path.join(files, "ascmhl"), ignore_errors=True)
+    return seconds
 
 
 def main():

@@ -4,9 +4,19 @@
 #include <tuple>
 #include <utility>
 
+#include "check/RVXHistories.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
+
+namespace {
+
+// A history's table of contents: it grows with each copy of the card.
+bool isChain(std::string_view folder, std::string_view name) {
+  return folder == RVXHistories::kFolder && name == RVXHistories::kChain;
+}
+
+}  // namespace
 
 RVXCard::RVXCard(RVXInventory& inventory, RVXVolumeTable& volumes, const std::string& path, size_t copies)
     : mInventory(inventory), mVolumes(volumes), mCopies(copies), mRoot(inventory.names().addRoot(path)) {}
@@ -21,6 +31,7 @@ RVXCard::Node RVXCard::enterFolder(Node parent, const std::string& name) {
 }
 
 void RVXCard::foundFile(Node parent, const std::string& name, RVXFileType type) {
+  if (type == RVXFileType::regular && isChain(mInventory.names().name(parent), name)) return;
   const Node file = mInventory.names().add(parent, name);
   RVXItem& item = mInventory.item(file);
   item.isRegular = type == RVXFileType::regular;
@@ -54,7 +65,7 @@ void RVXCard::examine(Node file) {
 }
 
 std::vector<RVXCard::Node> RVXCard::filesToRead() {
-  findListedSizes();
+  mListedSizes.find(mInventory);
   std::vector<Node> toRead;
   const RVXMutexLock lock(mLock);
   for (const Node file : mFiles) {
@@ -62,39 +73,6 @@ std::vector<RVXCard::Node> RVXCard::filesToRead() {
     if (isRegular && !mUnsafe.contains(file) && !kindsFor(file).empty()) toRead.push_back(file);
   }
   return toRead;
-}
-
-void RVXCard::findListedSizes() {
-  for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
-    const RVXListedDigest& listed = mInventory.digest(number);
-    const RVXItem& item = std::as_const(mInventory).item(listed.node);
-    if (item.verdict != RVXVerdict::pending) continue;
-    mListedSizes.push_back({item.size, 1U << static_cast<unsigned>(mInventory.kindOf(listed))});
-  }
-  std::sort(mListedSizes.begin(), mListedSizes.end(),
-            [](const ListedSize& one, const ListedSize& other) { return one.size < other.size; });
-  size_t kept = 0;
-  for (const ListedSize& next : mListedSizes) {
-    if (kept > 0 && mListedSizes[kept - 1].size == next.size) {
-      mListedSizes[kept - 1].kinds |= next.kinds;
-    } else {
-      mListedSizes[kept++] = next;
-    }
-  }
-  mListedSizes.resize(kept);
-}
-
-std::vector<DigestKind> RVXCard::kindsFor(Node file) const {
-  const int64_t size = std::as_const(mInventory).item(file).size;
-  const auto listed =
-      std::lower_bound(mListedSizes.begin(), mListedSizes.end(), size,
-                       [](const ListedSize& one, int64_t sought) { return one.size < sought; });
-  std::vector<DigestKind> kinds;
-  if (listed == mListedSizes.end() || listed->size != size) return kinds;
-  for (const DigestKind kind : kDigestKinds) {
-    if ((listed->kinds & (1U << static_cast<unsigned>(kind))) != 0) kinds.push_back(kind);
-  }
-  return kinds;
 }
 
 void RVXCard::take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) {
@@ -143,8 +121,10 @@ bool RVXCard::isOnOtherDisk(RVXVolumeTable::Number volume) const {
 std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
   std::vector<GoodCopy> good;
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
-    const RVXItem& item = std::as_const(mInventory).item(mInventory.digest(number).node);
-    if (item.verdict == RVXVerdict::ok && isOnOtherDisk(item.volume)) {
+    const RVXListedDigest& listed = mInventory.digest(number);
+    const RVXItem& item = std::as_const(mInventory).item(listed.node);
+    if (item.verdict == RVXVerdict::ok && RVXListedSizes::isOfUse(mInventory, listed) &&
+        isOnOtherDisk(item.volume)) {
       good.push_back({number, mVolumes.diskOf(item.volume)});
     }
   }
@@ -171,7 +151,9 @@ void RVXCard::judgeFiles() {
     const auto read = std::lower_bound(mRead.begin(), mRead.end(), file,
                                        [](const ReadDigest& one, Node sought) { return one.file < sought; });
     for (auto digest = read; digest != mRead.end() && digest->file == file; ++digest) {
-      addDisks(disks, good, file, mTexts.at(digest->text));
+      for (const std::string& text : RVXInventory::textsOf(mTexts.at(digest->text))) {
+        addDisks(disks, good, file, text);
+      }
     }
     requireCopies(file, disks.size());
   }

@@ -6,12 +6,14 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "check/RVXByteStore.h"
 #include "check/RVXContents.h"
 #include "check/RVXFolderWalk.h"
 #include "check/RVXInventory.h"
+#include "check/RVXListedSizes.h"
 #include "check/RVXVolumeTable.h"
 #include "platform/threads/RVXMutex.h"
 
@@ -33,7 +35,9 @@ class RVXCard : private RVXFolderWalk::Visitor {
   std::vector<Node> filesToRead();
 
   // The kinds of digests that files of that size are listed with.
-  [[nodiscard]] std::vector<DigestKind> kindsFor(Node file) const;
+  [[nodiscard]] std::vector<DigestKind> kindsFor(Node file) const {
+    return mListedSizes.kindsFor(std::as_const(mInventory).item(file).size);
+  }
 
   // What was read of a file, with digests of these kinds.
   void take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) RVX_EXCLUDES(mLock);
@@ -63,7 +67,6 @@ class RVXCard : private RVXFolderWalk::Visitor {
   };
 
   void examine(Node file) RVX_EXCLUDES(mLock);
-  void findListedSizes();
   void findOwnDisks();
   [[nodiscard]] bool isOnOtherDisk(RVXVolumeTable::Number volume) const;
   [[nodiscard]] std::vector<GoodCopy> goodCopies() const;
@@ -78,18 +81,13 @@ class RVXCard : private RVXFolderWalk::Visitor {
     Node file = RVXNameTree::kNone;
     RVXByteStore::Place text = 0;  // as RVXInventory::textOf()
   };
-  // Of a size, the kinds of the digests that files of it are listed with, as bits.
-  struct ListedSize {
-    int64_t size = 0;
-    uint32_t kinds = 0;
-  };
 
   RVXInventory& mInventory;
   RVXVolumeTable& mVolumes;
   const size_t mCopies;
   const Node mRoot;
   std::vector<Node> mFiles;  // and links
-  std::vector<ListedSize> mListedSizes;
+  RVXListedSizes mListedSizes;
   Disks mOwnDisks;
 
   RVXMutex mLock;

@@ -16,6 +16,8 @@ constexpr auto kKnown = std::to_array<RVXOptionReader::Known>({{'v', nullptr, fa
                                                                {'\0', "ignore", true},
                                                                {'\0', "card", true},
                                                                {'\0', "copies", true},
+                                                               {'\0', "mhl", false},
+                                                               {'\0', "ascmhl", false},
                                                                {'\0', "help", false},
                                                                {'\0', "version", false}});
 
@@ -65,6 +67,8 @@ class Taker {
     if (option == "q") options.isQuiet = true;
     if (option == "ignore") options.ignored.emplace_back(value);
     if (option == "card") options.card = withoutTrailingSlashes(value);
+    if (option == "mhl") return takeNewList(RVXNewList::mhl);
+    if (option == "ascmhl") return takeNewList(RVXNewList::ascmhl);
     if (option == "j") {
       options.filesAtOnce = numberBetween(value, 1, RVXCheckOptions::kMostFilesAtOnce);
       if (!options.filesAtOnce) return "-j takes a number from 1 to 64";
@@ -76,6 +80,12 @@ class Taker {
       copiesAreGiven = true;
     }
     return "";
+  }
+
+  std::string takeNewList(RVXNewList list) {
+    const bool isOther = options.newList != RVXNewList::none && options.newList != list;
+    options.newList = list;
+    return isOther ? "--mhl and --ascmhl exclude each other" : "";
   }
 
   bool copiesAreGiven = false;
@@ -97,8 +107,9 @@ std::variant<RVXCheckOptions, RVXCheckOptions::Wish, std::string> RVXCheckOption
 }
 
 const char* RVXCheckOptions::usage() {
-  return "Usage: rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... PATH...\n"
-         "       rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... --card CARD [--copies N] PATH...\n"
+  return "Usage: rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... [--mhl | --ascmhl] PATH...\n"
+         "       rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... [--mhl | --ascmhl]\n"
+         "                --card CARD [--copies N] PATH...\n"
          "       rvxcheck --help | --version\n";
 }
 
@@ -112,5 +123,7 @@ const char* RVXCheckOptions::help() {
          "  -j N           read N files at once on each disk, 1 to 64\n"
          "  --ignore GLOB  files of such a name need not be listed, nor be safe\n"
          "  --card CARD    tell whether the card may be formatted\n"
-         "  --copies N     on how many different disks each of its files must be (default: 2)\n";
+         "  --copies N     on how many different disks each of its files must be (default: 2)\n"
+         "  --mhl          write an MHL 1.1 list of all files below each PATH that is found clean\n"
+         "  --ascmhl       write the next generation of its ASC MHL history, or the first one\n";
 }

@@ -8,6 +8,9 @@
 
 #include "platform/files/RVXNamePattern.h"
 
+// A list that is to be written after a clean check.
+enum class RVXNewList { none, mhl, ascmhl };
+
 // What the command line asks for.
 struct RVXCheckOptions {
   bool tellsGoodFiles = false;        // -v
@@ -16,7 +19,8 @@ struct RVXCheckOptions {
   std::vector<RVXNamePattern> ignored;
   std::optional<std::string> card;
   size_t copies = 2;
-  std::vector<std::string> paths;  // without trailing slashes; not looked at yet
+  RVXNewList newList = RVXNewList::none;  // --mhl, --ascmhl
+  std::vector<std::string> paths;         // without trailing slashes; not looked at yet
 
   static constexpr size_t kMostFilesAtOnce = 64;
 

@@ -7,6 +7,7 @@
 
 #include "check/RVXExamination.h"
 #include "check/RVXListUse.h"
+#include "check/RVXMediaListUse.h"
 #include "check/RVXPathWalk.h"
 #include "check/RVXProgressLine.h"
 #include "platform/system/RVXInterruption.h"
@@ -14,13 +15,14 @@
 RVXCheckRun::RVXCheckRun(const RVXCheckOptions& options, bool isOutputLost)
     : mOptions(options),
       mIgnored(options.ignored),
+      mWriting(mInventory, mPlaces, options.newList),
       mOutput(isOutputLost),
       mReport(mInventory, options.tellsGoodFiles, mOutput) {}
 
 RVXCheckStatus RVXCheckRun::run() {
   examine();
-  mResults.emplace(mInventory, mOptions.tellsGoodFiles, mCardFiles.size());
-  mFileCheck.emplace(mInventory, mVolumes, *mResults);
+  mResults.emplace(mInventory, mOptions.tellsGoodFiles, mCardFiles.size() + mOtherFiles.size());
+  mFileCheck.emplace(mInventory, mVolumes, *mResults, mFacts);
   if (!RVXInterruption::signalNumber()) {
     const int64_t total = totalBytes();  // before the readers set the sizes that they find
     startReaders();
@@ -32,23 +34,38 @@ RVXCheckStatus RVXCheckRun::run() {
 void RVXCheckRun::examine() {
   RVXPathWalk walk(mInventory, mPlaces, mIgnored, mOptions.paths.size() > 1);
   for (const std::string& path : mOptions.paths) walk.add(path);
-  RVXListUse use(mInventory, mPlaces);
-  for (const Node list : walk.finish()) {
-    if (!RVXInterruption::signalNumber()) use.use(list);
-  }
-  RVXExamination examination(mInventory, mPlaces, mVolumes);
+  RVXHistories histories(mInventory, mPlaces);
+  useLists(walk.finish(), histories);
+  RVXExamination examination(mInventory, mPlaces, histories, mVolumes);
   mListedFiles = examination.examineListedFiles();
   if (!RVXInterruption::signalNumber()) examination.findUnlistedFiles();
+  if (mOptions.newList != RVXNewList::none && !RVXInterruption::signalNumber()) {
+    mOtherFiles = mWriting.prepare(walk.folderPaths(), histories, mIgnored, mVolumes, mFacts);
+  }
   if (!mOptions.card) return;
   mCard.emplace(mInventory, mVolumes, *mOptions.card, mOptions.copies);
   mCard->find(mIgnored);
   mCardFiles = mCard->filesToRead();
 }
 
+void RVXCheckRun::useLists(const std::vector<Node>& lists, RVXHistories& histories) {
+  histories.find(lists);
+  RVXListUse textLists(mInventory, mPlaces);
+  RVXMediaListUse mediaLists(mInventory, mPlaces, histories);
+  for (const Node list : lists) {
+    if (RVXInterruption::signalNumber()) return;
+    if (RVXMediaListUse::isOne(mInventory, list)) {
+      mediaLists.use(list);
+    } else {
+      textLists.use(list);
+    }
+  }
+}
+
 void RVXCheckRun::startReaders() {
   mReaders = std::make_unique<RVXReaders>([this](Node file) { readFile(file); });
   std::map<size_t, std::vector<Node>> filesOfDisks;
-  for (const auto* files : {&mListedFiles, &mCardFiles}) {
+  for (const auto* files : {&mListedFiles, &mOtherFiles, &mCardFiles}) {
     for (const Node file : *files) {
       filesOfDisks[mVolumes.diskOf(std::as_const(mInventory).item(file).volume)].push_back(file);
     }
@@ -57,9 +74,11 @@ void RVXCheckRun::startReaders() {
 }
 
 void RVXCheckRun::readFile(Node file) {
-  const bool isListed = std::as_const(mInventory).item(file).lastDigest != RVXNameTree::kNone;
-  if (isListed) {
+  const RVXItem& item = std::as_const(mInventory).item(file);
+  if (item.lastDigest != RVXNameTree::kNone) {
     mFileCheck->checkListed(file);
+  } else if (item.isFound) {
+    mFileCheck->readFacts(file);
   } else {
     mFileCheck->checkOnCard(file, *mCard);
   }
@@ -67,7 +86,7 @@ void RVXCheckRun::readFile(Node file) {
 
 int64_t RVXCheckRun::totalBytes() const {
   int64_t total = 0;
-  for (const auto* files : {&mListedFiles, &mCardFiles}) {
+  for (const auto* files : {&mListedFiles, &mOtherFiles, &mCardFiles}) {
     for (const Node file : *files) total += mInventory.item(file).size;
   }
   return total;
@@ -110,13 +129,15 @@ RVXCheckStatus RVXCheckRun::finish() {
   RVXCard::Judgement card;
   if (mCard) card = mCard->judge();
   if (!isInterrupted) mReport.tellUnsafe(card);
+  const bool areListsWritten = isInterrupted || mWriting.write(mFacts, mOutput);
   mReport.tellSummary(counts, mFileCheck->bytesRead(), mVolumes.mountPointsReadFromMemory(), isInterrupted);
   if (mCard) mReport.tellCard(*mOptions.card, mOptions.copies, card, isInterrupted);
   mOutput.flush();
-  return status(counts, card);
+  return status(counts, card, areListsWritten);
 }
 
-RVXCheckStatus RVXCheckRun::status(const RVXCounts& counts, const RVXCard::Judgement& card) const {
+RVXCheckStatus RVXCheckRun::status(const RVXCounts& counts, const RVXCard::Judgement& card,
+                                   bool areListsWritten) const {
   if (mOutput.isLost()) return RVXCheckStatus::outputLost;
   if (mCard && !card.mayBeFormatted()) return RVXCheckStatus::mayNotBeFormatted;
   if (counts.changed > 0) return RVXCheckStatus::changed;
@@ -125,5 +146,5 @@ RVXCheckStatus RVXCheckRun::status(const RVXCounts& counts, const RVXCard::Judge
   if (counts.badLines > 0) return RVXCheckStatus::badLines;
   if (mInventory.hasPathWithoutList) return RVXCheckStatus::noList;
   if (counts.unlisted > 0) return RVXCheckStatus::unlisted;
-  return RVXCheckStatus::good;
+  return areListsWritten ? RVXCheckStatus::good : RVXCheckStatus::unwritten;
 }

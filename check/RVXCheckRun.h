@@ -9,18 +9,21 @@
 #include "check/RVXCheckOptions.h"
 #include "check/RVXCheckStatus.h"
 #include "check/RVXFileCheck.h"
+#include "check/RVXHistories.h"
 #include "check/RVXIgnoredNames.h"
 #include "check/RVXInventory.h"
+#include "check/RVXListWriting.h"
 #include "check/RVXOutput.h"
 #include "check/RVXPlaces.h"
+#include "check/RVXReadFacts.h"
 #include "check/RVXReaders.h"
 #include "check/RVXReport.h"
 #include "check/RVXResults.h"
 #include "check/RVXVolumeTable.h"
 
 // One run of the program: everything is examined, then read on all disks at once, and told in order. Nothing
-// is ever written but the output. To be called by the main thread; the process is to end right after run(),
-// because an interrupted one leaves threads that still read.
+// is written but the output, and the lists that are asked for. To be called by the main thread; the process
+// is to end right after run(), because an interrupted one leaves threads that still read.
 class RVXCheckRun {
  public:
   // Requires PATHs and a CARD that are there. `isOutputLost`: standard output is closed.
@@ -32,6 +35,7 @@ class RVXCheckRun {
   using Node = RVXNameTree::Node;
 
   void examine();
+  void useLists(const std::vector<Node>& lists, RVXHistories& histories);
   void startReaders();
   void readFile(Node file);
   [[nodiscard]] int64_t totalBytes() const;
@@ -39,7 +43,8 @@ class RVXCheckRun {
   void followReaders(int64_t totalSize);
   void tellKnown();
   RVXCheckStatus finish();
-  [[nodiscard]] RVXCheckStatus status(const RVXCounts& counts, const RVXCard::Judgement& card) const;
+  [[nodiscard]] RVXCheckStatus status(const RVXCounts& counts, const RVXCard::Judgement& card,
+                                      bool areListsWritten) const;
 
   const RVXCheckOptions& mOptions;
   RVXIgnoredNames mIgnored;
@@ -49,6 +54,9 @@ class RVXCheckRun {
   std::optional<RVXCard> mCard;
   std::vector<Node> mListedFiles;  // to be read
   std::vector<Node> mCardFiles;    // to be read
+  std::vector<Node> mOtherFiles;   // to be read for new lists
+  RVXReadFacts mFacts;
+  RVXListWriting mWriting;
   RVXOutput mOutput;
   RVXReport mReport;
   std::optional<RVXResults> mResults;

@@ -13,4 +13,5 @@ enum class RVXCheckStatus : int {
   badLines = 31,
   noList = 30,
   unlisted = 21,
+  unwritten = 40,  // all that was checked is good, and a new list was not written
 };

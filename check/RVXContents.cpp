@@ -2,10 +2,10 @@
 
 #include <array>
 
+#include "platform/digests/RVXAnyDigest.h"
 #include "platform/files/RVXBlock.h"
 #include "platform/files/RVXKeptFailure.h"
 #include "platform/files/RVXRecoveringReader.h"
-#include "platform/system/RVXDigest.h"
 #include "platform/threads/RVXOperationQueue.h"
 
 namespace {
@@ -18,7 +18,7 @@ size_t chunkSizeFor(int64_t size) {
 }
 
 // Reads to the end and feeds the digests; returns the bytes read.
-int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery, std::vector<RVXDigest>& digests,
+int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery, std::vector<RVXAnyDigest>& digests,
                     std::atomic<int64_t>& bytesRead) {
   const size_t chunkSize = chunkSizeFor(reader.size());
   std::array<RVXBlock, 2> chunks;
@@ -33,7 +33,7 @@ int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery, std::
     length += chunkLength;
     bytesRead.fetch_add(chunkLength, std::memory_order_relaxed);  // only shown
     const bool isLast = chunk.length() != chunkSize;
-    for (RVXDigest& digest : digests) {
+    for (RVXAnyDigest& digest : digests) {
       const auto update = [&digest, &chunk] { digest.update(chunk.bytes()); };
       // At the end nothing is read beside it, and for small files a thread would cost more than it saves.
       if (isLast) {
@@ -60,11 +60,12 @@ RVXContents RVXContents::read(const std::string& path, const std::vector<DigestK
   RVXRecoveringReader& reader = opened.value();
   contents.isRegularFile = reader.isRegularFile();
   contents.identity = reader.identity().value_or(RVXFileIdentity{});
+  contents.modified = reader.modified();
   if (!contents.isRegularFile) return contents;
 
   reader.bypassCacheAndReadAhead();
   RVXKeptFailure recovery;
-  std::vector<RVXDigest> digests;
+  std::vector<RVXAnyDigest> digests;
   digests.reserve(kinds.size());
   for (const DigestKind kind : kinds) digests.emplace_back(kind);
   contents.length = readThrough(reader, recovery, digests, bytesRead);
@@ -73,6 +74,6 @@ RVXContents RVXContents::read(const std::string& path, const std::vector<DigestK
         recovery.failure()->reason.reason + " at " + std::to_string(recovery.failure()->position);
     return contents;
   }
-  for (RVXDigest& digest : digests) contents.digests.push_back(digest.finalBytes());
+  for (RVXAnyDigest& digest : digests) contents.digests.push_back(digest.finalBytes());
   return contents;
 }

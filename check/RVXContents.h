@@ -16,6 +16,7 @@ struct RVXContents {
   bool isRegularFile = true;         // else nothing was read
   int64_t length = 0;                // bytes read
   RVXFileIdentity identity;          // of the file that was opened
+  int64_t modified = 0;              // when it was: seconds since 1970, UTC
   std::vector<std::string> digests;  // bytes, in the order of the kinds
 
   static constexpr size_t kChunkSize = size_t{4} * 1024 * 1024;  // of which two are held

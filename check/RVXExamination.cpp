@@ -1,12 +1,13 @@
 #include "check/RVXExamination.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <span>
+#include <utility>
 
+#include "check/RVXDifferences.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXIOFailure.h"
-#include "platform/system/RVXDigest.h"
 #include "platform/system/RVXInterruption.h"
 
 namespace {
@@ -14,48 +15,64 @@ namespace {
 // No copy of a card's file has that size: it stands for a link that is good by its text.
 constexpr int64_t kNoContents = -1;
 
-std::string digestOf(DigestKind kind, const std::string& text) {
-  RVXDigest digest(kind);
-  digest.update(std::as_bytes(std::span(text)));
-  return digest.finalBytes();
+void sortBadLines(RVXInventory& inventory) {
+  std::stable_sort(inventory.badLines.begin(), inventory.badLines.end(),
+                   [](const RVXBadLines& one, const RVXBadLines& other) {
+                     return std::pair(one.list, one.first) < std::pair(other.list, other.first);
+                   });
 }
 
 }  // namespace
 
-std::vector<RVXFinding::Difference> differencesOfLinkText(const RVXInventory& inventory,
-                                                          RVXNameTree::Node node, const std::string& text) {
-  std::vector<RVXFinding::Difference> differences;
-  for (const uint32_t number : inventory.digestsOf(node)) {
-    const RVXListedDigest& listed = inventory.digest(number);
-    std::string read = digestOf(inventory.kindOf(listed), text);
-    if (read != inventory.bytesOf(listed)) differences.push_back({number, std::move(read)});
-  }
-  return differences;
-}
-
 std::vector<RVXExamination::Node> RVXExamination::examineListedFiles() {
   std::vector<Node> toRead;
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
-    const Node node = mInventory.digest(number).node;
+    const RVXListedDigest& listed = mInventory.digest(number);
+    if (listed.previous != RVXNameTree::kNone) continue;  // not the first entry of its file
+    const Node node = listed.node;
+    const Entries entries = entriesOf(node);
+    if (entries.haveFile && !entries.haveDigest) addBadLineWithoutDigest(entries.firstOfFile);
     if (mInventory.item(node).verdict != RVXVerdict::none) continue;
     if (RVXInterruption::signalNumber()) {
       mInventory.item(node).verdict = RVXVerdict::pending;
     } else {
-      examine(node);
+      examine(node, entries);
     }
     if (mInventory.item(node).verdict == RVXVerdict::pending) toRead.push_back(node);
   }
+  sortBadLines(mInventory);
   return toRead;
+}
+
+RVXExamination::Entries RVXExamination::entriesOf(Node node) const {
+  Entries entries;
+  for (const uint32_t number : mInventory.entriesOf(node)) {
+    const RVXListedDigest& listed = mInventory.digest(number);
+    const bool isFolder = mInventory.isFolder(listed);
+    if (!isFolder && !entries.haveFile) entries.firstOfFile = number;
+    (isFolder ? entries.haveFolder : entries.haveFile) = true;
+    if (mInventory.hasDigest(listed)) entries.haveDigest = true;
+  }
+  return entries;
+}
+
+void RVXExamination::addBadLineWithoutDigest(uint32_t entry) {
+  const RVXListedDigest& listed = mInventory.digest(entry);
+  mInventory.addBadLine(listed.list, listed.line, "no digest");
+  mInventory.item(mInventory.lists[listed.list].node).hasBadLines = true;
 }
 
 void RVXExamination::findUnlistedFiles() {
   for (Node node = 0; node < mInventory.names().size(); ++node) {
     RVXItem& item = mInventory.item(node);
-    if (item.isFound && !item.isFolder && !item.isNamed && !item.isList) item.verdict = RVXVerdict::unlisted;
+    if (item.isFound && !item.isFolder && !item.isNamed && !item.isList && !mHistories.excuse(node, false)) {
+      item.verdict = RVXVerdict::unlisted;
+    }
+    item.isOutOfChain = mHistories.isOutOfChain(node);
   }
 }
 
-void RVXExamination::examine(Node node) {
+void RVXExamination::examine(Node node, const Entries& entries) {
   const std::string path = mInventory.names().path(node);
   const auto attributes = attributesOfItem(path.empty() ? "." : path);
   RVXItem& item = mInventory.item(node);
@@ -64,6 +81,10 @@ void RVXExamination::examine(Node node) {
     const bool isMissing = failure.code == ENOENT || failure.code == ENOTDIR;
     item.verdict = isMissing ? RVXVerdict::missing : RVXVerdict::unreadable;
     if (!isMissing) mInventory.findings[node].error = failure.reason;
+  } else if (entries.haveFolder && attributes.value().type != RVXFileType::folder && !leadsToFolder(path)) {
+    item.verdict = RVXVerdict::missing;
+  } else if (!entries.haveFile) {
+    item.verdict = RVXVerdict::ok;
   } else if (attributes.value().type == RVXFileType::regular) {
     examineRegularFile(node, path, attributes.value());
   } else if (attributes.value().type == RVXFileType::symbolicLink) {
@@ -76,9 +97,17 @@ void RVXExamination::examine(Node node) {
 void RVXExamination::examineRegularFile(Node node, const std::string& path,
                                         const RVXFileAttributes& attributes) {
   RVXItem& item = mInventory.item(node);
-  item.verdict = RVXVerdict::pending;
   item.size = attributes.size;
   item.volume = mVolumes.numberOf(attributes.identity, path);
+  const RVXDifferences differences(mInventory, node);
+  if (!differences.kindsFor(item.size).empty()) {
+    item.verdict = RVXVerdict::pending;
+    return;
+  }
+  // Nothing is compared but the size.
+  auto ofSize = differences.withoutRepetitions(differences.of(item.size, {}));
+  item.verdict = ofSize.empty() ? RVXVerdict::noDigest : RVXVerdict::changed;
+  if (!ofSize.empty()) mInventory.findings[node].differences = std::move(ofSize);
 }
 
 void RVXExamination::examineLink(Node node, const std::string& path, const RVXFileAttributes& attributes) {
@@ -92,8 +121,10 @@ void RVXExamination::examineLink(Node node, const std::string& path, const RVXFi
     mInventory.findings[node].error = text.failure().reason;
     return;
   }
-  auto differences = differencesOfLinkText(mInventory, node, text.value());
-  if (differences.empty()) {
+  const RVXDifferences differences(mInventory, node);
+  auto ofText = differences.withoutRepetitions(differences.ofLinkText(text.value()));
+  const bool isCompared = !differences.kindsFor(static_cast<int64_t>(text.value().size())).empty();
+  if (ofText.empty() && isCompared) {
     item.verdict = RVXVerdict::ok;
     return;
   }
@@ -104,7 +135,14 @@ void RVXExamination::examineLink(Node node, const std::string& path, const RVXFi
   if (leadsToFile && mPlaces.isBelowPath(*target)) {
     examineRegularFile(node, *target, targetAttributes.value());
   } else {
-    item.verdict = RVXVerdict::changed;
-    mInventory.findings[node].differences = std::move(differences);
+    item.verdict = ofText.empty() ? RVXVerdict::noDigest : RVXVerdict::changed;
+    if (!ofText.empty()) mInventory.findings[node].differences = std::move(ofText);
   }
+}
+
+bool RVXExamination::leadsToFolder(const std::string& path) const {
+  const auto target = attributesOfTarget(path);
+  const auto real = realPath(path);
+  return target.succeeded() && target.value().type == RVXFileType::folder && real &&
+         mPlaces.isBelowPath(*real);
 }

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "check/RVXHistories.h"
 #include "check/RVXInventory.h"
 #include "check/RVXPlaces.h"
 #include "check/RVXVolumeTable.h"
@@ -13,26 +14,36 @@ class RVXExamination {
  public:
   using Node = RVXNameTree::Node;
 
-  RVXExamination(RVXInventory& inventory, const RVXPlaces& places, RVXVolumeTable& volumes)
-      : mInventory(inventory), mPlaces(places), mVolumes(volumes) {}
+  RVXExamination(RVXInventory& inventory, const RVXPlaces& places, const RVXHistories& histories,
+                 RVXVolumeTable& volumes)
+      : mInventory(inventory), mPlaces(places), mHistories(histories), mVolumes(volumes) {}
 
   // The files that are to be read, in the order of the lists. When the user interrupts the run, all that
   // were not looked at yet are among them.
   std::vector<Node> examineListedFiles();
 
-  // Says which files no list names.
+  // Says which files no list names, but for those that a history excuses, and which manifests their chain
+  // does not.
   void findUnlistedFiles();
 
  private:
-  void examine(Node node);
+  // What the entries of a file are.
+  struct Entries {
+    bool haveDigest = false;  // at least one
+    bool haveFolder = false;
+    bool haveFile = false;
+    uint32_t firstOfFile = 0;
+  };
+
+  [[nodiscard]] Entries entriesOf(Node node) const;
+  void addBadLineWithoutDigest(uint32_t entry);
+  void examine(Node node, const Entries& entries);
   void examineRegularFile(Node node, const std::string& path, const RVXFileAttributes& attributes);
   void examineLink(Node node, const std::string& path, const RVXFileAttributes& attributes);
+  [[nodiscard]] bool leadsToFolder(const std::string& path) const;
 
   RVXInventory& mInventory;
   const RVXPlaces& mPlaces;
+  const RVXHistories& mHistories;
   RVXVolumeTable& mVolumes;
 };
-
-// The listed digests that differ from those of a link's target text.
-std::vector<RVXFinding::Difference> differencesOfLinkText(const RVXInventory& inventory,
-                                                          RVXNameTree::Node node, const std::string& text);

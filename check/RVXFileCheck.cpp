@@ -3,26 +3,18 @@
 #include <algorithm>
 #include <utility>
 
-#include "check/RVXExamination.h"
+#include "check/RVXDifferences.h"
 #include "platform/files/RVXFileSystem.h"
-
-namespace {
-
-std::vector<DigestKind> kindsOf(const RVXInventory& inventory, RVXNameTree::Node file) {
-  std::vector<DigestKind> kinds;
-  for (const uint32_t number : inventory.digestsOf(file)) {
-    const DigestKind kind = inventory.kindOf(inventory.digest(number));
-    if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end()) kinds.push_back(kind);
-  }
-  return kinds;
-}
-
-}  // namespace
 
 void RVXFileCheck::checkListed(RVXNameTree::Node file) {
   const std::string path = mInventory.names().path(file);
-  const std::vector<DigestKind> kinds = kindsOf(mInventory, file);
+  std::vector<DigestKind> kinds =
+      RVXDifferences(mInventory, file).kindsFor(std::as_const(mInventory).item(file).size);
+  for (const DigestKind kind : mFacts.kindsFor(file)) {
+    if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end()) kinds.push_back(kind);
+  }
   const RVXContents contents = read(path, kinds);
+  mFacts.take(file, kinds, contents);
   RVXResults::Checked checked;
   checked.size = contents.length;
   if (contents.error) {
@@ -41,7 +33,13 @@ void RVXFileCheck::checkListed(RVXNameTree::Node file) {
 void RVXFileCheck::checkOnCard(RVXNameTree::Node file, RVXCard& card) {
   const std::vector<DigestKind> kinds = card.kindsFor(file);
   card.take(file, kinds, read(mInventory.names().path(file), kinds));
-  mResults.postOnCard();
+  mResults.postOther();
+}
+
+void RVXFileCheck::readFacts(RVXNameTree::Node file) {
+  const std::vector<DigestKind> kinds = mFacts.kindsFor(file);
+  mFacts.take(file, kinds, read(mInventory.names().path(file), kinds));
+  mResults.postOther();
 }
 
 RVXContents RVXFileCheck::read(const std::string& path, const std::vector<DigestKind>& kinds) {
@@ -53,23 +51,24 @@ RVXContents RVXFileCheck::read(const std::string& path, const std::vector<Digest
 std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNameTree::Node file,
                                                               const std::vector<DigestKind>& kinds,
                                                               const RVXContents& contents) const {
-  std::vector<RVXFinding::Difference> differences;
-  for (const uint32_t number : mInventory.digestsOf(file)) {
-    const RVXListedDigest& listed = mInventory.digest(number);
-    const auto kind = std::find(kinds.begin(), kinds.end(), mInventory.kindOf(listed));
-    const std::string& read = contents.digests[static_cast<size_t>(kind - kinds.begin())];
-    if (read != mInventory.bytesOf(listed)) differences.push_back({number, read});
-  }
-  if (differences.empty() || !std::as_const(mInventory).item(file).isLink) return differences;
-
-  // A digest that neither the contents nor the link's text has; the text's is the one that is told.
+  const RVXDifferences compared(mInventory, file);
+  const auto digestOf = [&](DigestKind sought) {
+    const auto kind = std::find(kinds.begin(), kinds.end(), sought);
+    return contents.digests[static_cast<size_t>(kind - kinds.begin())];
+  };
+  // By the size that it had when it was examined: if it has changed since, its digest tells.
+  auto differences = compared.of(std::as_const(mInventory).item(file).size, digestOf);
+  const bool isLink = std::as_const(mInventory).item(file).isLink;
+  if (differences.empty() || !isLink) return compared.withoutRepetitions(std::move(differences));
   const auto text = linkTarget(mInventory.names().path(file));
-  if (text.failed()) return differences;
-  auto differencesOfText = differencesOfLinkText(mInventory, file, text.value());
-  std::erase_if(differencesOfText, [&](const RVXFinding::Difference& ofText) {
+  if (text.failed()) return compared.withoutRepetitions(std::move(differences));
+
+  // An entry that neither the contents nor the link's text fits; the text's is the one that is told.
+  auto ofText = compared.ofLinkText(text.value());
+  std::erase_if(ofText, [&](const RVXFinding::Difference& one) {
     return std::none_of(
         differences.begin(), differences.end(),
-        [&](const RVXFinding::Difference& ofContents) { return ofContents.digest == ofText.digest; });
+        [&](const RVXFinding::Difference& ofContents) { return ofContents.digest == one.digest; });
   });
-  return differencesOfText;
+  return compared.withoutRepetitions(std::move(ofText));
 }

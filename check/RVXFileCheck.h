@@ -5,18 +5,21 @@
 
 #include "check/RVXCard.h"
 #include "check/RVXInventory.h"
+#include "check/RVXReadFacts.h"
 #include "check/RVXResults.h"
 #include "check/RVXVolumeTable.h"
 
-// Reads one listed file, or one of the card, and says what became of it. Used by any number of threads, each
+// Reads one listed file, or another one, and says what became of it. Used by any number of threads, each
 // for other files.
 class RVXFileCheck {
  public:
-  RVXFileCheck(RVXInventory& inventory, RVXVolumeTable& volumes, RVXResults& results)
-      : mInventory(inventory), mVolumes(volumes), mResults(results) {}
+  RVXFileCheck(RVXInventory& inventory, RVXVolumeTable& volumes, RVXResults& results, RVXReadFacts& facts)
+      : mInventory(inventory), mVolumes(volumes), mResults(results), mFacts(facts) {}
 
   void checkListed(RVXNameTree::Node file);
   void checkOnCard(RVXNameTree::Node file, RVXCard& card);
+  // Of a file that is not checked, only what new lists need.
+  void readFacts(RVXNameTree::Node file);
 
   // Of all files so far.
   [[nodiscard]] int64_t bytesRead() const { return mBytesRead.load(std::memory_order_relaxed); }
@@ -30,5 +33,6 @@ class RVXFileCheck {
   RVXInventory& mInventory;
   RVXVolumeTable& mVolumes;
   RVXResults& mResults;
+  RVXReadFacts& mFacts;
   std::atomic<int64_t> mBytesRead{0};
 };

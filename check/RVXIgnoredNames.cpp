@@ -6,14 +6,27 @@
 
 namespace {
 
+constexpr auto kLeftBySystems = std::to_array<std::string_view>(
+    {".DS_Store", "._*", ".Spotlight-V100", ".Trashes", ".fseventsd", ".TemporaryItems", "Thumbs.db",
+     "desktop.ini", "System Volume Information", "$RECYCLE.BIN", "lost+found", ".Trash-*"});
+
+// For patterns whose only special character is a "*" at the end.
+bool isMeant(std::string_view pattern, std::string_view name) {
+  return pattern.ends_with('*') ? name.starts_with(pattern.substr(0, pattern.size() - 1)) : name == pattern;
+}
+
 bool isLeftBySystems(std::string_view name) {
-  static constexpr auto kWhole = std::to_array<std::string_view>(
-      {".DS_Store", ".Spotlight-V100", ".Trashes", ".fseventsd", ".TemporaryItems", "Thumbs.db",
-       "desktop.ini", "System Volume Information", "$RECYCLE.BIN", "lost+found"});
-  static constexpr auto kBeginnings = std::to_array<std::string_view>({"._", ".Trash-"});
-  return std::find(kWhole.begin(), kWhole.end(), name) != kWhole.end() ||
-         std::any_of(kBeginnings.begin(), kBeginnings.end(),
-                     [&](std::string_view beginning) { return name.starts_with(beginning); });
+  return std::any_of(kLeftBySystems.begin(), kLeftBySystems.end(),
+                     [&](std::string_view pattern) { return isMeant(pattern, name); });
+}
+
+// A shell pattern as a line of gitignore(5).
+std::string ignoreLine(const RVXNamePattern& pattern) {
+  std::string line = pattern.text();
+  if (line.starts_with('!') || line.starts_with('#')) line.insert(line.begin(), '\\');
+  if (pattern.isForPaths() && !line.starts_with('/')) line.insert(line.begin(), '/');
+  if (line.ends_with(' ')) line.insert(line.end() - 1, '\\');
+  return line;
 }
 
 }  // namespace
@@ -28,4 +41,14 @@ bool RVXIgnoredNames::contains(const std::string& name, const std::string& path)
 bool RVXIgnoredNames::needsPath() const {
   return std::any_of(mAdded.begin(), mAdded.end(),
                      [](const RVXNamePattern& pattern) { return pattern.isForPaths(); });
+}
+
+std::vector<std::string> RVXIgnoredNames::linesOfSystems() {
+  return {kLeftBySystems.begin(), kLeftBySystems.end()};
+}
+
+std::vector<std::string> RVXIgnoredNames::linesOfUser() const {
+  std::vector<std::string> lines;
+  for (const RVXNamePattern& pattern : mAdded) lines.push_back(ignoreLine(pattern));
+  return lines;
 }

@@ -14,6 +14,10 @@ class RVXIgnoredNames {
   // Whether a file or folder is ignored by its name. `path` is the path below PATH or CARD.
   [[nodiscard]] bool contains(const std::string& name, const std::string& path) const;
 
+  // Both as lines of gitignore(5).
+  [[nodiscard]] static std::vector<std::string> linesOfSystems();
+  [[nodiscard]] std::vector<std::string> linesOfUser() const;
+
   // Whether contains() looks at the path at all.
   [[nodiscard]] bool needsPath() const;
 

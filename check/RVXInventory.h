@@ -20,6 +20,7 @@ enum class RVXVerdict : uint8_t {
   noRegularFile,  // nor a link, and listed
   missing,
   unreadable,
+  noDigest,  // listed, of the right size if one is listed, and nothing to compare it with
   unlisted,
 };
 
@@ -37,16 +38,23 @@ struct RVXItem {
   bool isListFolder : 1 = false;  // a list lies in it or below
   bool isRenamed : 1 = false;     // listed under another file's name
   bool hasBadLines : 1 = false;
-  bool hasNoList : 1 = false;  // a folder PATH without any
+  bool hasNoList : 1 = false;     // a folder PATH without any
+  bool isHistory : 1 = false;     // a folder "ascmhl"
+  bool isInChain : 1 = false;     // a manifest that the chain beside it names
+  bool isOutOfChain : 1 = false;  // a manifest that it should name
 };
 
-// A digest that a list holds of a file. Those of one file are chained from the last to the first.
+// A digest that a list holds of a file; or that the list names a file without one, or a folder. Those of one
+// file are chained from the last to the first.
 struct RVXListedDigest {
+  static constexpr int64_t kAnySize = -1;
+
   RVXNameTree::Node node = RVXNameTree::kNone;
-  RVXByteStore::Place text = 0;  // its kind and its bytes
+  RVXByteStore::Place text = 0;  // as RVXInventory::textOf(), or one of its other texts
   uint32_t list = 0;
   uint32_t line = 0;
   uint32_t previous = RVXNameTree::kNone;
+  int64_t size = kAnySize;  // bytes, as listed with it
 };
 
 struct RVXUsedList {
@@ -66,7 +74,8 @@ struct RVXBadLines {
 struct RVXFinding {
   struct Difference {
     uint32_t digest = 0;  // the listed one that differs
-    std::string read;     // bytes
+    std::string read;     // bytes; empty where it is the size that differs:
+    int64_t size = 0;
   };
   std::vector<Difference> differences;
   std::string error;  // of what can't be read, with the offset where there is one
@@ -93,19 +102,39 @@ class RVXInventory {
     if (mItems.size() < mNames.size()) mItems.resize(mNames.size());
   }
 
-  // Adds a digest, given as bytes, to those of its file.
-  void addDigest(Node node, DigestKind kind, std::string_view digest, uint32_t list, uint32_t line);
+  // What an entry without a digest has for its text, and one that names a folder.
+  static constexpr std::string_view kNoDigest{};
+  static constexpr std::string_view kFolder = "/";
+
+  // Kind and bytes of a digest as one text: equal where both are. `isInAnyOrder`: the opposite order of the
+  // bytes is meant as well.
+  static std::string textOf(DigestKind kind, std::string_view bytes, bool isInAnyOrder = false);
+  // That text, and those of other entries that the same contents fit.
+  static std::vector<std::string> textsOf(std::string_view text);
+
+  // Adds an entry of that text to those of its file.
+  void addDigest(Node node, std::string_view text, uint32_t list, uint32_t line,
+                 int64_t size = RVXListedDigest::kAnySize);
   [[nodiscard]] const RVXListedDigest& digest(uint32_t number) const { return mDigests[number]; }
   [[nodiscard]] uint32_t digestCount() const { return static_cast<uint32_t>(mDigests.size()); }
-  [[nodiscard]] DigestKind kindOf(const RVXListedDigest& digest) const;
-  [[nodiscard]] std::string_view bytesOf(const RVXListedDigest& digest) const;
-  // Kind and bytes as one text: equal where both are.
   [[nodiscard]] std::string_view textOf(const RVXListedDigest& digest) const {
     return mTexts.at(digest.text);
   }
-  static std::string textOf(DigestKind kind, std::string_view bytes);
-  // The numbers of a file's digests in the order of lists and lines, identical ones once.
+  // The numbers of a file's entries in the order of lists and lines, and of identical ones the first.
+  [[nodiscard]] std::vector<uint32_t> entriesOf(Node node) const;
   [[nodiscard]] std::vector<uint32_t> digestsOf(Node node) const;
+
+  [[nodiscard]] bool isFolder(const RVXListedDigest& digest) const { return textOf(digest) == kFolder; }
+  [[nodiscard]] bool hasDigest(const RVXListedDigest& digest) const {
+    return textOf(digest) != kNoDigest && !isFolder(digest);
+  }
+  // Of one that has a digest:
+  [[nodiscard]] DigestKind kindOf(const RVXListedDigest& digest) const;
+  [[nodiscard]] std::string_view bytesOf(const RVXListedDigest& digest) const;
+  [[nodiscard]] bool isEqual(const RVXListedDigest& digest, std::string_view read) const;
+
+  // Says that lines of a list can't be used; those of one list are sorted afterwards.
+  void addBadLine(uint32_t list, uint32_t line, const std::string& problem);
 
   RVXByteStore& texts() { return mTexts; }
   [[nodiscard]] const RVXByteStore& texts() const { return mTexts; }
@@ -121,4 +150,5 @@ class RVXInventory {
   std::deque<RVXItem> mItems;
   std::deque<RVXListedDigest> mDigests;
   RVXByteStore mTexts;
+  std::map<std::string, RVXByteStore::Place> mProblems;
 };

@@ -4,31 +4,39 @@
 #include <array>
 #include <string_view>
 
+#include "check/RVXHistories.h"
+#include "formats/mhl/RVXPackingList.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/system/RVXUnicodeText.h"
 
 namespace {
 
-bool isListName(std::string_view name) {
+bool hasExtension(std::string_view name, std::string_view extension) {
+  return name.size() >= extension.size() &&
+         isSameIgnoringCase(name.substr(name.size() - extension.size()), extension);
+}
+
+bool isTextListName(std::string_view name) {
   static constexpr auto kExtensions =
       std::to_array<std::string_view>({".sha1", ".md5", ".sha256", ".sha512"});
   static constexpr auto kNames =
       std::to_array<std::string_view>({"SHA1SUMS", "MD5SUMS", "SHA256SUMS", "SHA512SUMS"});
-  const auto hasExtension = [&](std::string_view extension) {
-    return name.size() >= extension.size() &&
-           isSameIgnoringCase(name.substr(name.size() - extension.size()), extension);
-  };
-  return std::any_of(kExtensions.begin(), kExtensions.end(), hasExtension) ||
+  return std::any_of(kExtensions.begin(), kExtensions.end(),
+                     [&](std::string_view extension) { return hasExtension(name, extension); }) ||
          std::find(kNames.begin(), kNames.end(), name) != kNames.end();
 }
 
-// What rvxcopy writes a list to before it gives it its name.
+// What lists, and folders of lists, are called until they are complete.
 bool isTemporaryName(std::string_view name) {
   return name.starts_with(".rvxcopy-") && name.ends_with(".tmp");
 }
 
 }  // namespace
+
+bool isMediaHashListName(std::string_view name) {
+  return hasExtension(name, ".mhl");
+}
 
 void RVXPathWalk::add(const std::string& path) {
   const auto attributes = attributesOfTarget(path);
@@ -93,13 +101,14 @@ void RVXPathWalk::markFoldersAbove(Node list) {
 }
 
 RVXPathWalk::Node RVXPathWalk::enterFolder(Node parent, const std::string& name) {
+  if (mInventory.item(parent).isHistory || isTemporaryName(name)) return RVXNameTree::kNone;
   RVXNameTree& names = mInventory.names();
   Node folder = RVXNameTree::kNone;
   if (mAreSeveral) {
     const auto attributes = attributesOfItem(pathByAppendingComponent(names.path(parent), name));
     if (attributes.succeeded()) folder = mPlaces.knownFolder(attributes.value().identity);
     if (folder != RVXNameTree::kNone) {
-      if (names.parent(folder) == RVXNameTree::kNone) mPlaces.setFolderAbove(folder, parent);
+      if (names.parent(folder) == RVXNameTree::kNone) mPlaces.setFolderAbove(folder, parent, name);
       if (mInventory.item(folder).isFound) return RVXNameTree::kNone;
     } else {
       folder = names.add(parent, name);
@@ -111,15 +120,26 @@ RVXPathWalk::Node RVXPathWalk::enterFolder(Node parent, const std::string& name)
   RVXItem& item = mInventory.item(folder);
   item.isFound = true;
   item.isFolder = true;
+  item.isHistory = name == RVXHistories::kFolder;
+  if (item.isHistory) noteList(folder);
   return folder;
 }
 
 void RVXPathWalk::foundFile(Node parent, const std::string& name, RVXFileType type) {
   const bool isRegular = type == RVXFileType::regular;
+  const bool isMediaHashList = isMediaHashListName(name);
+  const bool isInHistory = mInventory.item(parent).isHistory;
+  if (isInHistory && !(isRegular && (isMediaHashList || name == RVXHistories::kChain))) return;
   if ((!isRegular && type != RVXFileType::symbolicLink) || isTemporaryName(name)) return;
   const Node file = mInventory.names().add(parent, name);
-  mInventory.item(file).isFound = true;
-  if (isRegular && isListName(name)) noteList(file);
+  RVXItem& item = mInventory.item(file);
+  item.isFound = true;
+  item.isRegular = isRegular;
+  item.isLink = !isRegular;
+  if (!isRegular) return;
+  const bool isUsed = isInHistory || isTextListName(name) ||
+                      (isMediaHashList && !isPackingList(mInventory.names().path(file)));
+  if (isUsed) noteList(file);
 }
 
 void RVXPathWalk::foundUnreadableFolder(Node folder, const RVXIOFailure& failure) {

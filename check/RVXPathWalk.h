@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "check/RVXFolderWalk.h"
@@ -21,6 +22,9 @@ class RVXPathWalk : private RVXFolderWalk::Visitor {
   // The lists that were found, each once and in the order of their printed paths; says in the inventory which
   // folders lack one.
   std::vector<RVXNameTree::Node> finish();
+
+  // The PATHs that are folders.
+  [[nodiscard]] const std::vector<RVXNameTree::Node>& folderPaths() const { return mFolderPaths; }
 
  private:
   using Node = RVXNameTree::Node;
@@ -43,3 +47,6 @@ class RVXPathWalk : private RVXFolderWalk::Visitor {
   std::vector<Node> mFolderPaths;
   std::vector<Node> mLists;
 };
+
+// Whether a list of that name is a media hash list, and no text.
+bool isMediaHashListName(std::string_view name);

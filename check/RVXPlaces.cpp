@@ -2,35 +2,13 @@
 
 #include <algorithm>
 
+#include "check/RVXWay.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/system/RVXUnicodeText.h"
 
 namespace {
-
-// A name without what cancels itself out: so many folders up, then down through these.
-struct Way {
-  size_t up = 0;
-  std::vector<std::string_view> down;
-};
-
-Way wayOf(std::string_view name) {
-  Way way;
-  while (!name.empty()) {
-    const std::string_view component = name.substr(0, name.find('/'));
-    name.remove_prefix(std::min(name.size(), component.size() + 1));
-    if (component.empty() || component == ".") continue;
-    if (component != "..") {
-      way.down.push_back(component);
-    } else if (way.down.empty()) {
-      ++way.up;
-    } else {
-      way.down.pop_back();
-    }
-  }
-  return way;
-}
 
 // The text of the folder above one that was given as `path`.
 std::string textAbove(const std::string& path) {
@@ -78,23 +56,29 @@ void RVXPlaces::addFolderBeside(Node root, const std::string& path) {
   const auto attributes = attributesOfTarget(above.empty() ? "." : above);
   if (attributes.failed()) return;
   const Node known = knownFolder(attributes.value().identity);
-  setFolderAbove(root, known != RVXNameTree::kNone ? known : addRootNode(above, attributes.value().identity));
+  const Node folder = known != RVXNameTree::kNone ? known : addRootNode(above, attributes.value().identity);
+  setFolderAbove(root, folder, nameOf(root));
 }
 
-void RVXPlaces::setFolderAbove(Node root, Node folder) {
+void RVXPlaces::setFolderAbove(Node root, Node folder, const std::string& name) {
   for (Node above = folder; above != RVXNameTree::kNone; above = folderAbove(above)) {
     if (above == root) return;
   }
-  mAbove.emplace(root, folder);
+  mAbove.emplace(root, Above{folder, name});
 }
 
 RVXPlaces::Node RVXPlaces::folderAbove(Node node) const {
   const auto above = mAbove.find(node);
-  return above != mAbove.end() ? above->second : mInventory.names().parent(node);
+  return above != mAbove.end() ? above->second.folder : mInventory.names().parent(node);
+}
+
+std::string RVXPlaces::nameBelow(Node node) const {
+  const auto above = mAbove.find(node);
+  return above != mAbove.end() ? above->second.name : std::string(mInventory.names().name(node));
 }
 
 std::optional<RVXPlaces::Place> RVXPlaces::placeOf(Node folder, std::string_view name) {
-  const Way way = wayOf(name);
+  const RVXWay way = RVXWay::of(name);
   for (size_t i = 0; i < way.up; ++i) {
     folder = folderAbove(folder);
     if (folder == RVXNameTree::kNone) return std::nullopt;
@@ -152,7 +136,7 @@ RVXPlaces::Node RVXPlaces::nodeOfRealPath(const std::string& realPath) const {
     if (realPath == root->first) return root->second;
     if (!isIn(realPath, root->first)) continue;
     Node node = root->second;
-    const Way way = wayOf(std::string_view(realPath).substr(root->first.size()));
+    const RVXWay way = RVXWay::of(std::string_view(realPath).substr(root->first.size()));
     for (const std::string_view name : way.down) {
       node = mInventory.names().add(node, name);
     }

@@ -32,12 +32,15 @@ class RVXPlaces {
   [[nodiscard]] Node knownFolder(const RVXFileIdentity& identity) const;
   void setKnownFolder(const RVXFileIdentity& identity, Node node) { mByIdentity.emplace(identity, node); }
 
-  // From now on, names in the root's lists may lead to `folder`, in which the root lies. The first one
-  // counts, and none below the root itself, where a mount may show it again.
-  void setFolderAbove(Node root, Node folder);
+  // From now on, names in the root's lists may lead to `folder`, in which the root is called `name`. The
+  // first one counts, and none below the root itself, where a mount may show it again.
+  void setFolderAbove(Node root, Node folder, const std::string& name);
 
   // The folder in which the node lies, as far as names may lead; kNone for the outermost.
   [[nodiscard]] Node folderAbove(Node node) const;
+
+  // What the node is called in the folder above it.
+  [[nodiscard]] std::string nameBelow(Node node) const;
 
   // Where `name`, in a list in `folder`, leads. None where that is above every PATH.
   std::optional<Place> placeOf(Node folder, std::string_view name);
@@ -57,7 +60,11 @@ class RVXPlaces {
 
   RVXInventory& mInventory;
   std::map<RVXFileIdentity, Node> mByIdentity;
-  std::map<Node, Node> mAbove;             // of roots
+  struct Above {
+    Node folder = RVXNameTree::kNone;
+    std::string name;  // of the root in it
+  };
+  std::map<Node, Above> mAbove;            // of roots
   std::map<std::string, Node> mRealRoots;  // by their real paths
   std::map<Node, Place> mFollowedFolders;  // that no walk has found
 };

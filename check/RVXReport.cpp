@@ -1,16 +1,11 @@
 #include "check/RVXReport.h"
 
-#include <span>
 #include <string_view>
 
 #include "check/RVXPrintedText.h"
-#include "include/DigestString.h"
+#include "formats/RVXDigestText.h"
 
 namespace {
-
-std::string hex(std::string_view bytes) {
-  return digestString(std::as_bytes(std::span(bytes)));
-}
 
 std::string inBrackets(const std::string& text) {
   return std::string(" (").append(text).append(")");
@@ -26,6 +21,7 @@ void RVXReport::tell(const RVXResults::Told& told) {
   const RVXItem& item = mInventory.item(told.node);
   if (item.isRenamed) tellRenamed(told.node);
   tellVerdict(told);
+  if (item.isOutOfChain) mOutput.addLine("unlisted", mInventory.names().printedPath(told.node));
   const auto error = mInventory.folderErrors.find(told.node);
   if (error != mInventory.folderErrors.end()) {
     mOutput.addLine("unreadable", mInventory.names().printedPath(told.node) + inBrackets(error->second));
@@ -50,6 +46,7 @@ void RVXReport::tellVerdict(const RVXResults::Told& told) {
   const std::string path = mInventory.names().printedPath(told.node);
   switch (mInventory.item(told.node).verdict) {
     case RVXVerdict::none:
+    case RVXVerdict::noDigest:
     case RVXVerdict::pending:
       break;
     case RVXVerdict::ok:
@@ -75,13 +72,21 @@ void RVXReport::tellVerdict(const RVXResults::Told& told) {
 }
 
 void RVXReport::tellChanged(const RVXResults::Told& told) {
-  for (const auto& [digest, read] : told.finding.differences) {
-    const RVXListedDigest& listed = mInventory.digest(digest);
-    mOutput.addLine("changed", mInventory.names().printedPath(told.node) +
-                                   inBrackets(digestLabel(mInventory.kindOf(listed)) + std::string(" ") +
-                                              hex(mInventory.bytesOf(listed)) + " listed in " +
-                                              printedList(digest) + ", read " + hex(read)));
+  const std::string path = mInventory.names().printedPath(told.node);
+  for (const RVXFinding::Difference& difference : told.finding.differences) {
+    mOutput.addLine("changed", path + inBrackets(textOf(difference)));
   }
+}
+
+std::string RVXReport::textOf(const RVXFinding::Difference& difference) const {
+  const RVXListedDigest& listed = mInventory.digest(difference.digest);
+  const std::string in = " listed in " + printedList(difference.digest) + ", ";
+  if (difference.read.empty()) {
+    return std::to_string(listed.size) + " bytes" + in + std::to_string(difference.size) + " found";
+  }
+  const DigestKind kind = mInventory.kindOf(listed);
+  return std::string(digestLabel(kind)) + " " + digestText(kind, mInventory.bytesOf(listed)) + in + "read " +
+         digestText(kind, difference.read);
 }
 
 void RVXReport::tellNoRegularFile(Node node) {

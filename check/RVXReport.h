@@ -31,6 +31,7 @@ class RVXReport {
   void tellRenamed(Node node);
   void tellVerdict(const RVXResults::Told& told);
   void tellChanged(const RVXResults::Told& told);
+  [[nodiscard]] std::string textOf(const RVXFinding::Difference& difference) const;
   void tellNoRegularFile(Node node);
   void tellBadLines(Node list);
   [[nodiscard]] std::string printedList(uint32_t digest) const;

@@ -5,12 +5,15 @@
 
 #include "platform/system/RVXInterruption.h"
 
-RVXResults::RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOnCard)
-    : mInventory(inventory), mTellsGoodFiles(tellsGoodFiles), mPendingOnCard(pendingOnCard) {
+RVXResults::RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOthers)
+    : mInventory(inventory), mTellsGoodFiles(tellsGoodFiles), mPendingOthers(pendingOthers) {
   const RVXMutexLock lock(mLock);
   mInventory.addMissingItems();
   sortNodes();
-  for (const Node node : mOrder) count(node);
+  for (const Node node : mOrder) {
+    count(node);
+    if (std::as_const(mInventory).item(node).isOutOfChain) ++mCounts.unlisted;
+  }
   for (const RVXBadLines& bad : mInventory.badLines) mCounts.badLines += bad.last - bad.first + 1;
   mCounts.unreadable += static_cast<int64_t>(mInventory.folderErrors.size());
   passSilent();
@@ -31,14 +34,14 @@ void RVXResults::post(Node node, Checked&& checked) {
   --mCounts.pending;
   count(node);
   passSilent();
-  const bool isLast = mCounts.pending == 0 && mPendingOnCard == 0;
+  const bool isLast = mCounts.pending == 0 && mPendingOthers == 0;
   if (isLast || isNextKnown()) RVXInterruption::wake();
 }
 
-void RVXResults::postOnCard() {
+void RVXResults::postOther() {
   const RVXMutexLock lock(mLock);
-  --mPendingOnCard;
-  if (mCounts.pending == 0 && mPendingOnCard == 0) RVXInterruption::wake();
+  --mPendingOthers;
+  if (mCounts.pending == 0 && mPendingOthers == 0) RVXInterruption::wake();
 }
 
 std::optional<RVXResults::Told> RVXResults::takeNext() {
@@ -63,7 +66,7 @@ void RVXResults::close() {
 
 bool RVXResults::isFinished() const {
   const RVXMutexLock lock(mLock);
-  return mCounts.pending == 0 && mPendingOnCard == 0;
+  return mCounts.pending == 0 && mPendingOthers == 0;
 }
 
 RVXCounts RVXResults::counts() const {
@@ -81,14 +84,14 @@ void RVXResults::sortNodes() {
 
 bool RVXResults::mayTell(Node node) const {
   const RVXItem& item = std::as_const(mInventory).item(node);
-  return item.verdict != RVXVerdict::none || item.hasBadLines || item.hasNoList ||
+  return item.verdict != RVXVerdict::none || item.hasBadLines || item.hasNoList || item.isOutOfChain ||
          mInventory.folderErrors.contains(node);
 }
 
 bool RVXResults::isSilent(Node node) const {
   const RVXItem& item = std::as_const(mInventory).item(node);
   return item.verdict == RVXVerdict::ok && !mTellsGoodFiles && !item.isRenamed && !item.hasBadLines &&
-         !item.hasNoList && !mInventory.folderErrors.contains(node);
+         !item.hasNoList && !item.isOutOfChain && !mInventory.folderErrors.contains(node);
 }
 
 void RVXResults::count(Node node) {
@@ -96,6 +99,7 @@ void RVXResults::count(Node node) {
   if (std::as_const(mInventory).item(node).lastDigest != RVXNameTree::kNone) ++mCounts.files;
   switch (std::as_const(mInventory).item(node).verdict) {
     case RVXVerdict::none:
+    case RVXVerdict::noDigest:
       break;
     case RVXVerdict::pending:
       ++mCounts.pending;

@@ -25,8 +25,8 @@ class RVXResults {
  public:
   using Node = RVXNameTree::Node;
 
-  // What the inventory knows by now counts as known. `pendingOnCard` further files are being read.
-  RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOnCard);
+  // What the inventory knows by now counts as known. `pendingOthers` further files are being read.
+  RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOthers);
 
   struct Checked {
     RVXVerdict verdict = RVXVerdict::ok;
@@ -36,8 +36,8 @@ class RVXResults {
   };
   // What became of a pending file, from any thread. Wakes the main thread where there is something to do.
   void post(Node node, Checked&& checked) RVX_EXCLUDES(mLock);
-  // A file of the card has been read.
-  void postOnCard() RVX_EXCLUDES(mLock);
+  // One of these has been read.
+  void postOther() RVX_EXCLUDES(mLock);
 
   struct Told {
     Node node = RVXNameTree::kNone;
@@ -66,7 +66,7 @@ class RVXResults {
   mutable RVXMutex mLock;
   std::vector<Node> mOrder RVX_GUARDED_BY(mLock);
   size_t mNext RVX_GUARDED_BY(mLock) = 0;  // in mOrder
-  size_t mPendingOnCard RVX_GUARDED_BY(mLock);
+  size_t mPendingOthers RVX_GUARDED_BY(mLock);
   RVXCounts mCounts RVX_GUARDED_BY(mLock);
   bool mIsClosed RVX_GUARDED_BY(mLock) = false;
 };

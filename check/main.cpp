@@ -6,10 +6,13 @@
 
 #include "check/RVXCheckOptions.h"
 #include "check/RVXCheckRun.h"
+#include "check/RVXHistories.h"
 #include "check/RVXPrintedText.h"
 #include "include/EndProcess.h"
 #include "platform/files/RVXFileSystem.h"
+#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXIOFailure.h"
+#include "platform/files/RVXPathText.h"
 #include "platform/system/RVXHost.h"
 #include "platform/system/RVXInterruption.h"
 #include "platform/system/RVXStandardStreams.h"
@@ -32,10 +35,24 @@ namespace {
   end(isWritten ? RVXCheckStatus::good : RVXCheckStatus::outputLost);
 }
 
+// Whether the PATH is a folder "ascmhl", or a file in one.
+bool isInHistory(const std::string& path, RVXFileType type) {
+  const std::string real = realPath(path).value_or(path);
+  const std::string folder = type == RVXFileType::folder ? real : pathWithoutLastComponent(real);
+  return lastPathComponent(folder) == RVXHistories::kFolder;
+}
+
 void requireItems(const RVXCheckOptions& options) {
   for (const std::string& path : options.paths) {
     const auto item = attributesOfTarget(path);
     if (item.failed()) endWithUsage(printedText(path) + ": " + item.failure().reason);
+    if (isInHistory(path, item.value().type)) {
+      endWithUsage(printedText(path) + ": name the folder that holds it");
+    }
+    const bool mustBeFolder = options.newList != RVXNewList::none;
+    if (mustBeFolder && item.value().type != RVXFileType::folder) {
+      endWithUsage(printedText(path) + ": not a folder");
+    }
   }
   if (!options.card) return;
   const auto card = attributesOfTarget(*options.card);

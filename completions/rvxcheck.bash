@@ -3,7 +3,7 @@
 
 _rvxcheck() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-  local options="-v -q -j --ignore --card --copies --help --version"
+  local options="-v -q -j --ignore --card --copies --mhl --ascmhl --help --version"
   COMPREPLY=()
   case $before in
     -j | --copies | --ignore) compopt +o default ;;  # values that nobody can guess

@@ -1,11 +1,14 @@
 #!/usr/bin/env python3
 """Copies one clip or sequence with rvxcopy, shows how far it is, and says at the end what the copies are worth.
 
-    copy_clip.py [options of rvxcopy] SOURCE DESTINATION...
+    copy_clip.py [--ascmhl] [options of rvxcopy] SOURCE DESTINATION...
 
-rvxcopy is looked for in PATH, unless the variable RVXCOPY names it. Progress goes to standard error, everything
+With --ascmhl, rvxcheck then reads back all that lies in the destinations' folders, and gives each that is clean the
+next generation of its ASC MHL history.
+
+rvxcopy and rvxcheck are looked for in PATH, unless the variables RVXCOPY and RVXCHECK name them. Progress goes to standard error, everything
 that a user should read to standard output; the last line begins with "verified", "copied only" or "failed".
-The exit status is rvxcopy's.
+The exit status is rvxcopy's or, where that is 0, rvxcheck's.
 """
 
 import os
@@ -164,11 +167,28 @@ class Run:
         return WHAT_TO_DO.get(status, "the run did not come to its end; run again with -f")
 
 
+def add_to_histories(destinations, run):
+    """The status of rvxcheck, whose lines are shown."""
+    folders = dict.fromkeys(path if path.endswith("/") else os.path.dirname(path) or "." for path in destinations)
+    program = os.environ.get("RVXCHECK", "rvxcheck")
+    try:
+        check = subprocess.run([program, "--ascmhl", "--", *folders], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+    except OSError as error:
+        run.show(b"rvxcheck can't be started: " + str(error).encode(errors="surrogateescape"))
+        return 127
+    for line in check.stdout.splitlines():
+        run.show(line)
+    return check.returncode if check.returncode >= 0 else 128 - check.returncode
+
+
 def readable(text):
     return text.decode(errors="backslashreplace")
 
 
 def main(arguments):
+    wants_histories = arguments[:1] == ["--ascmhl"]
+    if wants_histories:
+        arguments = arguments[1:]
     program = os.environ.get("RVXCOPY", "rvxcopy")
     try:
         process = subprocess.Popen([program, "-v", *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
@@ -180,8 +200,14 @@ def main(arguments):
     for line in process.stdout:  # the last one may lack its end
         run.take(line.removesuffix(b"\n"))
     status = process.wait()
-    run.show(run.verdict(status, Job(arguments)).encode(errors="surrogateescape"))
-    return status if status >= 0 else 128 - status
+    job = Job(arguments)
+    verdict = run.verdict(status, job)
+    list_status = 0
+    if wants_histories and status == 0 and job.is_verified:
+        list_status = add_to_histories(job.destinations, run)
+        verdict += " The media hash lists are %s." % ("NOT all written, see above" if list_status else "written")
+    run.show(verdict.encode(errors="surrogateescape"))
+    return (status if status >= 0 else 128 - status) or list_status
 
 
 if __name__ == "__main__":

@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # Copies one clip or sequence with rvxcopy, shows how far it is, and says at the end what the copies are worth.
 #
-#     copy_clip.sh [options of rvxcopy] SOURCE DESTINATION...
+#     copy_clip.sh [--ascmhl] [options of rvxcopy] SOURCE DESTINATION...
 #
-# rvxcopy is looked for in PATH, unless the variable RVXCOPY names it. Progress goes to standard error, everything
+# With --ascmhl, rvxcheck then reads back all that lies in the destinations' folders, and gives each that is clean the
+# next generation of its ASC MHL history.
+#
+# rvxcopy and rvxcheck are looked for in PATH, unless the variables RVXCOPY and RVXCHECK name them. Progress goes to standard error, everything
 # that a user should read to standard output; the last line begins with "verified", "copied only" or "failed".
-# The exit status is rvxcopy's.
+# The exit status is rvxcopy's or, where that is 0, rvxcheck's.
 set -u
 export LC_ALL=C # paths are bytes in any encoding
 
@@ -139,11 +142,32 @@ verdict() {
   fi
 }
 
+add_to_histories() {
+  local path folders=()
+  for path in "${destinations[@]}"; do
+    [[ $path == */* ]] || path=./$path
+    folders+=("${path%/*}/")
+  done
+  "${RVXCHECK:-rvxcheck}" --ascmhl -- "${folders[@]}" </dev/null
+}
+
+wants_histories=''
+if [ "${1-}" = --ascmhl ]; then
+  wants_histories=yes
+  shift
+fi
 trap : INT # Ctrl-C ends rvxcopy; the verdict is still to be told
 "${RVXCOPY:-rvxcopy}" -v "$@" </dev/null | while IFS= read -r line || [ -n "$line" ]; do take "$line"; done
 status=${PIPESTATUS[0]}
 
 echo >&2
 read_arguments "$@"
-verdict
-exit "$status"
+if [ -n "$wants_histories" ] && [ "$status" -eq 0 ] && [ -n "$is_verified" ]; then
+  add_to_histories
+  status=$?
+  histories=" The media hash lists are written."
+  [ "$status" -eq 0 ] || histories=" The media hash lists are NOT all written, see above."
+  list_status=$status status=0
+fi
+echo "$(verdict)${histories-}"
+exit "${list_status:-$status}"

@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "formats/RVXDigestText.h"
 #include "platform/system/RVXUnicodeText.h"
 
 namespace {
@@ -88,21 +89,6 @@ std::optional<std::string> withoutEscapes(std::string_view name) {
   return text;
 }
 
-int hexValue(char digit) {
-  if (digit <= '9') return digit - '0';
-  return (digit | 0x20) - 'a' + 10;
-}
-
-// Requires an even number of hexadecimal digits.
-std::string bytesOfHex(std::string_view digits) {
-  std::string bytes;
-  bytes.reserve(digits.size() / 2);
-  for (size_t i = 0; i < digits.size(); i += 2) {
-    bytes += static_cast<char>(hexValue(digits[i]) * 16 + hexValue(digits[i + 1]));
-  }
-  return bytes;
-}
-
 bool isHex(std::string_view text) {
   return !text.empty() && text.find_first_not_of(kHexDigits) == std::string_view::npos;
 }
@@ -128,7 +114,8 @@ std::variant<RVXDigestLine, const char*> RVXDigestLine::parse(std::string_view l
   if (!pieces || pieces->name.empty() || !isHex(pieces->digits)) return kNoDigestLine;
   const auto kind = kindOf(*pieces);
   if (!kind) return kWrongLength;
+  auto digest = digestOfText(*kind, pieces->digits);
   auto name = hasEscapes ? withoutEscapes(pieces->name) : std::string(pieces->name);
-  if (!name) return kNoDigestLine;
-  return RVXDigestLine{*kind, bytesOfHex(pieces->digits), std::move(*name)};
+  if (!digest || !name) return kNoDigestLine;
+  return RVXDigestLine{*kind, std::move(*digest), std::move(*name)};
 }

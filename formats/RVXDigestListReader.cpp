@@ -2,13 +2,9 @@
 
 #include <utility>
 
-#include "platform/files/RVXBlock.h"
-#include "platform/files/RVXKeptFailure.h"
-#include "platform/files/RVXRecoveringReader.h"
+#include "platform/files/RVXFilePieces.h"
 
 namespace {
-
-constexpr size_t kBlockSize = size_t{256} * 1024;
 
 // Longer than the longest path, every byte of it escaped. Of a longer line, in what is no list, only the
 // beginning is held.
@@ -19,19 +15,14 @@ constexpr std::string_view kOriginalFiles = "# original file(s): ";
 }  // namespace
 
 RVXOutcome<> RVXDigestListReader::read(const std::string& path, Receiver& receiver) {
-  auto opened = RVXRecoveringReader::openForReading(path);
-  if (opened.failed()) return opened.failure();
-  RVXRecoveringReader& file = opened.value();
   RVXDigestListReader reader(receiver);
-  RVXKeptFailure recovery;
-  RVXBlock block = RVXBlock::withCapacity(kBlockSize);
-  do {
-    file.read(block, recovery);
-    reader.take({reinterpret_cast<const char*>(block.bytes().data()), block.length()});
-  } while (block.length() == kBlockSize);
-  if (recovery.failure()) return recovery.failure()->reason;
+  auto done = readInPieces(path, [&](std::string_view piece) {
+    reader.take(piece);
+    return true;
+  });
+  if (done.failed()) return done;
   if (!reader.mBeginning.empty()) reader.endLine({});
-  return {};
+  return done;
 }
 
 void RVXDigestListReader::take(std::string_view bytes) {

@@ -1,14 +1,11 @@
 #include "formats/RVXHashList.h"
 
-#include <array>
-#include <chrono>
-#include <cstdio>
-
 #include "formats/CPSystemInformation.h"
 #include "formats/RVXHashListLine.h"
 #include "include/Print.h"
 #include "platform/files/RVXTextFile.h"
 #include "platform/system/RVXHost.h"
+#include "platform/system/RVXUTCTime.h"
 #include "platform/system/RVXUnicodeText.h"
 
 namespace {
@@ -22,21 +19,6 @@ std::string entryLine(const std::string& fileName, const std::string& value) {
   const size_t colon = value.find(':');
   if (value.find(':', colon + 1) != std::string::npos) return "";
   return value.substr(0, colon) + "(" + fileName + ")= " + value.substr(colon + 1) + "\n";
-}
-
-// Without the C library's time zones: it reads files for them, whose leap seconds shift UTC as well.
-std::string currentTimeText() {
-  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-  const auto today = std::chrono::floor<std::chrono::days>(now);
-  const std::chrono::year_month_day date(today);
-  const std::chrono::hh_mm_ss time(now - today);
-  std::array<char, 64> text;
-  const int length =
-      std::snprintf(text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d +0000",
-                    static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                    static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
-                    static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
-  return {text.data(), static_cast<size_t>(length)};
 }
 
 }  // namespace
@@ -117,6 +99,6 @@ std::optional<RVXHashList::Entries> RVXHashList::entriesOfText(std::string_view 
 std::string RVXHashList::header() const {
   // "rvxvscopy" and the blank before the last line end are what readers of these lists have always met.
   return "# hash created by rvxvscopy by " + environmentVariable("USER").value_or("?") + " on " +
-         CPSystemInformation::computerName() + " " + currentTimeText() +
+         CPSystemInformation::computerName() + " " + utcText(currentTime(), "Y-M-D h:m:s +0000") +
          "\n# original file(s): " + *mOriginalFiles + " \n";
 }

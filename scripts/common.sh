@@ -68,9 +68,9 @@ without_randomization() {
 }
 
 # What building and testing needs, and what building with Clang needs besides.
-test_packages=(cmake g++ ninja-build pkg-config git libssl-dev libgtest-dev libfuse3-dev fuse3 python3 e2fsprogs
-  xfsprogs btrfs-progs util-linux util-linux-extra mount openssl dpkg-dev rpm man-db mandoc bash-completion zsh fish
-  parallel dropbear-bin openssh-client rhash strace)
+test_packages=(cmake g++ ninja-build pkg-config git libssl-dev libexpat1-dev libxxhash-dev libgtest-dev libfuse3-dev
+  fuse3 python3 e2fsprogs xfsprogs btrfs-progs util-linux util-linux-extra mount openssl dpkg-dev rpm man-db mandoc
+  bash-completion zsh fish parallel dropbear-bin openssh-client rhash strace libxml2-utils)
 clang_packages=(clang-14 clang clang-format-14 clang-tidy-14 llvm-14 libclang-rt-14-dev)
 
 # Names the program and what its tests put beneath it in the environment. What is named there already is used as it

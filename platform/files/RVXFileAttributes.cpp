@@ -20,5 +20,5 @@ RVXFileIdentity identityOf(const struct stat& status) {
 }  // namespace
 
 RVXFileAttributes RVXFileAttributes::of(const struct stat& status) {
-  return {typeOf(status.st_mode), status.st_size, identityOf(status)};
+  return {typeOf(status.st_mode), status.st_size, identityOf(status), status.st_mtim.tv_sec};
 }

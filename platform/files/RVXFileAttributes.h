@@ -19,6 +19,7 @@ struct RVXFileAttributes {
   RVXFileType type = RVXFileType::other;
   int64_t size = 0;  // bytes
   RVXFileIdentity identity;
+  int64_t modified = 0;  // seconds since 1970, UTC
 
   // From what stat(2) and its relatives give.
   static RVXFileAttributes of(const struct stat& status);

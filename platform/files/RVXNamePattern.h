@@ -10,6 +10,7 @@ class RVXNamePattern {
   explicit RVXNamePattern(std::string pattern)
       : mPattern(std::move(pattern)), mIsForPaths(mPattern.find('/') != std::string::npos) {}
 
+  [[nodiscard]] const std::string& text() const { return mPattern; }
   [[nodiscard]] bool isForPaths() const { return mIsForPaths; }
   [[nodiscard]] bool matches(const std::string& text) const;
 

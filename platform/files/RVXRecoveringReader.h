@@ -25,6 +25,8 @@ class RVXRecoveringReader {
   [[nodiscard]] std::optional<RVXFileIdentity> identity() const;
   // In bytes, when it was opened; 0 when it is closed.
   [[nodiscard]] int64_t size() const { return mReader ? mReader->size() : 0; }
+  // When its contents had changed last, as it was opened: seconds since 1970, UTC; 0 when it is closed.
+  [[nodiscard]] int64_t modified() const { return mReader ? mReader->modified() : 0; }
   // Whether the open file is a regular one; false when it is closed.
   [[nodiscard]] bool isRegularFile() const { return mReader && mReader->isRegularFile(); }
 

@@ -38,6 +38,8 @@ class RVXStorageReader {
   [[nodiscard]] RVXFileIdentity identity() const { return mAttributes.identity; }
   // In bytes, when it was opened.
   [[nodiscard]] int64_t size() const { return mAttributes.size; }
+  // When its contents had changed last, as it was opened: seconds since 1970, UTC.
+  [[nodiscard]] int64_t modified() const { return mAttributes.modified; }
   [[nodiscard]] bool isRegularFile() const { return mAttributes.type == RVXFileType::regular; }
 
  private:

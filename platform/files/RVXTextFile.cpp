@@ -1,16 +1,16 @@
 #include "platform/files/RVXTextFile.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
+#include <optional>
 
 #include "platform/files/RVXBlock.h"
 #include "platform/files/RVXFileHandle.h"
 #include "platform/files/RVXFileSystem.h"
+#include "platform/files/RVXNewItem.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/files/RVXStorageReader.h"
 
@@ -18,41 +18,18 @@ namespace {
 
 constexpr size_t kReadBackSize = size_t{2} * 1024 * 1024;
 
-struct TemporaryFile {
-  std::string path;
-  RVXFileHandle handle;
-};
-
-// A new file beside `path`. Its name is short, so that it fits wherever the name of `path` does.
-RVXOutcome<TemporaryFile> newTemporaryFileBeside(const std::string& path) {
-  for (int attempt = 0;; ++attempt) {
-    const std::string name =
-        ".rvxcopy-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".tmp";
-    const std::string candidate = pathByAppendingComponent(pathWithoutLastComponent(path), name);
-    auto opened = RVXFileHandle::open(candidate, O_WRONLY | O_CREAT | O_EXCL);
-    if (opened.succeeded()) return TemporaryFile{candidate, std::move(opened).value()};
-    if (opened.failure().code != EEXIST) return opened.failure();
-  }
-}
-
 RVXOutcome<> writeSyncAndClose(RVXFileHandle& handle, std::string_view text) {
   if (auto written = handle.writeWhole(std::as_bytes(std::span(text))); written.failed()) return written;
   if (auto synced = handle.syncData(); synced.failed()) return synced;
   return handle.close();
 }
 
-RVXOutcome<> renameFile(const std::string& from, const std::string& to) {
-  if (std::rename(from.c_str(), to.c_str()) != 0) return failureFromErrno(errno);
-  return {};
-}
-
 RVXOutcome<> writeAtomically(const std::string& path, std::string_view text) {
-  auto temporary = newTemporaryFileBeside(path);
-  if (temporary.failed()) return temporary.failure();
-  auto outcome = writeSyncAndClose(temporary.value().handle, text);
-  if (outcome.succeeded()) outcome = renameFile(temporary.value().path, path);
-  if (outcome.failed()) ::unlink(temporary.value().path.c_str());
-  return outcome;
+  RVXFileHandle handle;
+  auto made = RVXNewItem::makeFileIn(pathWithoutLastComponent(path), handle);
+  if (made.failed()) return made.failure();
+  auto outcome = writeSyncAndClose(handle, text);
+  return outcome.succeeded() ? made.value().replace(path) : outcome;
 }
 
 RVXOutcome<> writeInPlace(const std::string& path, std::string_view text) {

@@ -39,8 +39,8 @@ int prepareLibrary() {
 // small file. Null when refused.
 const EVP_MD* method(DigestKind kind) {
   [[maybe_unused]] static const int isPrepared = prepareLibrary();
-  static std::array<std::once_flag, kDigestKinds.size()> isLookedUp;
-  static std::array<const EVP_MD*, kDigestKinds.size()> methods{};
+  static std::array<std::once_flag, kTextListDigestKinds.size()> isLookedUp;
+  static std::array<const EVP_MD*, kTextListDigestKinds.size()> methods{};
   const auto index = static_cast<size_t>(kind);
   std::call_once(isLookedUp[index],
                  [&] { methods[index] = EVP_MD_fetch(nullptr, digestLabel(kind), nullptr); });
@@ -48,8 +48,8 @@ const EVP_MD* method(DigestKind kind) {
 }
 
 const char* missingDigestName(DigestKind kind) {
-  constexpr std::array<const char*, kDigestKinds.size()> kNames = {"MD5 digest", "SHA-1 digest",
-                                                                   "SHA-256 digest", "SHA-512 digest"};
+  constexpr std::array<const char*, kTextListDigestKinds.size()> kNames = {
+      "MD5 digest", "SHA-1 digest", "SHA-256 digest", "SHA-512 digest"};
   return kNames[static_cast<size_t>(kind)];
 }
 

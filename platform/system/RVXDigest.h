@@ -17,6 +17,7 @@ class RVXDigest {
  public:
   // MD5 for HashAlgorithm::MD5, SHA-1 for any other code.
   explicit RVXDigest(HashAlgorithm algorithm);
+  // Requires one of kTextListDigestKinds.
   explicit RVXDigest(DigestKind kind);
 
   void update(std::span<const std::byte> bytes);

@@ -54,12 +54,6 @@ std::optional<std::string> prettyHostName() {
   return std::nullopt;
 }
 
-std::optional<std::string> hostName() {
-  std::array<char, HOST_NAME_MAX + 1> name{};
-  if (::gethostname(name.data(), name.size()) != 0) return std::nullopt;
-  return std::string(name.data());
-}
-
 bool isRealFileSystem(const mntent& mount) {
   static constexpr auto kNetworkTypes = std::to_array<std::string_view>(
       {"nfs", "nfs4", "cifs", "smb3", "smbfs", "9p", "afs", "ceph", "glusterfs", "lustre", "virtiofs"});
@@ -88,6 +82,18 @@ std::optional<std::string> userVisibleComputerName() {
     if (name && !name->empty()) return name;
   }
   return std::nullopt;
+}
+
+std::optional<std::string> hostName() {
+  std::array<char, HOST_NAME_MAX + 1> name{};
+  if (::gethostname(name.data(), name.size()) != 0) return std::nullopt;
+  return std::string(name.data());
+}
+
+std::string effectiveUserName() {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): lists are written on one thread
+  const passwd* entry = ::getpwuid(::geteuid());
+  return entry != nullptr ? entry->pw_name : std::to_string(::geteuid());
 }
 
 std::optional<std::string> environmentVariable(const std::string& name) {

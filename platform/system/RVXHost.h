@@ -11,6 +11,12 @@
 // when neither is there.
 std::optional<std::string> userVisibleComputerName();
 
+// The name by which the network knows the host; none when it can't be had.
+std::optional<std::string> hostName();
+
+// The name of the user as whom the process acts; the user's number where there is no name.
+std::string effectiveUserName();
+
 // The value of an environment variable; none when it is not set.
 std::optional<std::string> environmentVariable(const std::string& name);
 

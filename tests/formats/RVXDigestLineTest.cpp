@@ -114,3 +114,13 @@ TEST(RVXDigestLineTest, AnyNameComesBack) {
     }
   }
 }
+
+TEST(RVXDigestLineTest, DigestsOfMediaHashListsAreNone) {
+  for (const auto& [label, length] :
+       {std::pair("XXH32", 8), {"XXH64", 16}, {"XXH3", 16}, {"XXH128", 32}, {"C4", 128}}) {
+    const std::string digits(static_cast<size_t>(length), 'e');
+    EXPECT_EQ(parsed(std::string(label) + "(a)= " + digits), RVXDigestLine::kNoDigestLine);
+  }
+  EXPECT_EQ(parsed("eeeeeeeeeeeeeeee  a"), RVXDigestLine::kWrongLength);
+  EXPECT_EQ(parsed("58a7d90cbf2b1ced5acfeb94a7e29158  a"), "MD5 " + kMD5 + " a");
+}

@@ -13,6 +13,8 @@ import time
 
 from support import CHUNK, LONGEST_RUN, RVXCOPY, file_bytes, program_environment
 
+PROGRAMS = {b"rvxcopy": RVXCOPY, b"rvxcheck": os.environ["RVXCHECK"]}
+
 CORPUS = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "corpus")
 
 VERIFIED, COPIED_ONLY, FAILED = "verified", "copied only", "failed"
@@ -86,7 +88,7 @@ def tree_of(lines, before):
 class Case:
     """One stored run."""
 
-    ONE_LINERS = (b"rvxcopy", b"status", b"verdict")
+    ONE_LINERS = (*PROGRAMS, b"status", b"verdict")
     SECTIONS = (b"before", b"faults", b"output", b"varies", b"after")
 
     def __init__(self, path):
@@ -106,7 +108,8 @@ class Case:
         inner = {title: [line[2:] for line in section] for title, section in sections.items()
                  if title not in self.ONE_LINERS}
 
-        self.arguments = [unescaped(word) for word in sections[b"rvxcopy"].split()]
+        self.program, = sections.keys() & PROGRAMS.keys()
+        self.arguments = [unescaped(word) for word in sections[self.program].split()]
         self.before = tree_of(inner[b"before"], {})
         self.faults = [line.decode() for line in inner.get(b"faults", [])]
         self.scripts = {title.decode(): b"\n".join(lines) + b"\n" for title, lines in inner.items()
@@ -115,12 +118,13 @@ class Case:
         self.is_unordered = [line.startswith(b"~") for line in sections[b"output"]]
         status = sections[b"status"].decode()
         self.status = -int(status.split()[1]) if status.startswith("signal ") else int(status)
-        self.verdict = sections[b"verdict"].decode()
+        self.verdict = sections.get(b"verdict", b"").decode()
         self.varying = [(re.compile(expression), text) for text, (expression,)
                         in entries_of(inner.get(b"varies", []))]
-        self.after = tree_of(inner[b"after"], self.before)
+        self.after = tree_of(inner.get(b"after", []), self.before)
         self.lists = {path: item for path, item in self.after.items()
-                      if type(item) is bytes and item.startswith(b"# hash created by ")}
+                      if type(item) is bytes and item.startswith(b"# hash created by ")
+                      and item != self.before.get(path)}
 
     def output_without_odd_names(self):
         """With another character for each line end in a name, which could not be told from a line's own."""
@@ -154,8 +158,9 @@ class Case:
         return program_environment(self.faults, "../faults.log")
 
 
-def cases():
-    return [Case(path) for path in sorted(glob.glob(os.path.join(CORPUS, "*.run")))]
+def cases(program=b"rvxcopy"):
+    every = [Case(path) for path in sorted(glob.glob(os.path.join(CORPUS, "*.run")))]
+    return [case for case in every if case.program == program]
 
 
 class Run:
@@ -167,7 +172,7 @@ class Run:
         began = time.monotonic()
         # To a file, so that a fault's script can wait for a line.
         with open(os.path.join(folder, "output"), "wb") as output:
-            program = subprocess.Popen([RVXCOPY, *case.arguments], cwd=self.folder, env=case.environment(),
+            program = subprocess.Popen([PROGRAMS[case.program], *case.arguments], cwd=self.folder, env=case.environment(),
                                        stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.PIPE,
                                        start_new_session=True)
             try:

@@ -8,8 +8,9 @@ from check import RVXCHECK, CheckRuns, digest, summary
 from support import RVXCOPY, ProcessTest, main
 
 A = b"take one"
-USAGE = (b"Usage: rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... PATH...\n"
-         b"       rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... --card CARD [--copies N] PATH...\n"
+USAGE = (b"Usage: rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... [--mhl | --ascmhl] PATH...\n"
+         b"       rvxcheck [-v] [-q] [-j N] [--ignore GLOB]... [--mhl | --ascmhl]\n"
+         b"                --card CARD [--copies N] PATH...\n"
          b"       rvxcheck --help | --version\n")
 
 
@@ -35,6 +36,9 @@ class ArgumentsTest(CheckTest):
                                    (("-j65", "p"), "-j takes a number from 1 to 64"),
                                    (("--card", "p", "--copies=0", "p"), "--copies takes a number from 1"),
                                    (("--copies", "1", "p"), "--copies needs --card"),
+                                   (("--mhl", "p", "--ascmhl"), "--mhl and --ascmhl exclude each other"),
+                                   (("--mhl", "p", "file"), "file: not a folder"),
+                                   (("--ascmhl", "file"), "file: not a folder"),
                                    (("p", "gone"), "gone: No such file or directory"),
                                    (("--card", "file", "p"), "file: not a folder"),
                                    (("--card", "gone", "p"), "gone: No such file or directory")):
@@ -52,9 +56,9 @@ class ArgumentsTest(CheckTest):
     def test_every_shell_completes_its_options_and_no_other(self):
         folder = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "completions")
         options = set(re.findall(r"(?<=\[)-[a-z]|--[a-z]+", USAGE.decode()))
-        self.assertEqual(len(options), 8)
+        self.assertEqual(len(options), 10)
         for name, pattern in (("rvxcheck.bash", r"(?<=[\" ])--?[a-z]+(?=[^\n=]*\"\n)"),
-                              ("_rvxcheck", r"(?<=['*])--?[a-z]+(?=\[)"), ("rvxcheck.fish", r"(?<= )-[sl] [a-z]+")):
+                              ("_rvxcheck", r"(?<=['*)])--?[a-z]+(?=\[)"), ("rvxcheck.fish", r"(?<= )-[sl] [a-z]+")):
             with open(os.path.join(folder, name)) as file:
                 found = re.findall(pattern, file.read())
             self.assertEqual({o.replace("-s ", "-").replace("-l ", "--") for o in found}, options, name)

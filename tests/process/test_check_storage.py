@@ -10,7 +10,7 @@ import struct
 import subprocess
 import termios
 
-from check import RVXCHECK, CheckRuns, digest, summary
+from check import RVXCHECK, CheckRuns, digest, hash_of, manifest, summary
 from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, require, require_mounts, run, warm
 from support import CHUNK, SANITIZERS, main, pattern
 
@@ -136,6 +136,9 @@ class SweepTest(CheckStorageTest):
         os.symlink("b", self.path("p/sub/link"))
         self.list("p/SHA1SUMS", "a", "sub/b", "sub/link")
         self.list("p/sub/b.md5", "b", tool=("md5sum",))
+        self.write("p/reel/new", A)
+        xxh64 = "<xxh64>5384a87f18df644b</xxh64>"
+        self.history("p/reel", manifest(hash_of("old", xxh64)), manifest(hash_of("new", xxh64, before="old")))
 
     def calls(self):
         """(call, path below the folder, how many) of a run without a fault."""
@@ -168,8 +171,10 @@ class SweepTest(CheckStorageTest):
                             self.assertEqual(run.stdout, good.output)
                         elif run.returncode != 2:
                             below = path.replace(self.folder + "/", "").encode()
-                            missing = set(line for line in good.output.splitlines() if line.startswith(b"ok ")) - set(run.stdout.splitlines())
-                            is_list = below.endswith((b"SUMS", b".md5")) or below in (b"p", b"p/sub")
+                            missing = ({line for line in good.output.splitlines() if line.startswith(b"ok ")}
+                                       - set(run.stdout.splitlines()))
+                            is_list = (below.endswith((b"SUMS", b".md5", b".mhl", b".xml", b"ascmhl"))
+                                       or below in (b"p", b"p/sub", b"p/reel"))
                             self.assertTrue(is_list or all(line.endswith(below) or b"link" in line for line in missing),
                                             (missing, run.stdout))
         self.assertLessEqual(self.met, outcomes)

@@ -40,7 +40,7 @@ def reproduces(case):
     return lambda test: test.assert_reproduced(case)
 
 
-for one in CASES:
+for one in CASES + cases(b"rvxcheck"):
     setattr(CorpusTest, "test_" + one.name.replace("-", "_"), reproduces(one))
 
 

@@ -1,6 +1,7 @@
 import os
 import subprocess
 
+from check import RVXCHECK
 from corpus import FAILED, VERIFIED, Link, build_tree, cases
 from support import LONGEST_RUN, RVXCOPY, ProcessTest, main
 
@@ -108,6 +109,24 @@ class ExampleTest:
         driver = self.drive(["card/clip.mov", "raid/"], program)
         self.assertEqual(driver.shown.splitlines()[:2], [b"INFO: something new", b"no line end"])
         self.assert_tells(driver, VERIFIED, 0)
+
+    def test_a_media_hash_list_is_written_on_request(self):
+        self.write("card/a.mov", b"take one")
+        for name in ("raid/day 3", "shuttle"):
+            os.makedirs(self.path(name))
+        arguments = ["--ascmhl", "-v", "card/a.mov", "raid/day 3/", "shuttle/b.mov"]
+        driver = self.drive(arguments, variables={"RVXCHECK": RVXCHECK})
+        self.assertRegex(driver.shown, rb"(?m)^wrote      raid/day 3/ascmhl/0001_day 3_.* \(2 files\)$")
+        self.assertRegex(driver.shown, rb"(?m)^wrote      shuttle/ascmhl/0001_shuttle_.* \(2 files\)$")
+        self.assert_tells(driver, VERIFIED, 0)
+        self.assertIn(b"The media hash lists are written.", driver.verdict)
+        self.write("other/c.mov", b"take two")
+        driver = self.drive(["--ascmhl", "card/a.mov", "other/"], variables={"RVXCHECK": RVXCHECK})
+        self.assertIn(b"unwritten  other (not clean)", driver.shown.splitlines())
+        self.assertIn(b"The media hash lists are NOT all written, see above.", driver.verdict)
+        self.assert_tells(driver, VERIFIED, 21)
+        driver = self.drive(["--ascmhl", "card/none", "raid/day 3/"])
+        self.assert_tells(driver, FAILED, 104)
 
     def test_progress_is_told(self):
         progress = self.replay(self.case("movie-progress")).progress

@@ -212,6 +212,12 @@ class LastStepTest(ManyCardsTest):
         self.assertIn(b"unsafe     cards/A002/DCIM/100/clip3.mov (on 0 of 2 disks)\n",
                       self.read("day3/offload/A002.check"))
 
+    def test_the_list_for_the_hand_over(self):
+        self.write("day3/shuttle/A002/more", b"later")
+        told = self.run_commands(self.commands["The list for the hand-over"]).output
+        self.assertRegex(told, r"^wrote      shuttle/A001/ascmhl/0001_A001_\d{4}-\d\d-\d\d_\d{6}Z\.mhl "
+                               r"\(8 files\)\nunwritten  shuttle/A002 \(not clean\)\n$")
+
 
 class SeveralMachinesTest(ManyCardsTest):
     """The machines are SSH servers on this one, each with a user database in which the home folder is its own."""

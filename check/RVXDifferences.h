@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "check/RVXInventory.h"
+
+// What differs between the entries of a listed file and what was found.
+class RVXDifferences {
+ public:
+  using Node = RVXNameTree::Node;
+  using Difference = RVXFinding::Difference;
+
+  RVXDifferences(const RVXInventory& inventory, Node node) : mInventory(inventory), mNode(node) {}
+
+  // The kinds of the digests that contents of that size are to be compared with.
+  [[nodiscard]] std::vector<DigestKind> kindsFor(int64_t size) const;
+
+  // The entries that contents of that size don't fit: by the listed size, else by the digest, whose bytes
+  // `digestOf` gives for one of these kinds.
+  [[nodiscard]] std::vector<Difference> of(int64_t size,
+                                           const std::function<std::string(DigestKind)>& digestOf) const;
+  // The same for the target text of a link.
+  [[nodiscard]] std::vector<Difference> ofLinkText(const std::string& text) const;
+
+  // Without those that repeat an earlier one: the same size, or the same digest.
+  [[nodiscard]] std::vector<Difference> withoutRepetitions(std::vector<Difference> differences) const;
+
+ private:
+  const RVXInventory& mInventory;
+  const Node mNode;
+};

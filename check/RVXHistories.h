@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "check/RVXInventory.h"
+#include "check/RVXPlaces.h"
+#include "formats/RVXIgnorePatterns.h"
+
+// The histories of ASC MHL that lie below the PATHs, each a folder "ascmhl" of manifests, one for each
+// generation: what later ones say of what older ones name, and what need not be listed.
+class RVXHistories {
+ public:
+  using Node = RVXNameTree::Node;
+
+  static constexpr std::string_view kFolder = "ascmhl";
+  static constexpr std::string_view kChain = "ascmhl_chain.xml";
+
+  RVXHistories(RVXInventory& inventory, const RVXPlaces& places) : mInventory(inventory), mPlaces(places) {}
+
+  // Finds the histories among all lists, and reads what was renamed in them.
+  void find(const std::vector<Node>& lists);
+
+  // Whether a folder that is a history has a chain.
+  [[nodiscard]] bool hasChain(Node folder) const;
+
+  // What the newest generation calls what the manifest calls `name`.
+  [[nodiscard]] std::string nameNow(Node manifest, const std::string& name) const;
+
+  // The patterns of a manifest. Those of the newest generation that has any hold.
+  void setPatterns(Node manifest, RVXIgnorePatterns&& patterns);
+
+  // The folder of the history of the files in `scope`; kNone where they have none.
+  [[nodiscard]] Node historyOf(Node scope) const;
+  // Of a history: its manifests from the oldest generation to the newest, the number that the next generation
+  // is to have, and the patterns that hold.
+  [[nodiscard]] std::vector<Node> manifestsOf(Node folder) const;
+  [[nodiscard]] uint64_t nextNumber(Node folder) const;
+  [[nodiscard]] const std::vector<std::string>& patternsOf(Node folder) const;
+
+  // Whether that file or folder need not be listed.
+  [[nodiscard]] bool excuse(Node item, bool isFolder) const;
+
+  // Whether that is a manifest which the chain beside it, where there is one, does not name.
+  [[nodiscard]] bool isOutOfChain(Node file) const;
+
+ private:
+  struct Rename {
+    RVXByteStore::Place before = 0;
+    RVXByteStore::Place after = 0;
+  };
+  struct Generation {
+    Node manifest = RVXNameTree::kNone;
+    std::vector<Rename> renames;  // sorted by the name before
+  };
+  struct History {
+    Node chain = RVXNameTree::kNone;
+    std::vector<Generation> generations;  // from the oldest to the newest
+    RVXIgnorePatterns patterns;
+    size_t patternsOf = 0;  // a generation
+  };
+  class RenameReader;
+
+  void sortGenerations(History& history);
+  void readRenames(Generation& generation);
+  [[nodiscard]] std::string renamed(const Generation& generation, const std::string& name) const;
+
+  RVXInventory& mInventory;
+  const RVXPlaces& mPlaces;
+  std::map<Node, History> mHistories;       // by their folders
+  std::map<Node, const History*> mByScope;  // those with patterns, by the folder that they are about
+  std::map<Node, size_t> mGenerations;      // the places of the manifests
+  RVXByteStore mTexts;
+};

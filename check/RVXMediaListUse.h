@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "check/RVXHistories.h"
+#include "check/RVXInventory.h"
+#include "check/RVXListEntries.h"
+#include "check/RVXPlaces.h"
+#include "formats/RVXIgnorePatterns.h"
+#include "formats/mhl/RVXMediaHashListReader.h"
+
+// Enters into the inventory what the media hash lists hold, single ones and those of histories.
+class RVXMediaListUse : private RVXMediaHashListReader::Receiver {
+ public:
+  using Node = RVXNameTree::Node;
+
+  RVXMediaListUse(RVXInventory& inventory, RVXPlaces& places, RVXHistories& histories)
+      : mInventory(inventory), mPlaces(places), mHistories(histories), mEntries(inventory, places) {}
+
+  // Whether the list, by its name and place, is one of these. A folder that is a history is one as well.
+  [[nodiscard]] static bool isOne(const RVXInventory& inventory, Node list);
+
+  void use(Node list);
+
+ private:
+  void useHistory(Node folder);
+  void useList(Node list, Node folder, RVXMediaHashListReader::Expected expected);
+
+  void entry(RVXMediaHash&& entry) override;
+  void badLine(uint32_t line, const char* problem) override;
+  void ignorePattern(const std::string& pattern) override;
+
+  [[nodiscard]] std::string nameOf(const RVXMediaHash& entry) const;
+
+  RVXInventory& mInventory;
+  RVXPlaces& mPlaces;
+  RVXHistories& mHistories;
+  RVXListEntries mEntries;
+
+  // Of the list in use:
+  Node mList = RVXNameTree::kNone;
+  Node mFolder = RVXNameTree::kNone;
+  RVXMediaHashListReader::Expected mExpected = RVXMediaHashListReader::Expected::list;
+  RVXIgnorePatterns mPatterns;
+  bool mIsEmpty = true;
+};

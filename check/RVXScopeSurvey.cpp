@@ -1,0 +1,77 @@
+#include "check/RVXScopeSurvey.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "check/RVXScopeSelection.h"
+
+std::vector<RVXScope> RVXScopeSurvey::scopesOf(const std::vector<Node>& folders) const {
+  std::vector<RVXScope> scopes;
+  for (const Node folder : folders) {
+    const auto isOfFolder = [&](const RVXScope& scope) { return scope.path == folder; };
+    if (std::none_of(scopes.begin(), scopes.end(), isOfFolder)) scopes.push_back(emptyScope(folder));
+  }
+  addFoundItems(scopes);
+  for (RVXScope& scope : scopes) {
+    std::sort(scope.entries.begin(), scope.entries.end(),
+              [&](const RVXScope::Entry& one, const RVXScope::Entry& other) {
+                return scope.pathOf(one) < scope.pathOf(other);
+              });
+    RVXScopeSelection(mInventory, mPlaces, mHistories, mKind, scope).select();
+  }
+  return scopes;
+}
+
+RVXScope RVXScopeSurvey::emptyScope(Node folder) const {
+  RVXScope scope;
+  scope.path = folder;
+  scope.name = mPlaces.nameOf(folder);
+  if (scope.name.empty() || scope.name == "/") scope.name = "root";
+  if (mKind != RVXNewList::ascmhl) return scope;
+  scope.history = mHistories.historyOf(folder);
+  if (scope.history != RVXNameTree::kNone) {
+    scope.manifests = mHistories.manifestsOf(scope.history);
+    scope.number = mHistories.nextNumber(scope.history);
+  }
+  scope.patterns = patternsOf(scope);
+  return scope;
+}
+
+std::vector<std::string> RVXScopeSurvey::patternsOf(const RVXScope& scope) const {
+  std::vector<std::string> patterns;
+  if (scope.history != RVXNameTree::kNone) patterns = mHistories.patternsOf(scope.history);
+  const std::vector<std::string> always = {".DS_Store", "ascmhl", "ascmhl/"};
+  const std::vector<std::string> temporary = {".rvxcopy-*.tmp"};
+  for (const auto& lines : {always, RVXIgnoredNames::linesOfSystems(), temporary, mIgnored.linesOfUser()}) {
+    for (const std::string& line : lines) {
+      const bool isNew = std::find(patterns.begin(), patterns.end(), line) == patterns.end();
+      if (isNew && !line.empty()) patterns.push_back(line);
+    }
+  }
+  return patterns;
+}
+
+void RVXScopeSurvey::addFoundItems(std::vector<RVXScope>& scopes) const {
+  std::map<Node, RVXScope*> scopeOf;
+  for (RVXScope& scope : scopes) scopeOf[scope.path] = &scope;
+  for (Node node = 0; node < mInventory.names().size(); ++node) {
+    if (!mInventory.item(node).isFound) continue;
+    Node folder = mPlaces.folderAbove(node);
+    for (; folder != RVXNameTree::kNone; folder = mPlaces.folderAbove(folder)) {
+      const auto scope = scopeOf.find(folder);
+      if (scope != scopeOf.end()) add(*scope->second, node);
+    }
+  }
+}
+
+void RVXScopeSurvey::add(RVXScope& scope, Node node) const {
+  scope.entries.push_back(
+      {scope.paths.add(pathBelow(scope.path, node)), node, mInventory.item(node).isFolder});
+}
+
+std::string RVXScopeSurvey::pathBelow(Node folder, Node node) const {
+  const Node parent = mPlaces.folderAbove(node);
+  const std::string name = mPlaces.nameBelow(node);
+  return parent == folder ? name : pathBelow(folder, parent) + "/" + name;
+}

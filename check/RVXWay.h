@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// A name from a list without what cancels itself out: so many folders up, then down through these. Valid as
+// long as the name's text.
+struct RVXWay {
+  size_t up = 0;
+  std::vector<std::string_view> down;
+
+  static RVXWay of(std::string_view name);
+  [[nodiscard]] std::string text() const;
+};

@@ -1,0 +1,51 @@
+#include "formats/RVXDigestText.h"
+
+#include <charconv>
+#include <cstdint>
+#include <span>
+
+#include "formats/RVXC4Text.h"
+#include "include/DigestString.h"
+
+namespace {
+
+std::optional<int> hexValue(char digit) {
+  if (digit >= '0' && digit <= '9') return digit - '0';
+  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
+  return std::nullopt;
+}
+
+std::optional<std::string> bytesOfHex(std::string_view digits) {
+  std::string bytes;
+  bytes.reserve(digits.size() / 2);
+  for (size_t i = 0; i + 1 < digits.size(); i += 2) {
+    const auto high = hexValue(digits[i]);
+    const auto low = hexValue(digits[i + 1]);
+    if (!high || !low) return std::nullopt;
+    bytes += static_cast<char>(*high * 16 + *low);
+  }
+  return bytes;
+}
+
+}  // namespace
+
+std::string digestText(DigestKind kind, std::string_view digest) {
+  return kind == DigestKind::C4 ? c4Text(digest) : digestString(std::as_bytes(std::span(digest)));
+}
+
+std::optional<std::string> digestOfText(DigestKind kind, std::string_view text) {
+  if (kind == DigestKind::C4) return digestOfC4Text(text);
+  return text.size() == digestLength(kind) * 2 ? bytesOfHex(text) : std::nullopt;
+}
+
+std::optional<std::string> digestOfDecimalText(std::string_view text) {
+  constexpr size_t kMostDigits = 10;
+  uint32_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto parsed = std::from_chars(text.data(), end, number);
+  if (parsed.ec != std::errc() || parsed.ptr != end || text.size() > kMostDigits) return std::nullopt;
+  std::string bytes;
+  for (const unsigned shift : {24U, 16U, 8U, 0U}) bytes += static_cast<char>(number >> shift & 0xFFU);
+  return bytes;
+}

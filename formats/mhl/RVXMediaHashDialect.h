@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "include/DigestKind.h"
+
+// The elements of media hash lists that matter.
+enum class RVXMediaHashElement : uint8_t {
+  passedOver,  // with all that is in it
+  list,
+  processInfo,
+  process,
+  ignore,
+  pattern,
+  hashes,
+  references,
+  entry,
+  folder,
+  path,
+  previousPath,
+  size,
+  digest,
+};
+
+// One of the formats: MHL 1.x (mediahashlist.org), a manifest of ASC MHL 2.0, or the chain of its history.
+struct RVXMediaHashDialect {
+  struct Rule {
+    RVXMediaHashElement parent;
+    std::string_view name;
+    RVXMediaHashElement element;
+  };
+
+  bool isVersion1 = false;
+  std::string_view space;  // of all its elements
+  std::span<const Rule> rules;
+
+  // By the root of a list; null: of none.
+  static const RVXMediaHashDialect* ofList(std::string_view space, std::string_view root,
+                                           const char* version);
+  static const RVXMediaHashDialect* ofManifest(std::string_view space, std::string_view root,
+                                               const char* version);
+  static const RVXMediaHashDialect* ofChain(std::string_view space, std::string_view root);
+
+  // What the element is in its parent.
+  [[nodiscard]] RVXMediaHashElement elementOf(RVXMediaHashElement parent, std::string_view elementSpace,
+                                              std::string_view name) const;
+};
+
+// How the element of a digest, of any of the formats, is to be read.
+struct RVXMediaHashDigestName {
+  enum class Form { text, decimal, inAnyOrder };
+
+  std::string_view name;
+  DigestKind kind = DigestKind::XXH64;
+  Form form = Form::text;
+
+  // Null: a digest of that name is not known.
+  static const RVXMediaHashDigestName* find(std::string_view name);
+};

@@ -1,0 +1,38 @@
+#include "formats/mhl/RVXXMLText.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "platform/system/RVXUnicodeText.h"
+
+bool isXMLText(std::string_view text) {
+  constexpr std::string_view kNoCharacters[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"};  // U+FFFE, U+FFFF
+  const bool hasControl = std::any_of(text.begin(), text.end(), [](char byte) {
+    return static_cast<unsigned char>(byte) < 0x20 && byte != '\t' && byte != '\n' && byte != '\r';
+  });
+  const auto isIn = [&](std::string_view none) { return text.find(none) != std::string_view::npos; };
+  return !hasControl && !std::any_of(std::begin(kNoCharacters), std::end(kNoCharacters), isIn) &&
+         isValidUTF8(text);
+}
+
+std::string xmlEscaped(std::string_view text) {
+  static constexpr auto kEscapes = std::to_array<std::pair<char, std::string_view>>({{'&', "&amp;"},
+                                                                                     {'<', "&lt;"},
+                                                                                     {'>', "&gt;"},
+                                                                                     {'"', "&quot;"},
+                                                                                     {'\t', "&#9;"},
+                                                                                     {'\n', "&#10;"},
+                                                                                     {'\r', "&#13;"}});
+  std::string escaped;
+  for (const char byte : text) {
+    const auto* const escape = std::find_if(kEscapes.begin(), kEscapes.end(),
+                                            [&](const auto& known) { return known.first == byte; });
+    if (escape == kEscapes.end()) {
+      escaped += byte;
+    } else {
+      escaped += escape->second;
+    }
+  }
+  return escaped;
+}
