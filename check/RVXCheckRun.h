@@ -23,7 +23,7 @@
 
 // One run of the program: everything is examined, then read on all disks at once, and told in order. Nothing
 // is written but the output, and the lists that are asked for. To be called by the main thread; the process
-// is to end right after run(), for an interrupted one leaves threads behind that still read.
+// is to end right after run(), because an interrupted one leaves threads that still read.
 class RVXCheckRun {
  public:
   // Requires PATHs and a CARD that are there. `isOutputLost`: standard output is closed.

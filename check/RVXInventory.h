@@ -103,7 +103,7 @@ class RVXInventory {
   }
 
   // What an entry without a digest has for its text, and one that names a folder.
-  static constexpr std::string_view kNoDigest = "";
+  static constexpr std::string_view kNoDigest{};
   static constexpr std::string_view kFolder = "/";
 
   // Kind and bytes of a digest as one text: equal where both are. `isInAnyOrder`: the opposite order of the

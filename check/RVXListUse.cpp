@@ -4,6 +4,7 @@
 
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
+#include "platform/system/RVXUnicodeText.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include "formats/mhl/RVXPackingList.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
+#include "platform/system/RVXUnicodeText.h"
 
 namespace {
 

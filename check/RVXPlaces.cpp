@@ -6,6 +6,7 @@
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
+#include "platform/system/RVXUnicodeText.h"
 
 namespace {
 
@@ -22,12 +23,6 @@ bool isIn(const std::string& path, const std::string& folder) {
 }
 
 }  // namespace
-
-bool isSameIgnoringCase(std::string_view one, std::string_view other) {
-  const auto lower = [](char byte) { return byte >= 'A' && byte <= 'Z' ? byte - 'A' + 'a' : byte; };
-  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                    [&](char a, char b) { return lower(a) == lower(b); });
-}
 
 bool isListFolderName(std::string_view name) {
   return isSameIgnoringCase(name, "sha1") || isSameIgnoringCase(name, "md5");

@@ -71,6 +71,3 @@ class RVXPlaces {
 
 // Whether lists of rvxcopy lie in a folder of that name: sha1 or md5, in any case.
 bool isListFolderName(std::string_view name);
-
-// Whether the two texts differ at most in the case of ASCII letters.
-bool isSameIgnoringCase(std::string_view one, std::string_view other);

@@ -52,7 +52,8 @@ class RVXCopyBufferManager {
   [[nodiscard]] const RVXBlock* nextBufferForWritingInThread(int64_t index) RVX_EXCLUDES(mBuffersCondition);
   void finishedWritingInThread(int64_t index) RVX_EXCLUDES(mBuffersLock, mCountsLock);
 
-  // Releases every buffer that all consumers have finished. Each finished-report does so by itself.
+  // Releases every buffer that all consumers have finished. finishedDigest() and finishedWritingInThread()
+  // call it.
   void cleanupBuffers() RVX_EXCLUDES(mBuffersLock, mCountsLock);
 
   // The total length in bytes of all buffers released so far: the progress of the copy, and its completion

@@ -36,8 +36,8 @@
 //   220 a block of the source can't be read, tried twice
 // When main() returns, what is written is on its way to the storage and the files are still open;
 // takeCopies() hands them to the caller, who makes them safe from a power cut. main() counts the bytes up to
-// the size that the source had before. If the source has another size by then, main() waits for ever, unless
-// the count equals that size just when it looks.
+// the size that the source had before. If the source no longer has that size, main() waits for ever, unless
+// the count happens to equal it just when main() looks.
 class RVXCopyOperationThreaded {
  public:
   static constexpr size_t kBlockSize = size_t{2} * 1024 * 1024;
@@ -147,7 +147,7 @@ class RVXCopyOperationThreaded {
   RVXMutex mThreadIndexLock;
   int64_t mThreadIndex RVX_GUARDED_BY(mThreadIndexLock) = 0;
 
-  // They end a poll early: a thread of the copy has ended, a consumer has finished a buffer.
+  // Each ends a poll early: a thread of the copy has ended, or a consumer has finished a buffer.
   std::shared_ptr<RVXEvent> mThreadEnded = std::make_shared<RVXEvent>();
   RVXEvent mBufferFinished;
 

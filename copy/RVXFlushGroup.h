@@ -10,7 +10,7 @@
 // flush its own cache for each of a thousand frames needs many times as long as one that does it for all of
 // them at once.
 //
-// Every copy stays open until then, because only a sync on the descriptor that wrote it tells dependably
+// Every copy stays open until then, because only a sync on the descriptor that wrote it tells reliably
 // whether all of it could be written. The group holds at most kMostFiles copies, or half as many as the
 // process may still open where that is less, and flushes when the copies at one destination have kMostBytes.
 // Of these bytes at most RVXStorageWriter::kMostUnsettled are not yet with the storage.
@@ -36,7 +36,7 @@ class RVXFlushGroup {
   // The copies at one destination, oldest first.
   struct Destination {
     std::vector<RVXDestinationFile> copies;
-    size_t settled = 0;     // so many of them the storage has taken
+    size_t settled = 0;     // how many of them the storage has taken
     int64_t bytes = 0;      // of all of them
     int64_t unsettled = 0;  // bytes of those after the settled ones
   };

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "formats/RVXDigestText.h"
+#include "platform/system/RVXUnicodeText.h"
 
 namespace {
 
@@ -22,12 +23,6 @@ struct Pieces {
 std::string_view withoutLeadingBlanks(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
   return text;
-}
-
-bool isSameIgnoringCase(std::string_view one, std::string_view other) {
-  const auto upper = [](char byte) { return byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte; };
-  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                    [&](char a, char b) { return upper(a) == upper(b); });
 }
 
 std::optional<DigestKind> kindOfLabel(std::string_view label) {

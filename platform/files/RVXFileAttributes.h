@@ -24,7 +24,7 @@ struct RVXFileAttributes {
   // From what stat(2) and its relatives give.
   static RVXFileAttributes of(const struct stat& status);
 
-  // True where the page cache holds contents that the storage has as well, or is to get.
+  // True where the contents lie on a storage, or will, and the page cache only has a copy of them.
   [[nodiscard]] bool isOnStorage() const {
     return type == RVXFileType::regular || type == RVXFileType::blockDevice;
   }

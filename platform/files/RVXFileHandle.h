@@ -20,15 +20,15 @@ class RVXFileHandle {
   RVXFileHandle() = default;  // not open
   RVXFileHandle(RVXFileHandle&& other) noexcept : mDescriptor(std::exchange(other.mDescriptor, -1)) {}
   RVXFileHandle& operator=(RVXFileHandle&& other) noexcept;
-  // Only tidies up: where the result of the closing matters, call close().
+  // Only tidies up: call close() where it matters whether closing succeeds.
   ~RVXFileHandle();
 
   // open(2) with `flags` and O_CLOEXEC, new files with the permissions that the umask leaves.
   static RVXOutcome<RVXFileHandle> open(const std::string& path, int flags);
 
-  // The same without waiting for the other end of a FIFO: one that nobody reads can't be opened for writing,
-  // and one that nobody writes is at its end at once. Where another process has to give back a lease first,
-  // it waits for that.
+  // The same without waiting for the other end of a FIFO: one without a reader can't be opened for writing,
+  // and one without a writer is at its end at once. Where another process holds a lease on the file, it waits
+  // until that is given up.
   static RVXOutcome<RVXFileHandle> openWithoutPeer(const std::string& path, int flags);
 
   // Closes once, and never again whatever the answer: Linux has freed the number. Closing a handle that is
@@ -63,7 +63,7 @@ class RVXFileHandle {
   void prepareManySyncs();
 
   // These requests make transfers go to the storage and leave the page cache as it was. Where a file system
-  // refuses one, the others still help. A length of 0 means to the end of the file.
+  // refuses one of them, the others still help. A length of 0 means to the end of the file.
 
   // False where starting and waiting for the write-back of a range does nothing, so that only a sync of the
   // whole file tells whether it was written: on overlayfs, which caches its files under the ones below, and
@@ -87,7 +87,7 @@ class RVXFileHandle {
   [[nodiscard]] bool mayBeReadFromMemory();
   // Asks for larger read-ahead of buffered reads.
   void adviseSequential();
-  // Tells that the data will not be used again.
+  // Tells the system that the data will not be used again.
   void adviseNoReuse();
   // The same for standard input, whatever it is; harmless on any descriptor.
   static void adviseNoReuseOfStandardInput();

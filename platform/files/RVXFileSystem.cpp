@@ -74,12 +74,16 @@ RVXOutcome<> createFolderWithIntermediates(const std::string& path) {
   return createFolder(path);
 }
 
+RVXOutcome<> makeFolder(const std::string& path) {
+  if (::mkdir(path.c_str(), kNewFolderPermissions) != 0) return failureFromErrno(errno);
+  return {};
+}
+
 RVXOutcome<> createFolder(const std::string& path) {
   if (isFolder(path)) return {};
-  if (::mkdir(path.c_str(), kNewFolderPermissions) != 0) {
-    const RVXIOFailure failure = failureFromErrno(errno);
+  if (auto made = makeFolder(path); made.failed()) {
     // Another program may have been faster; "a/." can't be made but is there all the same.
-    return isFolder(path) ? RVXOutcome<>() : failure;
+    return isFolder(path) ? RVXOutcome<>() : made;
   }
   return syncFolder(pathWithoutLastComponent(path));
 }

@@ -30,6 +30,9 @@ bool isSymbolicLink(const std::string& path);
 // The size in bytes of the item itself; 0 for one that is missing or can't be examined.
 uint64_t filesizeCFI(const std::string& path);
 
+// Creates the folder, and no more. EEXIST where anything is there.
+RVXOutcome<> makeFolder(const std::string& path);
+
 // Creates the folder and hands its name to the storage. That the folder exists already is a success.
 RVXOutcome<> createFolder(const std::string& path);
 

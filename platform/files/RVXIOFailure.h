@@ -2,7 +2,7 @@
 
 #include <string>
 
-// Why an operation on a file or folder failed, kept beside the failing call. What it says is the C locale's.
+// Why an operation on a file or folder failed. The texts are those of the C locale.
 struct RVXIOFailure {
   int code = 0;        // the error number, e.g. 28
   std::string name;    // its symbolic name, e.g. "ENOSPC"; the number where it has none
@@ -16,6 +16,6 @@ struct RVXIOFailure {
   [[nodiscard]] bool meansNotSupported() const;
 };
 
-// The failure with that error number. Callers read errno in the very statement of the failing call or the
+// The failure with that error number. Callers read errno in the same statement as the failing call, or in the
 // next.
 RVXIOFailure failureFromErrno(int code);

@@ -5,8 +5,8 @@
 
 #include "platform/files/RVXReadRecovery.h"
 
-// The recovery of a reader whose owner goes on: it keeps what failed, and the file counts as ended there. A
-// block that was read at the second try leaves nothing behind.
+// For the reader of an owner that goes on after a failure: keeps the failure, and the file counts as ended
+// there. Nothing is kept of a block that could be read at the second try.
 class RVXKeptFailure : public RVXReadRecovery {
  public:
   struct Failure {

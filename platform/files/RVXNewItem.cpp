@@ -1,7 +1,6 @@
 #include "platform/files/RVXNewItem.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,8 +11,6 @@
 #include "platform/files/RVXPathText.h"
 
 namespace {
-
-constexpr mode_t kNewFolderPermissions = 0777;  // less the umask
 
 // Calls `make` with one free name after another; the path that could be made.
 template <typename Make>
@@ -47,10 +44,7 @@ RVXNewItem::~RVXNewItem() {
 }
 
 RVXOutcome<RVXNewItem> RVXNewItem::makeFolderIn(const std::string& parent) {
-  auto made = makeUnderFreeName(parent, [](const std::string& path) -> RVXOutcome<> {
-    if (::mkdir(path.c_str(), kNewFolderPermissions) != 0) return failureFromErrno(errno);
-    return {};
-  });
+  auto made = makeUnderFreeName(parent, makeFolder);
   if (made.failed()) return made.failure();
   return RVXNewItem(std::move(made).value());
 }

@@ -16,7 +16,7 @@ class [[nodiscard]] RVXOutcome {
   [[nodiscard]] bool succeeded() const { return mValue.has_value(); }
   [[nodiscard]] bool failed() const { return !succeeded(); }
 
-  // To be asked for only after success, and only after failure.
+  // value() may be called only after success, failure() only after failure.
   [[nodiscard]] const Value& value() const& { return *mValue; }
   [[nodiscard]] Value& value() & { return *mValue; }
   [[nodiscard]] Value&& value() && { return *std::move(mValue); }

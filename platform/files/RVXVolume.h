@@ -7,11 +7,10 @@
 struct RVXVolume {
   std::string mountPoint;
 
-  // What would take the bytes with it if it broke; two volumes with one in common lie on the same. A
-  // partition is its disk; device-mapper and md devices are the disks they are made of, btrfs all of its
-  // devices; a loop device is a disk; a network file system is its server; a FUSE file system without a block
-  // device is one of its own. Empty for what lies in memory and for all else that has neither device nor
-  // server.
+  // What would take the bytes with it if it broke; volumes that have one in common share a disk. A partition
+  // is its disk; device-mapper and md devices are the disks they are made of, btrfs all of its devices; a
+  // loop device is a disk; a network file system is its server; a FUSE file system without a block device is
+  // one of its own. Empty for what lies in memory and for all else that has neither device nor server.
   std::vector<std::string> disks;
 
   // Whether one of these disks has to move its heads.

@@ -26,8 +26,7 @@ std::string processName();
 // The home folder of that user, or of the process's own user when `user` is empty; none when there is none.
 std::optional<std::string> homeFolder(const std::string& user);
 
-// How many more files the process may open: of what it may have open at once, its parent may have left it
-// with many that are.
+// How many more files the process may open. Its parent may have left it with many that are open already.
 size_t freeDescriptors();
 
 // The mounted volumes: the entries of /Volumes where that folder exists, elsewhere the folders on which the

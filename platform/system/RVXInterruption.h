@@ -3,8 +3,8 @@
 #include <chrono>
 #include <optional>
 
-// The wish of the user or the system that the process ends (SIGINT, SIGTERM), and the wait of its main thread
-// for that or for the news of other threads. There is one of it in a process.
+// A request to end the process (SIGINT, SIGTERM), and the main thread's wait for it or for news from other
+// threads. A process has only one.
 class RVXInterruption {
  public:
   // From now on the two signals only leave their number here; one that was ignored so far stays ignored. A

@@ -23,6 +23,6 @@ class RVXOptionReader {
     std::string value;   // of an option that takes one, or the operand
   };
 
-  // All the arguments behind the program's name, in order.
+  // All the arguments after the program's name, in order.
   static std::vector<Read> readAll(int argumentCount, char* argumentVector[], std::span<const Known> known);
 };

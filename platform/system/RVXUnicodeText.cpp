@@ -79,6 +79,12 @@ bool isValidUTF8(std::string_view text) {
   return true;
 }
 
+bool isSameIgnoringCase(std::string_view one, std::string_view other) {
+  const auto upper = [](char byte) { return byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte; };
+  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                    [&](char a, char b) { return upper(a) == upper(b); });
+}
+
 std::optional<int> decimalDigitValue(char32_t character) {
   const auto* const next = std::upper_bound(kDigitZeros.begin(), kDigitZeros.end(), character);
   if (next == kDigitZeros.begin()) return std::nullopt;

@@ -25,6 +25,9 @@ std::vector<RVXCharacter> charactersOf(std::string_view text);
 // True when the whole text is valid UTF-8 (RFC 3629: no surrogates, no overlong forms).
 bool isValidUTF8(std::string_view text);
 
+// Whether the two texts differ at most in the case of ASCII letters.
+bool isSameIgnoringCase(std::string_view one, std::string_view other);
+
 // The value 0 to 9 of a character of the Unicode general category "decimal digit number" (Nd, Unicode 14);
 // none for any other character.
 std::optional<int> decimalDigitValue(char32_t character);

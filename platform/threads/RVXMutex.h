@@ -54,8 +54,8 @@ class RVX_CAPABILITY("mutex") RVXCondition {
   void lock() RVX_ACQUIRE() { mMutex.lock(); }
   void unlock() RVX_RELEASE() { mMutex.unlock(); }
 
-  // Gives the mutex back, waits for a signal or broadcast, and takes the mutex again. May also return without
-  // one.
+  // Releases the mutex, waits for a signal or broadcast, and takes the mutex again. May also return without
+  // either.
   void wait() RVX_REQUIRES(this) {
     std::unique_lock<std::mutex> held(mMutex, std::adopt_lock);
     mCondition.wait(held);
@@ -69,10 +69,10 @@ class RVX_CAPABILITY("mutex") RVXCondition {
     held.release();
   }
 
-  // Wakes one that waits.
+  // Wakes one waiting thread.
   void signal() RVX_REQUIRES(this) { mCondition.notify_one(); }
 
-  // Wakes all that wait.
+  // Wakes all waiting threads.
   void broadcast() RVX_REQUIRES(this) { mCondition.notify_all(); }
 
   [[nodiscard]] const std::string& name() const { return mName; }

@@ -10,8 +10,8 @@
 
 // Runs operations on worker threads, all at the same time: there is no limit. Used by one thread, which adds
 // operations and then waits. While it waits it runs an operation itself, which saves a thread, and a wake-up
-// for each operation. So the first operation starts at once, but all of them are sure to run only when the
-// wait has begun.
+// for each operation. So the first operation starts at once, but one of several may start only when the wait
+// begins.
 class RVXOperationQueue {
  public:
   RVXOperationQueue() = default;

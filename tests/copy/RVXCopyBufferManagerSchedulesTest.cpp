@@ -120,7 +120,7 @@ class Schedule {
       pauses.pause();
     }
     if (number != mLengths.size()) return fail("A consumer got the end too early.");
-    if (next() != nullptr) return fail("A consumer got a buffer behind the end.");
+    if (next() != nullptr) return fail("A consumer got a buffer after the end.");
     ++mCompleteConsumers;
   }
 

@@ -8,12 +8,12 @@
 //           fcntl, thread (pthread_create; its path is "thread"), memory (malloc, calloc, realloc and mmap;
 //           the path is the function's name; under a sanitizer, whose allocator comes first, only mmap),
 //           digest (EVP_MD_fetch; its path is the digest's name), or * for any of them
-//   PATH    a text that the path of the file must contain; behind a "=", a pattern that the whole path must
+//   PATH    a text that the path of the file must contain; after a "=", a pattern that the whole path must
 //           match (fnmatch); or *
 //   NTH     the matching call, from 1, at which it begins
 //   COUNT   how many calls it lasts, 0 to only log them, or * for ever
 //   EFFECT  the name of an errno; short (half of the transfer); lie (a call that claims success and does
-//           nothing); run=COMMAND (runs it with sh before the call, of thread behind it, which then
+//           nothing); run=COMMAND (runs it with sh before the call, or after that of thread, which then
 //           succeeds; no ";" or blank in it: name a script); signal=NUMBER (the calling thread raises it
 //           before the call)
 //

@@ -12,7 +12,7 @@ constexpr size_t kSHA1Length = 40;
 
 class ChecksumLineTest : public testing::Test {
  protected:
-  // Says OK, behind a name, where the file of that name has the digest; nothing where the line is refused.
+  // Says OK, after a name, where the file of that name has the digest; nothing where the line is refused.
   [[nodiscard]] std::string toolsAnswer(const std::string& line) const {
     writeFile(mFolder.path("list"), line + "\n");
     return outputOfShell("cd '" + mFolder.path() + "' && sha1sum -c list 2>/dev/null");

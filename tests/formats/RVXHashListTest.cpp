@@ -39,7 +39,7 @@ class RVXHashListTest : public testing::Test {
   TemporaryFolder mFolder;
 };
 
-// The lines behind the header.
+// The lines after the header.
 std::vector<std::string> entryLinesOf(const std::string& text) {
   std::vector<std::string> lines = linesOf(text);
   EXPECT_GE(lines.size(), 2U);

@@ -66,7 +66,7 @@ TEST_F(CopyPlanTest, EachDestinationHasAFolderAndAName) {
       {"/DCIM/A001/clip.mov", top + "/d/", 6, top + "/d/DCIM/A001", "clip.mov"},
   };
   for (const auto& row : rows) {
-    // A second one is another of the same, behind it.
+    // A second one is another of the same, after it.
     const CopyPlan plan = planFor(row.source, {row.argument, top + "/z/"}, row.depth);
     EXPECT_EQ(plan.destinationPaths.at(0), row.folder) << row.argument;
     EXPECT_EQ(plan.destinationFilenames.at(0), row.name) << row.argument;

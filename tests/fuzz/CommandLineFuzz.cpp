@@ -4,7 +4,7 @@
 #include <map>
 
 #include "frontend/CommandLine.h"
-#include "tests/frontend/ExpectedUsage.h"
+#include "frontend/UsageText.h"
 #include "tests/fuzz/EndedProcess.h"
 #include "tests/fuzz/Expectations.h"
 #include "tests/fuzz/InputText.h"
@@ -41,11 +41,21 @@ Parsed parsed(const Arguments& arguments) {
   });
 }
 
+// What each refusal ends with.
+const std::string& usage() {
+  static const std::string text = [] {
+    const OutputCapture capture;
+    printUsage();
+    return capture.text();
+  }();
+  return text;
+}
+
 void expectHeaderAndUsage(const std::string& output) {
   const std::string beginning = "rvxcopy\nSecure Copy and Verify of movies and image sequences";
   expectEqual("header", output.substr(0, beginning.size()), beginning);
   const std::string behindNotice = output.substr(output.find('\n', beginning.size()));
-  expectEqual("usage", behindNotice, "\n\n" + kExpectedUsage);
+  expectEqual("usage", behindNotice, "\n\n" + usage());
 }
 
 void expectRefusal(const Parsed& refused) {
@@ -57,7 +67,7 @@ void expectRefusal(const Parsed& refused) {
       {103, "ERROR: Wrong arguments - missing destination path."},
   };
   expectTrue("a documented status", errors.contains(refused.status));
-  expectEqual("output", refused.output, errors.at(refused.status) + "\n\n" + kExpectedUsage);
+  expectEqual("output", refused.output, errors.at(refused.status) + "\n\n" + usage());
 }
 
 // All that a job's options hold, as one text.
@@ -75,7 +85,7 @@ void expectOptions(const Arguments& arguments, const CopyJobOptions& expected) {
   expectEqual("output", result.output, std::string());
 }
 
-// What is added behind a right command line changes what it says, and nothing else.
+// What is added after a right command line changes what it says, and nothing else.
 void expectAdditionsToCount(const Arguments& arguments, const CopyJobOptions& options) {
   struct Addition {
     Arguments arguments;
@@ -117,7 +127,7 @@ void expectWrongAdditionsToBeRefused(const Arguments& arguments) {
   }
 }
 
-// An option counts by its beginning. A value may begin like an option, and then says nothing behind that.
+// An option counts by its beginning. A value may begin like an option, and then says nothing after that.
 void expectBeginningsToCount(Arguments arguments, const CopyJobOptions& options) {
   for (std::string& argument : arguments) {
     if (argument.size() >= 2 && argument[0] == '-' &&
@@ -173,7 +183,7 @@ void expectSourceToBeChecked(const CopyJobOptions& options) {
     return options;
   });
   expectEqual("status of the source", result.status, refusal ? status : 0);
-  expectEqual("output", result.output, refusal ? *refusal + "\n" + kExpectedUsage : "");
+  expectEqual("output", result.output, refusal ? *refusal + "\n" + usage() : "");
 }
 
 }  // namespace

@@ -84,7 +84,7 @@ std::string written(RVXHashList list) {
   return file.bytes();
 }
 
-// The lines behind the header.
+// The lines after the header.
 std::string writtenEntryLines(const std::string& text) {
   const size_t second = text.find('\n') + 1;
   const size_t third = text.find('\n', second) + 1;

@@ -31,7 +31,7 @@ def message_formats():
     """Every format that the product's sources print."""
     formats = set()
     for folder in PRODUCT_FOLDERS:
-        for path in glob.glob("%s/%s/*.cpp" % (SOURCES, folder)):
+        for path in glob.glob("%s/%s/**/*.cpp" % (SOURCES, folder), recursive=True):
             for literals in re.findall(r'\bprint\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)', file_bytes(path).decode()):
                 formats.add("".join(re.findall(r'"((?:[^"\\]|\\.)*)"', literals)).replace("\\n", "\n"))
     return formats
@@ -131,14 +131,14 @@ class ExamplesTest(ProcessTest):
 
     def setUp(self):
         super().setUp()
-        for name in ("CARD/A001/clip.mov", "CARD/A001/other.mov", "CARD_A/a.mov", "CARD_B/b.mov"):
+        for name in ("CARD/A001/clip.mov", "CARD/A001/other.mov"):
             self.write("media/" + name, name.encode())
         self.write_frames("media/CARD/DCIM/A001/clip_%04d.dpx", range(1, 101))
 
     def test_examples_of_the_program_work(self):
         require("ionice")
         examples = list(self.commands("rvxcopy.1"))
-        self.assertEqual(len(examples), 7)
+        self.assertEqual(len(examples), 5)
         for commands in examples:
             with self.subTest(commands):
                 if "systemd-inhibit" in commands and not can_inhibit():
@@ -148,8 +148,6 @@ class ExamplesTest(ProcessTest):
                 if "rvxcheck" in commands:
                     printed = self.run_commands(examples[0].replace("rvxcopy -v", "rvxcopy") + "\n" + commands)
                     self.assertRegex(printed, r"\A(renamed .*\n)?[12] files, .* 0 bad lines\n\Z")
-                elif "wait" in commands:
-                    self.assertEqual(self.run_commands(commands), "card A: 0\ncard B: 0\n")
                 else:
                     self.run_commands(commands)
                     self.assertTrue(glob.glob(self.path("mnt/raid/**/*.sha1"), recursive=True))

@@ -220,7 +220,7 @@ def progress(line):
 
 
 def without_added_progress(lines, expected):
-    """Only lines go that tell an earlier state of a file that is told of anyhow."""
+    """Only lines go that tell an earlier state of a file that other lines tell of."""
     furthest = {}
     for line in filter(progress, expected):
         what, position = progress(line)

@@ -93,7 +93,7 @@ def output_problems(output, status, verbose):
     if fatal_texts(texts) not in REPORTS[status]:
         problems.append("status %d is reported with %s" % (status, fatal_texts(texts)))
     if any(not text.endswith(("\n", "%U")) for text in texts[:-1]):
-        problems.append("something is printed behind a line without an end")
+        problems.append("something is printed after a line without an end")
     return problems
 
 

@@ -55,7 +55,7 @@ PASSING_TEXTS = (
 )
 
 # For each status, with what such a run ends: one of the rows, whole and in this order, and no text of other rows. What
-# other threads print may stand between them and behind them.
+# other threads print may stand between them and after them.
 REPORTS = {
     0: [()],
     101: [("ERROR: Can't create destination folder #%u (%s).\n",)],
@@ -114,7 +114,7 @@ _ANY_TEXT = re.compile(b"|".join(b"(%b)" % _pattern(text) for text in _IN_ORDER)
 
 
 def texts_in(output):
-    """The texts that an output consists of, in order, and what stands behind the last one that is known."""
+    """The texts that an output consists of, in order, and what stands after the last one that is known."""
     texts = []
     position = 0
     while found := _ANY_TEXT.match(output, position):

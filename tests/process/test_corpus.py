@@ -45,7 +45,7 @@ for one in CASES + cases(b"rvxcheck"):
 
 
 def texts_of(case):
-    """The texts that an output consists of besides signals' reports, and what stands behind the last known one."""
+    """The texts that an output consists of besides signals' reports, and what stands after the last known one."""
     report = rb"Received signal: SIG(?:ABRT|SEGV|FPE)rvxcopy\(\+0x1000\) \[0x1000\]"
     return texts_in(re.sub(report, b"", case.output_without_odd_names()))
 

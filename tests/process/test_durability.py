@@ -42,7 +42,7 @@ class BitRotTest(StorageTest):
     MARK = b"this very byte sequence stands once in the movie: \x01"
 
     def flip(self, device, mark, before="true"):
-        """A script that changes a bit of what stands once on that device, behind the command `before`."""
+        """A script that changes a bit of what stands once on that device, after the command `before`."""
         self.write("flip.py", (
             "image = open('disk.img', 'r+b')\n"
             "import mmap\n"
@@ -55,7 +55,7 @@ class BitRotTest(StorageTest):
         return self.script("flip", before + " && python3 flip.py && blockdev --flushbufs /dev/" + device)
 
     def rot(self, file_system, options=(), call="lstat", before="true"):
-        """A run in which a byte of copy 2 changes on its device, at that call of its verification, behind `before`."""
+        """A run in which a byte of copy 2 changes on its device, at that call of its verification, after `before`."""
         device = self.disk("disk", file_system, options=options)
         movie = bytearray(pattern(6 * BLOCK + 99))
         movie[3 * BLOCK:3 * BLOCK + len(self.MARK)] = self.MARK

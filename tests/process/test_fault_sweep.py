@@ -8,7 +8,7 @@ from support import SANITIZERS, THOROUGH, ProcessTest, main
 
 # Of the selection one case in so many is run, drawn by its name. A sanitizer makes the program many times slower; what
 # it is to find shows in few of them.
-ONE_IN = 160 if SANITIZERS else 1 if THOROUGH else 8
+ONE_IN = 160 if SANITIZERS else 4 if THOROUGH else 16
 # Enough to see what is wrong. Each may be a hang, and the test has its time.
 MOST_FAILURES = 8
 
@@ -103,7 +103,7 @@ class JudgeTest(ProcessTest):
                 ("the reports are []", 0, b""),
                 ("standard output holds", 0, b"Segmentation fault\n"),
                 ("standard output holds", 0, b"INFO: verifying d1"),
-                ("behind a line without an end", 201,
+                ("after a line without an end", 201,
                  b"ERROR: can't open destination file (#1) (201i)INFO: verifying d1\n")):
             with self.subTest(text):
                 self.assert_found(self.judged(status=status, output=output), text)

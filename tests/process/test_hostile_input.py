@@ -421,7 +421,7 @@ class DestinationKindTest(KindTest):
         self.assert_no_hash_lists()
 
     def test_block_device_that_is_larger(self):
-        # What lies behind the copy is read back as well: it is not the movie.
+        # What lies after the copy is read back as well: it is not the movie.
         device = self.loop_device(b"\0" * (BLOCK + 8192))
         self.make_device(stat.S_IFBLK, os.stat(device).st_rdev)
         self.assert_wrong_hash(hashlib.sha1(self.read("clip.mov") + b"\0" * 4096).hexdigest())

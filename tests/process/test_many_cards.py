@@ -41,11 +41,8 @@ class ManyCardsTest(StorageTest):
         require("parallel", "flock")
         page = commands_of_page()
         self.commands = {name: "".join(commands) for name, commands in page.items() if len(commands) == 1}
-        self.side_by_side, self.undisturbed = page["Side by side"]
+        self.side_by_side = self.commands["Side by side"]
         self.repeat = self.commands["What to do with a failure"]
-        # What it asks of the machine's session manager is that program's affair; here it only starts the command.
-        self.write("bin/systemd-inhibit", b"#!/bin/sh\nwhile [ $# -gt 0 ]; do case $1 in --*) shift ;; *) break ;; "
-                                          b"esac; done\ntouch ../inhibited\nexec \"$@\"\n")
         # A fault stands in a file with the name of the card that has it.
         self.write("bin/rvxcopy", ("""#!/bin/sh
 for argument; do
@@ -54,8 +51,7 @@ done
 [ -e "$fault" ] && export LD_PRELOAD=%s RVX_FAULTS="$(cat "$fault")" RVX_FAULTS_LOG="$fault.log"
 exec %s "$@"
 """ % tuple(map(shlex.quote, (self.folder, FAULT_SHIM, RVXCOPY)))).encode())
-        for program in ("bin/systemd-inhibit", "bin/rvxcopy"):
-            os.chmod(self.path(program), 0o755)
+        os.chmod(self.path("bin/rvxcopy"), 0o755)
         os.symlink(RVXCHECK, self.path("bin/rvxcheck"))
         os.makedirs(self.path("faults"))
 
@@ -113,15 +109,6 @@ class SideBySideTest(ManyCardsTest):
         self.assertEqual((run.returncode, run.output), (0, ""))
         self.assertEqual(self.statuses("offload/cards.log"), {"A001": 0, "A002": 0, "A003": 0})
         for card in ("A001", "A002", "A003"):
-            self.assert_card_is_copied(card)
-
-    def test_undisturbed(self):
-        require("ionice")
-        self.make_day("day3", "A001", "A002")
-        run = self.run_commands(self.undisturbed)
-        self.assertEqual((run.returncode, run.output), (0, ""))
-        self.assertTrue(os.path.exists(self.path("inhibited")))
-        for card in ("A001", "A002"):
             self.assert_card_is_copied(card)
 
     def assert_resumes(self, fault, status):

@@ -8,7 +8,7 @@ import time
 from storage import StorageTest, require_mounts
 from support import SANITIZERS, THOROUGH, main
 
-# A sanitizer makes each frame up to 15 times as dear, and keeps the memory that was freed.
+# With a sanitizer each frame takes up to 15 times as long, and memory that was freed is kept.
 FRAMES = 4000 if SANITIZERS else 100000 if THOROUGH else 10000
 LONGEST_SEQUENCE = 800  # seconds
 
