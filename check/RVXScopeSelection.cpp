@@ -1,5 +1,6 @@
 #include "check/RVXScopeSelection.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "check/RVXPrintedText.h"
@@ -7,6 +8,7 @@
 
 namespace {
 
+constexpr const char* kIsLink = " is a link";
 constexpr const char* kNoXMLName = ": XML can't hold this name";
 
 }  // namespace
@@ -22,6 +24,7 @@ RVXScopeSelection::RVXScopeSelection(const RVXInventory& inventory, const RVXPla
 }
 
 void RVXScopeSelection::select() {
+  requireManifests();
   requireNames();
   std::vector<Entry> taken;
   for (const Entry& entry : mScope.entries) {
@@ -68,8 +71,20 @@ bool RVXScopeSelection::takesFile(const Entry& entry) {
       mPatterns.ignoresItself(mScope.pathOf(entry), false) || mHistories.excuse(entry.node, false);
   if (isExcused) return false;
   const RVXItem& item = mInventory.item(entry.node);
-  if (item.isLink && mLink.empty()) mLink = mInventory.names().printedPath(entry.node) + " is a link";
+  if (item.isLink && mLink.empty()) mLink = mInventory.names().printedPath(entry.node) + kIsLink;
   return item.isRegular;
+}
+
+// What else the chain names would be lost with the old chain.
+void RVXScopeSelection::requireManifests() {
+  if (mScope.history == RVXNameTree::kNone) return;
+  for (Node node = 0; node < mInventory.names().size() && mLink.empty(); ++node) {
+    const RVXItem& item = mInventory.item(node);
+    const auto& manifests = mScope.manifests;
+    const bool isOther = item.isInChain && mInventory.names().parent(node) == mScope.history &&
+                         std::find(manifests.begin(), manifests.end(), node) == manifests.end();
+    if (isOther) mLink = mInventory.names().printedPath(node) + (item.isLink ? kIsLink : " is no manifest");
+  }
 }
 
 void RVXScopeSelection::requireNames() {
