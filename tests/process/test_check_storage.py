@@ -54,6 +54,19 @@ class ReadingTest(CheckStorageTest):
                 # btrfs has digests of its own, and gives no bytes that differ from them.
                 self.assertEqual(self.run_tool(file_system).status, 13 if file_system == "btrfs" else 11)
 
+    def test_a_list_that_rots_under_a_warm_cache(self):
+        self.disk("disk", "ext4")
+        self.put("disk", "a")
+        run("sync")
+        warm(self.path("disk/SHA1SUMS"))
+        line = digest(A).encode() + b"  a\n"
+        with open(self.path("disk.img"), "r+b") as image:
+            image.seek(image.read().index(line))
+            image.write(b"0" * 40)
+        self.assertEqual(self.read("disk/SHA1SUMS"), line)  # from memory
+        self.check("disk", status=11, files=1, size="8 B", changed=1,
+                   lines="changed    disk/a (SHA1 %s listed in disk/SHA1SUMS, read %s)\n" % ("0" * 40, digest(A)))
+
     def test_every_byte_comes_from_the_disk_and_only_once(self):
         device = self.disk("disk", "ext4")
         self.put("disk", "a", "b", data=pattern(20 * MIB + 5))
