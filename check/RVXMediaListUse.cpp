@@ -49,7 +49,12 @@ void RVXMediaListUse::useList(Node list, Node folder, Expected expected) {
 void RVXMediaListUse::entry(RVXMediaHash&& entry) {
   mIsEmpty = false;
   if (entry.previousPath.starts_with('/')) badLine(entry.line, "absolute name");
-  const auto file = mEntries.fileOf(entry.line, nameOf(entry));
+  const std::string name = nameOf(entry);
+  if (name.size() > RVXMediaHashListReader::kLongestText) {
+    badLine(entry.line, RVXMediaHashListReader::kTooLong);
+    return;
+  }
+  const auto file = mEntries.fileOf(entry.line, name);
   if (!file) return;
   const int64_t size = entry.size.value_or(RVXListedDigest::kAnySize);
   for (const RVXMediaHash::Digest& digest : entry.digests) {

@@ -317,6 +317,13 @@ class RenamesTest(MediaTest):
                                   hash_of("day1x", GOOD)),
                          manifest(folder_of("day2/", before="day1/"), hash_of("day2/other", self.NONE, before="day1/b")))
 
+    def test_a_name_that_each_generation_makes_longer(self):
+        longer = "a" + "/b" * 1100
+        names = self.history("p", manifest(hash_of("a", GOOD)), *[manifest(hash_of(longer, GOOD, before="a"))] * 2)
+        self.check("p", status=10, files=4, size=size_of(*map(self.read, names)), ok=3, missing=1, bad=2,
+                   lines="missing    p/%s (listed in %s)\n" % (longer, names[2]) + "".join(
+                       "bad-list   %s:3 (path of more than 4095 bytes)\n" % name for name in names[:2]))
+
     def test_the_order_is_that_of_the_numbers(self):
         self.write("p/c", A)
         self.history("p", manifest(hash_of("a", GOOD)), manifest(hash_of("b", self.NONE, before="a")),
