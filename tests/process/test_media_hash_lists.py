@@ -230,6 +230,16 @@ class HistoryTest(MediaTest):
                    lines="changed    p/a (XXH3 %s listed in %s, read %s)\n" % (XXH3, two, OTHER_XXH3)
                    + "missing    %s (listed in %s)\nunlisted   %s\n" % (one, chain, two))
 
+    def test_what_the_chain_names_is_read_or_told(self):
+        first, second = manifest(hash_of("a", GOOD)), manifest(hash_of("gone", GOOD))
+        self.write("p/ascmhl/0001.mhl", first)
+        self.write("p/ascmhl/0002.xml", second)
+        os.symlink("0002.xml", self.path("p/ascmhl/0003.mhl"))
+        names = ("0001.mhl", first), ("0002.xml", second), ("0003.mhl", second)
+        self.chain("p", *((name, c4(data)) for name, data in names))
+        self.check("p", status=31, files=4, size=size_of(A, first, second, second), ok=4, bad=2, lines="".join(
+            "bad-list   p/ascmhl/ascmhl_chain.xml:%d (no manifest)\n" % line for line in (3, 4)))
+
     def test_without_a_chain(self):
         one, = self.history("p", manifest(hash_of("a", GOOD)))
         os.remove(self.path("p/ascmhl/ascmhl_chain.xml"))
