@@ -311,6 +311,18 @@ class CardTest(CheckStorageTest):
         self.list("two/x.sha512", "a", "b", tool=("sha512sum",))
         self.check_card(2, 2, "one", "two", files=4, size="15.0 kB", ok=4)
 
+    def test_the_text_of_a_link_is_no_copy_of_a_file(self):
+        text = b"./././clip"
+        self.write("card/text", text)
+        for folder in ("one", "two"):
+            self.copy_to(folder)
+            self.write(folder + "/clip", bytes(len(text)))
+            os.symlink(text, self.path(folder + "/link"))
+            self.list(folder + "/l.sha1", "clip", "link")
+            self.write(folder + "/text.sha1", b"%s  link\n" % digest(text).encode())  # the link is good by either
+        self.check_card(2, 3, "one", "two", files=8, size="15.1 kB", ok=8,
+                        lines="unsafe     card/text (on 0 of 2 disks)\n")
+
     def test_what_else_lies_on_a_card(self):
         for folder in ("one", "two"):
             self.copy_to(folder)
