@@ -1,11 +1,13 @@
 """rvxcheck by media hash lists: MHL 1.x, and the histories of ASC MHL."""
 
 import os
+import signal
 import subprocess
+import time
 
 from check import RVXCHECK, CheckRuns, c4, digest, folder_of, hash_of, manifest, old_list, size_of, summary
 from storage import MIB, StorageTest
-from support import SANITIZERS, ProcessTest, main
+from support import LONGEST_RUN, SANITIZERS, ProcessTest, main
 
 A, B = b"take one", b"take two"
 # Of take one and take two, as xxhsum has them.
@@ -362,6 +364,17 @@ class PatternsTest(MediaTest):
                    lines="changed    p/a.tmp (XXH64 %s listed in %s, read %s)\n" % (XXH64, one, OTHER_XXH64)
                    + "unlisted   %s\nmissing    p/b.tmp (listed in %s)\nmissing    p/c.tmp (listed in %s)\n"
                    % (two, one, two))
+
+    def test_those_that_take_long_can_be_interrupted(self):
+        self.history("p", manifest(hash_of("a", GOOD), patterns=["*" + "a" * 120 + "b"] * 500))
+        for i in range(1000):
+            self.write("p/%s%d" % ("a" * 240, i), b"")
+        run = subprocess.Popen([RVXCHECK, "p"], cwd=self.folder, stdout=subprocess.PIPE)
+        time.sleep(1)  # of the many that it takes to match them all
+        run.send_signal(signal.SIGINT)
+        output, _ = run.communicate(timeout=LONGEST_RUN)
+        self.assertEqual(run.returncode, -signal.SIGINT)
+        self.assertLess(output.count(b"\nunlisted "), 900)
 
     def test_those_of_a_single_list_excuse_nothing(self):
         self.write("p/a", A)
