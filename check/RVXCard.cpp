@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "check/RVXHistories.h"
+#include "platform/digests/RVXAnyDigest.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
@@ -118,13 +119,20 @@ bool RVXCard::isOnOtherDisk(RVXVolumeTable::Number volume) const {
   return mVolumes.isOnDisk(volume) && !mOwnDisks.contains(mVolumes.diskOf(volume));
 }
 
+bool RVXCard::isOfLinkText(const RVXListedDigest& listed) const {
+  if (!std::as_const(mInventory).item(listed.node).isLink) return false;
+  const auto text = linkTarget(mInventory.names().path(listed.node));
+  return text.failed() ||
+         mInventory.isEqual(listed, RVXAnyDigest::ofText(mInventory.kindOf(listed), text.value()));
+}
+
 std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
   std::vector<GoodCopy> good;
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
     const RVXListedDigest& listed = mInventory.digest(number);
     const RVXItem& item = std::as_const(mInventory).item(listed.node);
     if (item.verdict == RVXVerdict::ok && RVXListedSizes::isOfUse(mInventory, listed) &&
-        isOnOtherDisk(item.volume)) {
+        isOnOtherDisk(item.volume) && !isOfLinkText(listed)) {
       good.push_back({number, mVolumes.diskOf(item.volume)});
     }
   }

@@ -69,6 +69,8 @@ class RVXCard : private RVXFolderWalk::Visitor {
   void examine(Node file) RVX_EXCLUDES(mLock);
   void findOwnDisks();
   [[nodiscard]] bool isOnOtherDisk(RVXVolumeTable::Number volume) const;
+  // Whether the listed digest is that of a link's target text, which is good beside digests of the contents.
+  [[nodiscard]] bool isOfLinkText(const RVXListedDigest& listed) const;
   [[nodiscard]] std::vector<GoodCopy> goodCopies() const;
   void judgeFiles() RVX_REQUIRES(mLock);
   void addDisks(Disks& disks, const std::vector<GoodCopy>& good, Node file, std::string_view text) const;

@@ -64,6 +64,7 @@ void RVXExamination::addBadLineWithoutDigest(uint32_t entry) {
 
 void RVXExamination::findUnlistedFiles() {
   for (Node node = 0; node < mInventory.names().size(); ++node) {
+    if (RVXInterruption::signalNumber()) return;  // patterns may be made to take long
     RVXItem& item = mInventory.item(node);
     if (item.isFound && !item.isFolder && !item.isNamed && !item.isList && !mHistories.excuse(node, false)) {
       item.verdict = RVXVerdict::unlisted;

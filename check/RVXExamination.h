@@ -23,7 +23,7 @@ class RVXExamination {
   std::vector<Node> examineListedFiles();
 
   // Says which files no list names, but for those that a history excuses, and which manifests their chain
-  // does not.
+  // does not. Ends early when the user interrupts the run.
   void findUnlistedFiles();
 
  private:

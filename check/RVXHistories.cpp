@@ -76,6 +76,7 @@ std::string RVXHistories::nameNow(Node manifest, const std::string& name) const 
   if (name.starts_with('/')) return name;  // which is not taken
   std::string now = RVXWay::of(name).text();
   for (size_t i = mGenerations.at(manifest) + 1; i < history.generations.size(); ++i) {
+    if (now.size() > RVXMediaHashListReader::kLongestText) break;  // each one could make it longer
     if (!history.generations[i].renames.empty())
       now = renamed(history.generations[i], RVXWay::of(now).text());
   }

@@ -28,7 +28,8 @@ class RVXHistories {
   // Whether a folder that is a history has a chain.
   [[nodiscard]] bool hasChain(Node folder) const;
 
-  // What the newest generation calls what the manifest calls `name`.
+  // What the newest generation calls what the manifest calls `name`; as soon as that is too long for a path
+  // of a list, what the generation calls it that made it so.
   [[nodiscard]] std::string nameNow(Node manifest, const std::string& name) const;
 
   // The patterns of a manifest. Those of the newest generation that has any hold.

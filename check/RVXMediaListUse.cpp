@@ -49,7 +49,12 @@ void RVXMediaListUse::useList(Node list, Node folder, Expected expected) {
 void RVXMediaListUse::entry(RVXMediaHash&& entry) {
   mIsEmpty = false;
   if (entry.previousPath.starts_with('/')) badLine(entry.line, "absolute name");
-  const auto file = mEntries.fileOf(entry.line, nameOf(entry));
+  const std::string name = nameOf(entry);
+  if (name.size() > RVXMediaHashListReader::kLongestText) {
+    badLine(entry.line, RVXMediaHashListReader::kTooLong);
+    return;
+  }
+  const auto file = mEntries.fileOf(entry.line, name);
   if (!file) return;
   const int64_t size = entry.size.value_or(RVXListedDigest::kAnySize);
   for (const RVXMediaHash::Digest& digest : entry.digests) {
@@ -61,8 +66,15 @@ void RVXMediaListUse::entry(RVXMediaHash&& entry) {
   } else if (entry.digests.empty()) {
     mEntries.add(*file, RVXInventory::kNoDigest, entry.line, size);
   }
-  const bool isOfOwnChain = mExpected == Expected::chain && mPlaces.folderAbove(*file) == mFolder;
-  if (isOfOwnChain) mInventory.item(*file).isInChain = true;
+  if (mExpected == Expected::chain) takeManifest(*file, entry.line);
+}
+
+void RVXMediaListUse::takeManifest(Node file, uint32_t line) {
+  RVXItem& item = mInventory.item(file);
+  if (mPlaces.folderAbove(file) == mFolder) item.isInChain = true;
+  // A digest alone would vouch for entries that nobody reads.
+  const bool isPassedOver = !item.isList && attributesOfItem(mInventory.names().path(file)).succeeded();
+  if (isPassedOver) badLine(line, "no manifest");
 }
 
 void RVXMediaListUse::badLine(uint32_t line, const char* problem) {

@@ -31,6 +31,8 @@ class RVXMediaListUse : private RVXMediaHashListReader::Receiver {
   void badLine(uint32_t line, const char* problem) override;
   void ignorePattern(const std::string& pattern) override;
 
+  // What a chain names.
+  void takeManifest(Node file, uint32_t line);
   [[nodiscard]] std::string nameOf(const RVXMediaHash& entry) const;
 
   RVXInventory& mInventory;

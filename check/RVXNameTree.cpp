@@ -55,8 +55,14 @@ void RVXNameTree::growSlots() {
 }
 
 std::string RVXNameTree::path(Node node) const {
-  if (parent(node) == kNone) return std::string(name(node));
-  return pathByAppendingComponent(path(parent(node)), name(node));
+  std::vector<Node> below;  // the root, from the last to the first
+  for (; parent(node) != kNone; node = parent(node)) below.push_back(node);
+  std::string path(name(node));
+  for (auto next = below.rbegin(); next != below.rend(); ++next) {
+    if (!path.empty() && !path.ends_with('/')) path += '/';
+    path += name(*next);
+  }
+  return path;
 }
 
 std::string RVXNameTree::printedPath(Node node) const {

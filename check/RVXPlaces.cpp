@@ -112,6 +112,7 @@ RVXPlaces::Place RVXPlaces::folderIn(const Place& parent, std::string_view name)
   const Node node = mInventory.names().add(parent.node, name);
   const RVXItem& item = mInventory.item(node);
   if (item.isFound && item.isFolder) return {node, false, RVXNameTree::kNone};
+  if (parent.isNowhere) return {node, parent.isOutside, RVXNameTree::kNone, true};
   const auto followed = mFollowedFolders.find(node);
   if (followed != mFollowedFolders.end()) return followed->second;
   return mFollowedFolders.emplace(node, followFolder(parent, node)).first->second;
@@ -120,7 +121,7 @@ RVXPlaces::Place RVXPlaces::folderIn(const Place& parent, std::string_view name)
 RVXPlaces::Place RVXPlaces::followFolder(const Place& parent, Node node) const {
   const RVXNameTree& names = mInventory.names();
   const auto real = realPath(names.path(node));
-  if (!real) return {node, parent.isOutside, RVXNameTree::kNone};
+  if (!real) return {node, parent.isOutside, RVXNameTree::kNone, true};
   if (!isBelowPath(*real) && !mRealRoots.contains(*real)) return {node, true, RVXNameTree::kNone};
   const Node inFact = nodeOfRealPath(*real);
   const auto realParent = realPath(names.path(parent.node));

@@ -20,6 +20,7 @@ class RVXPlaces {
     Node node = RVXNameTree::kNone;
     bool isOutside = false;            // it leads, by a link to a folder, out of every PATH
     Node inFact = RVXNameTree::kNone;  // the node of the same file without links, where that is another
+    bool isNowhere = false;            // nothing is there, nor below it
   };
 
   explicit RVXPlaces(RVXInventory& inventory) : mInventory(inventory) {}

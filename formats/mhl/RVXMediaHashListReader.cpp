@@ -13,8 +13,6 @@ namespace {
 
 using enum RVXMediaHashElement;
 
-constexpr const char* kTooLong = "path of more than 4095 bytes";
-
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view kWhiteSpace = " \t\r\n";
   text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));

@@ -30,6 +30,7 @@ class RVXMediaHashListReader : private RVXXMLParser::Handler {
   enum class Expected { list, manifest, chain };
 
   static constexpr size_t kLongestText = 4095;  // bytes of a path or pattern
+  static constexpr const char* kTooLong = "path of more than 4095 bytes";
 
   // The failure where the list, or the rest of it, can't be read.
   static RVXOutcome<> read(const std::string& path, Expected expected, Receiver& receiver);

@@ -14,6 +14,7 @@ RVXOutcome<> readInPieces(const std::string& path, const std::function<bool(std:
   auto opened = RVXRecoveringReader::openForReading(path);
   if (opened.failed()) return opened.failure();
   RVXRecoveringReader& file = opened.value();
+  file.bypassCacheAndReadAhead();
   RVXKeptFailure recovery;
   RVXBlock block = RVXBlock::withCapacity(kPieceSize);
   bool goesOn = true;

@@ -140,6 +140,14 @@ class FindingsTest(CheckTest):
         self.write("p/1.sha1", ("0" * 40 + "  " + name + "\n").encode())
         self.check("p", status=13, files=1, unreadable=1, lines="unreadable p/%s (File name too long)\n" % name)
 
+    def test_names_of_thousands_of_folders_take_no_time(self):
+        self.write("p/a", A)
+        lines = ["%s  %d%s/a\n" % (digest(A), i, "/b" * 7500) for i in range(100)]
+        self.write("p/SHA1SUMS", "".join(lines).encode())
+        run = self.run_tool("p")
+        self.assertEqual(run.status, 13)
+        self.assertTrue(run.output.decode().endswith(summary(files=100, unreadable=100, unlisted=1)))
+
     def test_folders_and_files_that_may_not_be_read(self):
         if os.geteuid() != 0:
             self.skipTest("to run as another user needs root")

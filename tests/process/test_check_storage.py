@@ -54,6 +54,19 @@ class ReadingTest(CheckStorageTest):
                 # btrfs has digests of its own, and gives no bytes that differ from them.
                 self.assertEqual(self.run_tool(file_system).status, 13 if file_system == "btrfs" else 11)
 
+    def test_a_list_that_rots_under_a_warm_cache(self):
+        self.disk("disk", "ext4")
+        self.put("disk", "a")
+        run("sync")
+        warm(self.path("disk/SHA1SUMS"))
+        line = digest(A).encode() + b"  a\n"
+        with open(self.path("disk.img"), "r+b") as image:
+            image.seek(image.read().index(line))
+            image.write(b"0" * 40)
+        self.assertEqual(self.read("disk/SHA1SUMS"), line)  # from memory
+        self.check("disk", status=11, files=1, size="8 B", changed=1,
+                   lines="changed    disk/a (SHA1 %s listed in disk/SHA1SUMS, read %s)\n" % ("0" * 40, digest(A)))
+
     def test_every_byte_comes_from_the_disk_and_only_once(self):
         device = self.disk("disk", "ext4")
         self.put("disk", "a", "b", data=pattern(20 * MIB + 5))
@@ -297,6 +310,18 @@ class CardTest(CheckStorageTest):
         os.remove(self.path("two/SHA1SUMS"))
         self.list("two/x.sha512", "a", "b", tool=("sha512sum",))
         self.check_card(2, 2, "one", "two", files=4, size="15.0 kB", ok=4)
+
+    def test_the_text_of_a_link_is_no_copy_of_a_file(self):
+        text = b"./././clip"
+        self.write("card/text", text)
+        for folder in ("one", "two"):
+            self.copy_to(folder)
+            self.write(folder + "/clip", bytes(len(text)))
+            os.symlink(text, self.path(folder + "/link"))
+            self.list(folder + "/l.sha1", "clip", "link")
+            self.write(folder + "/text.sha1", b"%s  link\n" % digest(text).encode())  # the link is good by either
+        self.check_card(2, 3, "one", "two", files=8, size="15.1 kB", ok=8,
+                        lines="unsafe     card/text (on 0 of 2 disks)\n")
 
     def test_what_else_lies_on_a_card(self):
         for folder in ("one", "two"):

@@ -1,11 +1,13 @@
 """rvxcheck by media hash lists: MHL 1.x, and the histories of ASC MHL."""
 
 import os
+import signal
 import subprocess
+import time
 
 from check import RVXCHECK, CheckRuns, c4, digest, folder_of, hash_of, manifest, old_list, size_of, summary
 from storage import MIB, StorageTest
-from support import SANITIZERS, ProcessTest, main
+from support import LONGEST_RUN, SANITIZERS, ProcessTest, main
 
 A, B = b"take one", b"take two"
 # Of take one and take two, as xxhsum has them.
@@ -230,6 +232,16 @@ class HistoryTest(MediaTest):
                    lines="changed    p/a (XXH3 %s listed in %s, read %s)\n" % (XXH3, two, OTHER_XXH3)
                    + "missing    %s (listed in %s)\nunlisted   %s\n" % (one, chain, two))
 
+    def test_what_the_chain_names_is_read_or_told(self):
+        first, second = manifest(hash_of("a", GOOD)), manifest(hash_of("gone", GOOD))
+        self.write("p/ascmhl/0001.mhl", first)
+        self.write("p/ascmhl/0002.xml", second)
+        os.symlink("0002.xml", self.path("p/ascmhl/0003.mhl"))
+        names = ("0001.mhl", first), ("0002.xml", second), ("0003.mhl", second)
+        self.chain("p", *((name, c4(data)) for name, data in names))
+        self.check("p", status=31, files=4, size=size_of(A, first, second, second), ok=4, bad=2, lines="".join(
+            "bad-list   p/ascmhl/ascmhl_chain.xml:%d (no manifest)\n" % line for line in (3, 4)))
+
     def test_without_a_chain(self):
         one, = self.history("p", manifest(hash_of("a", GOOD)))
         os.remove(self.path("p/ascmhl/ascmhl_chain.xml"))
@@ -317,6 +329,13 @@ class RenamesTest(MediaTest):
                                   hash_of("day1x", GOOD)),
                          manifest(folder_of("day2/", before="day1/"), hash_of("day2/other", self.NONE, before="day1/b")))
 
+    def test_a_name_that_each_generation_makes_longer(self):
+        longer = "a" + "/b" * 1100
+        names = self.history("p", manifest(hash_of("a", GOOD)), *[manifest(hash_of(longer, GOOD, before="a"))] * 2)
+        self.check("p", status=10, files=4, size=size_of(*map(self.read, names)), ok=3, missing=1, bad=2,
+                   lines="missing    p/%s (listed in %s)\n" % (longer, names[2]) + "".join(
+                       "bad-list   %s:3 (path of more than 4095 bytes)\n" % name for name in names[:2]))
+
     def test_the_order_is_that_of_the_numbers(self):
         self.write("p/c", A)
         self.history("p", manifest(hash_of("a", GOOD)), manifest(hash_of("b", self.NONE, before="a")),
@@ -345,6 +364,17 @@ class PatternsTest(MediaTest):
                    lines="changed    p/a.tmp (XXH64 %s listed in %s, read %s)\n" % (XXH64, one, OTHER_XXH64)
                    + "unlisted   %s\nmissing    p/b.tmp (listed in %s)\nmissing    p/c.tmp (listed in %s)\n"
                    % (two, one, two))
+
+    def test_those_that_take_long_can_be_interrupted(self):
+        self.history("p", manifest(hash_of("a", GOOD), patterns=["*" + "a" * 120 + "b"] * 500))
+        for i in range(1000):
+            self.write("p/%s%d" % ("a" * 240, i), b"")
+        run = subprocess.Popen([RVXCHECK, "p"], cwd=self.folder, stdout=subprocess.PIPE)
+        time.sleep(1)  # of the many that it takes to match them all
+        run.send_signal(signal.SIGINT)
+        output, _ = run.communicate(timeout=LONGEST_RUN)
+        self.assertEqual(run.returncode, -signal.SIGINT)
+        self.assertLess(output.count(b"\nunlisted "), 900)
 
     def test_those_of_a_single_list_excuse_nothing(self):
         self.write("p/a", A)
