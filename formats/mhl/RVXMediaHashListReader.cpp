@@ -112,6 +112,7 @@ void RVXMediaHashListReader::endElement() {
 }
 
 void RVXMediaHashListReader::takePath() {
+  if (!mEntry.path.empty()) addProblem("several paths");
   mEntry.path = mText;
   mEntry.mayHaveBackslashes =
       mDialect->isVersion1 && mText.find('/') == std::string::npos && mText.find('\\') != std::string::npos;

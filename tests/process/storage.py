@@ -83,9 +83,17 @@ class StorageTest(ProcessTest):
 
     def disk(self, name, file_system, mebibytes=700, options=()):
         """A new file system on a loop device, mounted at `name`; returns its device's name."""
-        self.mount(name, "-o", ",".join(("loop",) + tuple(options)),
-                   self.image(name + ".img", file_system, mebibytes))
-        return os.path.basename(run("findmnt", "--noheadings", "--output", "SOURCE", self.path(name)).strip())
+        return self.mount_image(name, self.image(name + ".img", file_system, mebibytes), *options)
+
+    def mount_image(self, name, image, *options):
+        """A file system in a file. Returns its device's name, which is always a new one: `mount -o loop` may take one
+        that outlives the mount of a removed file."""
+        device = run("losetup", "--find", "--show", image).strip()
+        try:
+            self.mount(name, "-o", ",".join(("rw",) + options), device)
+        finally:
+            run("losetup", "--detach", device)  # as soon as it is unmounted
+        return os.path.basename(device)
 
     def bytes_read_from(self, device):
         with open("/sys/block/%s/stat" % device) as statistics:

@@ -138,7 +138,7 @@ class PowerCutTest(StorageTest):
         run("cp", "--sparse=always", self.path("disk.img"), self.path("after.img"))
         self.assertEqual(result.status, 0, result.output)
         self.unmount("disk")
-        self.mount("after", "-o", "loop", self.path("after.img"))
+        self.mount_image("after", self.path("after.img"))
 
     def assert_complete(self, names, list_name):
         for folder in ("after/there before", "after/new/newer/newest"):
@@ -209,10 +209,9 @@ class FailedWriteBackTest(StorageTest):
         for file_system in DISK_FILE_SYSTEMS:
             for frame in (1, 20, 40):
                 with self.subTest(file_system=file_system, frame=frame):
-                    # A loop device may outlive its mount for a moment: each disk has an image of its own.
                     image = "%s-%d.img" % (file_system, frame)
                     os.rename(self.image(image, file_system, 300), self.path("machine-below/" + image))
-                    self.mount("disk", "-o", "loop", self.path("machine/" + image))
+                    self.mount_image("disk", self.path("machine/" + image))
                     self.write_frames("f_%02d.dpx", range(1, 41), 60000)
                     self.write("f_%02d.dpx" % frame, refused * 1500)
                     result = self.run_tool("-s", "f_1-40##.dpx", "d/", "disk/d/")

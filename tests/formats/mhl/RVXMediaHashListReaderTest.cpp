@@ -93,6 +93,7 @@ TEST(RVXMediaHashListReaderTest, WhatCannotBeUsedIsToldAndTheRestIsTaken) {
               "2 ! size that is no number\n2 a" + kGood);
   }
   EXPECT_EQ(read(oldList("<hash>" + kMD5 + "</hash>")), "2 ! no path\n");
+  EXPECT_EQ(read(oldList("<hash><file>a</file><file>b</file></hash>")), "2 ! several paths\n2 b\n");
   const std::string longest(4095, 'n');
   EXPECT_EQ(
       read(oldList("<hash><file>" + longest + "</file></hash>\n<hash><file>" + longest + "n</file></hash>")),
