@@ -1,6 +1,5 @@
 #include "check/RVXScopeSelection.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "check/RVXPrintedText.h"
@@ -24,7 +23,6 @@ RVXScopeSelection::RVXScopeSelection(const RVXInventory& inventory, const RVXPla
 }
 
 void RVXScopeSelection::select() {
-  requireManifests();
   requireNames();
   std::vector<Entry> taken;
   for (const Entry& entry : mScope.entries) {
@@ -73,18 +71,6 @@ bool RVXScopeSelection::takesFile(const Entry& entry) {
   const RVXItem& item = mInventory.item(entry.node);
   if (item.isLink && mLink.empty()) mLink = mInventory.names().printedPath(entry.node) + kIsLink;
   return item.isRegular;
-}
-
-// What else the chain names would be lost with the old chain.
-void RVXScopeSelection::requireManifests() {
-  if (mScope.history == RVXNameTree::kNone) return;
-  for (Node node = 0; node < mInventory.names().size() && mLink.empty(); ++node) {
-    const RVXItem& item = mInventory.item(node);
-    const auto& manifests = mScope.manifests;
-    const bool isOther = item.isInChain && mInventory.names().parent(node) == mScope.history &&
-                         std::find(manifests.begin(), manifests.end(), node) == manifests.end();
-    if (isOther) mLink = mInventory.names().printedPath(node) + (item.isLink ? kIsLink : " is no manifest");
-  }
 }
 
 void RVXScopeSelection::requireNames() {

@@ -28,7 +28,6 @@ class RVXScopeSelection {
   [[nodiscard]] bool takes(const Entry& entry);
   [[nodiscard]] bool takesFolder(const Entry& entry);
   [[nodiscard]] bool takesFile(const Entry& entry);
-  void requireManifests();
   void requireNames();
   void requireName(const Entry& entry);
 

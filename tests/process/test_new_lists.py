@@ -308,20 +308,6 @@ class ObstaclesTest(NewListTest):
         self.unwritten("--mhl", "p", "p/empty has no contents, and MHL 1.1 no place for that")
         self.write_list("--ascmhl", folder="p")
 
-    def test_a_chain_that_names_what_is_no_manifest(self):
-        self.put("p", "a")
-        first = manifest(hash_of("a", "<xxh64>%s</xxh64>" % XXH64))
-        name, = self.history("p", first)
-        os.rename(self.path(name), self.path("p/moved"))
-        self.list("p/SHA1SUMS", "a", "moved")
-        os.symlink("../moved", self.path(name))
-        self.unwritten("--ascmhl", "p", name + " is a link")
-        os.remove(self.path(name))
-        os.rename(self.path("p/moved"), self.path("p/ascmhl/0001.xml"))
-        self.list("p/SHA1SUMS", "a")
-        self.chain("p", ("0001.xml", c4(first)))
-        self.unwritten("--ascmhl", "p", "p/ascmhl/0001.xml is no manifest")
-
     def test_names_that_xml_can_not_hold(self):
         for name in (b"x\x07", b"\xff", b"\xc3", b"a\xef\xbf\xbe", b"\xef\xbf\xbf", b"\xed\xa0\x80", b"\x1f"):
             with self.subTest(name):
