@@ -16,7 +16,7 @@ FAULT_FS = os.environ["RVX_FAULT_FS"]
 # What the program was built with, as for -fsanitize=: a sanitizer's runtime needs memory and threads of its own.
 SANITIZERS = os.environ.get("RVX_SANITIZERS", "")
 
-# Whether what takes long is done as well, as by scripts/test all.
+# Whether what takes long is done as well, as by scripts/test all with what is released.
 THOROUGH = "RVX_THOROUGH" in os.environ
 
 # No run of the tests' small jobs takes nearly this long, also not under a sanitizer: it would be a hang.
@@ -30,6 +30,11 @@ class Result:
     def __init__(self, status, output):
         self.status = status
         self.output = output
+
+
+def share(cases, one_in):
+    """What is run of many cases that are alike: all of them where that is asked for, else one in so many."""
+    return cases if THOROUGH else cases[::one_in]
 
 
 def file_bytes(path):

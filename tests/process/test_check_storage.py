@@ -12,12 +12,12 @@ import termios
 
 from check import RVXCHECK, CheckRuns, digest, hash_of, manifest, summary
 from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, require, require_mounts, run, warm
-from support import CHUNK, SANITIZERS, main, pattern
+from support import CHUNK, SANITIZERS, main, pattern, share
 
 A = b"take one"
 
 # What a call may meet: an error number, and how many times.
-FAULTS = (("EIO", "*"),) if SANITIZERS else (("EIO", 1), ("EIO", "*"), ("EACCES", "*"), ("EINTR", 1))
+FAULTS = (("EIO", 1), ("EIO", "*"), ("EACCES", "*"), ("EINTR", 1))
 
 # Sends the program that waits for this script a signal, and returns to it only if it does not end by that. Whoever
 # reads its output is not to wait for the script.
@@ -169,27 +169,27 @@ class SweepTest(CheckStorageTest):
         calls = self.calls()
         self.assertGreater(len(calls), 15)
         outcomes = set()
-        for call, path, count in calls:
-            for nth in range(1, count + 1):
-                for error, times in FAULTS:
-                    with self.subTest(call=call, path=path, nth=nth, error=error, times=times):
-                        fault = "%s =%s %d %s %s" % (call, path, nth, times, error)
-                        run = subprocess.run(self.command(*self.arguments), cwd=self.folder, capture_output=True,
-                                             env=self.environment([fault]), timeout=60)
-                        outcomes.add(run.returncode)
-                        self.assertIn(run.returncode, self.statuses)
-                        if times == 1 and call in ("read", "openr") and error == "EINTR":
-                            self.assertEqual(run.returncode, 0)
-                        if run.returncode == 0:
-                            self.assertEqual(run.stdout, good.output)
-                        elif run.returncode != 2:
-                            below = path.replace(self.folder + "/", "").encode()
-                            missing = ({line for line in good.output.splitlines() if line.startswith(b"ok ")}
-                                       - set(run.stdout.splitlines()))
-                            is_list = (below.endswith((b"SUMS", b".md5", b".mhl", b".xml", b"ascmhl"))
-                                       or below in (b"p", b"p/sub", b"p/reel"))
-                            self.assertTrue(is_list or all(line.endswith(below) or b"link" in line for line in missing),
-                                            (missing, run.stdout))
+        cases = [(call, path, nth, *fault) for call, path, count in calls for nth in range(1, count + 1)
+                 for fault in FAULTS]
+        for call, path, nth, error, times in share(cases, 3):
+            with self.subTest(call=call, path=path, nth=nth, error=error, times=times):
+                fault = "%s =%s %d %s %s" % (call, path, nth, times, error)
+                run = subprocess.run(self.command(*self.arguments), cwd=self.folder, capture_output=True,
+                                     env=self.environment([fault]), timeout=60)
+                outcomes.add(run.returncode)
+                self.assertIn(run.returncode, self.statuses)
+                if times == 1 and call in ("read", "openr") and error == "EINTR":
+                    self.assertEqual(run.returncode, 0)
+                if run.returncode == 0:
+                    self.assertEqual(run.stdout, good.output)
+                elif run.returncode != 2:
+                    below = path.replace(self.folder + "/", "").encode()
+                    missing = ({line for line in good.output.splitlines() if line.startswith(b"ok ")}
+                               - set(run.stdout.splitlines()))
+                    is_list = (below.endswith((b"SUMS", b".md5", b".mhl", b".xml", b"ascmhl"))
+                               or below in (b"p", b"p/sub", b"p/reel"))
+                    self.assertTrue(is_list or all(line.endswith(below) or b"link" in line for line in missing),
+                                    (missing, run.stdout))
         self.assertLessEqual(self.met, outcomes)
 
 

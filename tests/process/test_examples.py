@@ -3,7 +3,7 @@ import subprocess
 
 from check import RVXCHECK
 from corpus import FAILED, VERIFIED, Link, build_tree, cases
-from support import LONGEST_RUN, RVXCOPY, ProcessTest, main
+from support import LONGEST_RUN, RVXCOPY, ProcessTest, main, share
 
 CASES = cases()
 
@@ -66,7 +66,7 @@ class ExampleTest:
                 self.assert_tells(self.replay(case), case.verdict, case.status)
 
     def test_each_run_of_the_program_is_judged_rightly(self):
-        for case in CASES:
+        for case in share(CASES, 8):
             # The driver's -v makes two arguments of one. A script may wait for output at a place of its own.
             if len(case.arguments) < 2 or case.scripts:
                 continue

@@ -8,7 +8,7 @@ from support import SANITIZERS, THOROUGH, ProcessTest, main
 
 # Of the selection one case in so many is run, drawn by its name. A sanitizer makes the program many times slower; what
 # it is to find shows in few of them.
-ONE_IN = 320 if SANITIZERS else 8 if THOROUGH else 16
+ONE_IN = 320 if SANITIZERS else 16 if THOROUGH else 40
 # Enough to see what is wrong. Each may be a hang, and the test has its time.
 MOST_FAILURES = 8
 

@@ -10,7 +10,7 @@ import subprocess
 
 from storage import MIB
 from support import (BLOCK, LONGEST_RUN, RVXCOPY, SANITIZERS, ProcessTest, Result, await_asleep, coreutils_digest, main,
-                     pattern)
+                     pattern, share)
 
 # A run that starves may end with any of these, each after lines that begin so.
 FAILURES = {
@@ -86,7 +86,7 @@ class SignalTest(StarvationTest):
     def test_a_run_that_is_ended_leaves_no_list_or_the_old_or_the_whole_new_one(self):
         signals = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP, signal.SIGKILL)
         ended = 0
-        for nth in range(1, self.calls + 1, 7 if SANITIZERS else 1):
+        for nth in share(range(1, self.calls + 1), 7):
             number = signals[nth % len(signals)]
             with self.subTest(nth=nth, signal=number.name):
                 process = self.start_with("1 signal=%d" % number, [nth])
@@ -277,8 +277,9 @@ class RefusedTest(StarvationTest):
         self.assertGreaterEqual(requests, 3)
         # Most of them are the digest library's, when it begins: of these some stand for all.
         middle = range(50, requests - 100, max(1, requests // 150))
+        cases = [*range(1, min(50, requests + 1)), *middle, *range(max(50, requests - 100), requests + 1)]
         statuses = set()
-        for nth in [*range(1, min(50, requests + 1)), *middle, *range(max(50, requests - 100), requests + 1)]:
+        for nth in share(cases, 5):
             for count in ("1", "*"):
                 with self.subTest(nth=nth, count=count):
                     self.remove_copies()
@@ -345,7 +346,8 @@ if not SANITIZERS:
             while not self.starts(lambda: resource.setrlimit(resource.RLIMIT_AS, (least, least))):
                 least += MIB // 4
             statuses = set()
-            for size in [*range(least, least + 4 * MIB, MIB // 16), *range(least + 4 * MIB, least + 250 * MIB, MIB)]:
+            sizes = [*range(least, least + 4 * MIB, MIB // 16), *range(least + 4 * MIB, least + 250 * MIB, MIB)]
+            for size in share(sizes, 5):
                 with self.subTest(size):
                     shutil.rmtree(self.path("d"), ignore_errors=True)
                     limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (size, size))
