@@ -67,7 +67,7 @@ std::string RVXGenerateChecksumOperation::fileChecksum() {
   if (hasKnownAlgorithm()) digest.emplace(mAlgorithm);
 
   // While the one is digested the other is filled.
-  std::array<RVXBlock, 2> chunks{RVXBlock::withCapacity(kChunkSize), RVXBlock::withCapacity(kChunkSize)};
+  std::array<RVXBlock, 2> chunks;
   RVXOperationQueue digestQueue;
   auto lastProgress = Clock::now();
   uint64_t bytesRead = 0;
@@ -77,6 +77,7 @@ std::string RVXGenerateChecksumOperation::fileChecksum() {
       lastProgress = Clock::now();
     }
     RVXBlock& chunk = chunks[i];
+    if (chunk.storage().empty()) chunk = RVXBlock::withCapacity(kChunkSize);  // a small file needs only one
     mReader->read(chunk, recovery);
     digestQueue.waitUntilAllOperationsAreFinished();
     const auto update = [&digest, &chunk] {

@@ -145,23 +145,24 @@ void RVXCopyOperationThreaded::copyFile() {
   startThreads();
   // A device has no size, so there is no number of bytes to wait for.
   if (mFileSize != 0) waitForAllBytes();
-  while (!allThreadsFinished()) mThreadEnded->waitAtMost(kPollInterval);
+  while (!allThreadsFinished()) mAllThreadsEnded->waitAtMost(kPollInterval);
   mSourceFH->close();
 }
 
 void RVXCopyOperationThreaded::startThreads() {
   // The digests decide how long a copy takes; the threads that wait for files leave the cores to them.
   const auto standing = mSkipVerification ? RVXThreadStanding::normal : RVXThreadStanding::yielding;
-  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); }, standing, mThreadEnded);
+  mAllThreadsEnded = std::make_shared<RVXEvent>(2 + mCopies.size());  // the reader, the digest, the writers
+  mReaderThread = std::make_unique<RVXThread>([this] { readThread(); }, standing, mAllThreadsEnded);
   mDigestThread =
       std::make_unique<RVXThread>([this] { mSkipVerification ? fakeDigestThread() : digestThread(); },
-                                  RVXThreadStanding::normal, mThreadEnded);
+                                  RVXThreadStanding::normal, mAllThreadsEnded);
   {
     const RVXMutexLock lock(mThreadIndexLock);
     mThreadIndex = 0;
   }
   for (RVXDestinationFile& copy : mCopies) {
-    mWriterThreads.emplace_back([this, &copy] { writeThread(copy); }, standing, mThreadEnded);
+    mWriterThreads.emplace_back([this, &copy] { writeThread(copy); }, standing, mAllThreadsEnded);
   }
 }
 
@@ -170,7 +171,7 @@ void RVXCopyOperationThreaded::waitForAllBytes() {
   for (uint64_t i = 0; mBufferManager->bytesWritten() != static_cast<uint64_t>(mFileSize); ++i) {
     if (mForceExit) return;
     if (i != 0 && i % kPollsPerStatus == 0) printStatus();
-    mThreadEnded->waitAtMost(kPollInterval);
+    mAllThreadsEnded->waitAtMost(kPollInterval);
   }
 }
 

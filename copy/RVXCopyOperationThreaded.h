@@ -147,8 +147,8 @@ class RVXCopyOperationThreaded {
   RVXMutex mThreadIndexLock;
   int64_t mThreadIndex RVX_GUARDED_BY(mThreadIndexLock) = 0;
 
-  // Each ends a poll early: a thread of the copy has ended, or a consumer has finished a buffer.
-  std::shared_ptr<RVXEvent> mThreadEnded = std::make_shared<RVXEvent>();
+  // Each ends a poll early: all threads of the copy have ended, or a consumer has finished a buffer.
+  std::shared_ptr<RVXEvent> mAllThreadsEnded;
   RVXEvent mBufferFinished;
 
   // Last members, so that the threads end before what they use is destroyed.

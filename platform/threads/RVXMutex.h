@@ -46,13 +46,21 @@ class RVX_SCOPED_CAPABILITY RVXLockHolder {
 
 using RVXMutexLock = RVXLockHolder<RVXMutex>;
 
-// A condition variable together with its mutex. The name is for diagnostics only.
+// A condition variable together with its mutex. The name is for diagnostics only. Whoever signals keeps it
+// alive until unlock() has returned, and does not wait for it before that.
 class RVX_CAPABILITY("mutex") RVXCondition {
  public:
   explicit RVXCondition(std::string name) : mName(std::move(name)) {}
 
   void lock() RVX_ACQUIRE() { mMutex.lock(); }
-  void unlock() RVX_RELEASE() { mMutex.unlock(); }
+
+  // Only now are threads woken for a signal or broadcast: before, they would at once wait for the mutex.
+  void unlock() RVX_RELEASE() {
+    const Wake wake = std::exchange(mWake, Wake::nobody);
+    mMutex.unlock();
+    if (wake == Wake::one) mCondition.notify_one();
+    if (wake == Wake::all) mCondition.notify_all();
+  }
 
   // Releases the mutex, waits for a signal or broadcast, and takes the mutex again. May also return without
   // either.
@@ -70,16 +78,21 @@ class RVX_CAPABILITY("mutex") RVXCondition {
   }
 
   // Wakes one waiting thread.
-  void signal() RVX_REQUIRES(this) { mCondition.notify_one(); }
+  void signal() RVX_REQUIRES(this) {
+    if (mWake == Wake::nobody) mWake = Wake::one;
+  }
 
   // Wakes all waiting threads.
-  void broadcast() RVX_REQUIRES(this) { mCondition.notify_all(); }
+  void broadcast() RVX_REQUIRES(this) { mWake = Wake::all; }
 
   [[nodiscard]] const std::string& name() const { return mName; }
 
  private:
+  enum class Wake { nobody, one, all };
+
   const std::string mName;
   std::mutex mMutex;
+  Wake mWake = Wake::nobody;
   std::condition_variable mCondition;
 };
 

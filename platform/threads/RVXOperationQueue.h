@@ -16,7 +16,7 @@ class RVXOperationQueue {
  public:
   RVXOperationQueue() = default;
   // Waits until all operations have finished.
-  ~RVXOperationQueue();
+  ~RVXOperationQueue() { waitUntilAllOperationsAreFinished(); }
   RVXOperationQueue(const RVXOperationQueue&) = delete;
   RVXOperationQueue& operator=(const RVXOperationQueue&) = delete;
 
@@ -27,19 +27,17 @@ class RVXOperationQueue {
   void waitUntilAllOperationsAreFinished() RVX_EXCLUDES(mCondition);
 
  private:
+  // A worker ends when nothing waits: an idle one would have to be woken only to end.
   void work() RVX_EXCLUDES(mCondition);
   bool takesAnotherWorker() RVX_REQUIRES(mCondition);
   // The next operation; an empty function when there is nothing more to wait for.
   std::function<void()> nextWhileUnfinished() RVX_EXCLUDES(mCondition);
-  std::function<void()> nextForWorker() RVX_EXCLUDES(mCondition);
   std::function<void()> takeNext() RVX_REQUIRES(mCondition);
-  // Runs it; then `idleWorkers` more workers are idle.
-  void run(std::function<void()> operation, size_t idleWorkers) RVX_EXCLUDES(mCondition);
+  void run(std::function<void()> operation) RVX_EXCLUDES(mCondition);
 
-  RVXCondition mCondition{"RVXOperationQueueCondition"};
+  RVXCondition mCondition{"RVXOperationQueueCondition"};  // only the adder waits for it
   std::deque<std::function<void()>> mWaiting RVX_GUARDED_BY(mCondition);
   size_t mUnfinished RVX_GUARDED_BY(mCondition) = 0;  // waiting or running
-  size_t mIdleWorkers RVX_GUARDED_BY(mCondition) = 0;
-  bool mIsClosing RVX_GUARDED_BY(mCondition) = false;
+  size_t mStartingWorkers RVX_GUARDED_BY(mCondition) = 0;
   std::list<RVXThread> mWorkers;  // last: they end before what they use is destroyed
 };

@@ -27,6 +27,19 @@ TEST_F(RVXEventTest, SignalBeforeAWaitEndsItAtOnce) {
   mEvent.waitAtMost(1h);
 }
 
+TEST_F(RVXEventTest, OfTheFirstSignalsOnlyTheLastCountsAndFromThenOnEach) {
+  RVXEvent event(3);
+  const auto start = std::chrono::steady_clock::now();
+  event.signal();
+  event.signal();
+  event.waitAtMost(5ms);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 5ms);
+  event.signal();
+  event.waitAtMost(1h);
+  event.signal();
+  event.waitAtMost(1h);
+}
+
 TEST_F(RVXEventTest, WaitEndsByItself) {
   mEvent.signal();
   mEvent.waitAtMost(1h);
