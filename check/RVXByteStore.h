@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-// Keeps many short texts, each with its length in front, without a piece of memory for each: a number of 32
-// bits names one of them. Nothing is ever taken out.
+// Keeps many short texts in a few large pieces of memory, because one allocation for each would take too
+// much. A number of 32 bits names a text. Nothing is ever removed.
 class RVXByteStore {
  public:
   using Place = uint32_t;
@@ -19,7 +19,7 @@ class RVXByteStore {
   [[nodiscard]] std::string_view at(Place place) const;
 
  private:
-  static constexpr size_t kPieceSize = size_t{1} << 18U;  // the places of a text never lie in two pieces
+  static constexpr size_t kPieceSize = size_t{1} << 18U;  // bytes; no text lies in two pieces
 
   std::vector<std::unique_ptr<char[]>> mPieces;
   size_t mUsed = kPieceSize;  // of the last piece

@@ -136,7 +136,7 @@ std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
       good.push_back({number, mVolumes.diskOf(item.volume)});
     }
   }
-  // What differs in none of these is one and the same copy for every file of the card.
+  // Copies that are equal in all of these make no difference to any file of the card: one of them is enough.
   const auto key = [this](const GoodCopy& copy) {
     const RVXListedDigest& listed = mInventory.digest(copy.digest);
     return std::tuple(mInventory.textOf(listed), std::as_const(mInventory).item(listed.node).size, copy.disk);
@@ -188,7 +188,7 @@ std::map<std::string, RVXCard::Disks> RVXCard::disksOfGoodLinks() const {
     const Node node = mInventory.digest(number).node;
     const RVXItem& item = std::as_const(mInventory).item(node);
     if (!item.isLink || item.verdict != RVXVerdict::ok) continue;
-    // Not the volume of the file that the link may lead to.
+    // The volume of the link itself, not that of the file to which it may lead.
     const std::string path = mInventory.names().path(node);
     const auto attributes = attributesOfItem(path);
     const auto text = linkTarget(path);

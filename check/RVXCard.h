@@ -30,16 +30,16 @@ class RVXCard : private RVXFolderWalk::Visitor {
   // Finds what is on the card.
   void find(const RVXIgnoredNames& ignored);
 
-  // The files whose size a listed file has, so that they may have a copy. After the listed ones were
-  // examined.
+  // The files that may have a copy, because a listed file has the same size. To be called after the listed
+  // files were examined.
   std::vector<Node> filesToRead();
 
-  // The kinds of digests that files of that size are listed with.
+  // The kinds of digests that are listed for files of this one's size.
   [[nodiscard]] std::vector<DigestKind> kindsFor(Node file) const {
     return mListedSizes.kindsFor(std::as_const(mInventory).item(file).size);
   }
 
-  // What was read of a file, with digests of these kinds.
+  // Takes what was read of a file, with digests of these kinds.
   void take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) RVX_EXCLUDES(mLock);
 
   struct Judgement {
@@ -69,7 +69,7 @@ class RVXCard : private RVXFolderWalk::Visitor {
   void examine(Node file) RVX_EXCLUDES(mLock);
   void findOwnDisks();
   [[nodiscard]] bool isOnOtherDisk(RVXVolumeTable::Number volume) const;
-  // Whether the listed digest is that of a link's target text, which is good beside digests of the contents.
+  // Whether the listed digest is that of a link's target text, which says nothing of any contents.
   [[nodiscard]] bool isOfLinkText(const RVXListedDigest& listed) const;
   [[nodiscard]] std::vector<GoodCopy> goodCopies() const;
   void judgeFiles() RVX_REQUIRES(mLock);
@@ -96,5 +96,5 @@ class RVXCard : private RVXFolderWalk::Visitor {
   std::map<Node, std::string> mUnsafe RVX_GUARDED_BY(mLock);  // and why
   std::deque<ReadDigest> mRead RVX_GUARDED_BY(mLock);
   RVXByteStore mTexts RVX_GUARDED_BY(mLock);
-  size_t mOtherCount RVX_GUARDED_BY(mLock) = 0;  // of mUnsafe, what is no file and no link
+  size_t mOtherCount RVX_GUARDED_BY(mLock) = 0;  // items in mUnsafe that are neither file nor link
 };

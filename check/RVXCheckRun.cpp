@@ -24,7 +24,7 @@ RVXCheckStatus RVXCheckRun::run() {
   mResults.emplace(mInventory, mOptions.tellsGoodFiles, mCardFiles.size() + mOtherFiles.size());
   mFileCheck.emplace(mInventory, mVolumes, *mResults, mFacts);
   if (!RVXInterruption::signalNumber()) {
-    const int64_t total = totalBytes();  // before the readers set the sizes that they find
+    const int64_t total = totalBytes();  // first, because the readers change the sizes
     startReaders();
     followReaders(total);
   }

@@ -21,9 +21,9 @@
 #include "check/RVXResults.h"
 #include "check/RVXVolumeTable.h"
 
-// One run of the program: everything is examined, then read on all disks at once, and told in order. Nothing
-// is written but the output, and the lists that are asked for. To be called by the main thread; the process
-// is to end right after run(), because an interrupted one leaves threads that still read.
+// One run of the program: everything is examined, then read on all disks at once, and reported in order.
+// Writes nothing but the output and the lists that are asked for. To be called by the main thread. The
+// process must end right after run(), because after an interruption threads still read.
 class RVXCheckRun {
  public:
   // Requires PATHs and a CARD that are there. `isOutputLost`: standard output is closed.

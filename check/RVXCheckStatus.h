@@ -1,7 +1,7 @@
 #pragma once
 
-// Every status that rvxcheck ends with by its own decision, the worst that holds. Drivers depend on the
-// numbers.
+// Every status with which rvxcheck ends itself. When several apply it is the worst, the one that stands first
+// after `good`. Drivers depend on the numbers.
 enum class RVXCheckStatus : int {
   good = 0,
   outputLost = 1,      // standard output can't be written

@@ -10,8 +10,8 @@
 
 namespace {
 
-// One that a file of that size does not fill, where it is small: to make a large block ready would take
-// longer than to read the file.
+// A small file gets a small chunk, which it does not fill: to make a large block ready would take longer than
+// to read the file.
 size_t chunkSizeFor(int64_t size) {
   constexpr size_t kSmallChunk = size_t{256} * 1024;
   return size < static_cast<int64_t>(kSmallChunk) ? kSmallChunk : RVXContents::kChunkSize;
@@ -35,7 +35,8 @@ int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery, std::
     const bool isLast = chunk.length() != chunkSize;
     for (RVXAnyDigest& digest : digests) {
       const auto update = [&digest, &chunk] { digest.update(chunk.bytes()); };
-      // At the end nothing is read beside it, and for small files a thread would cost more than it saves.
+      // After the last chunk there is nothing to read meanwhile, and for a small file a thread costs more
+      // than it saves.
       if (isLast) {
         update();
       } else {

@@ -19,9 +19,9 @@ struct RVXContents {
   int64_t modified = 0;              // when it was: seconds since 1970, UTC
   std::vector<std::string> digests;  // bytes, in the order of the kinds
 
-  static constexpr size_t kChunkSize = size_t{4} * 1024 * 1024;  // of which two are held
+  static constexpr size_t kChunkSize = size_t{4} * 1024 * 1024;  // bytes; two chunks are in memory
 
-  // Reads the file, links followed, past the page cache, and computes all the digests, one chunk's while the
+  // Reads the file, links followed, past the page cache, and computes all the digests, of one chunk while the
   // next is read. A block that can't be read is tried once more after the file was opened again. `bytesRead`
   // grows as it goes on. Several threads may do so for several files.
   static RVXContents read(const std::string& path, const std::vector<DigestKind>& kinds,

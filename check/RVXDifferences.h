@@ -17,8 +17,8 @@ class RVXDifferences {
   // The kinds of the digests that contents of that size are to be compared with.
   [[nodiscard]] std::vector<DigestKind> kindsFor(int64_t size) const;
 
-  // The entries that contents of that size don't fit: by the listed size, else by the digest, whose bytes
-  // `digestOf` gives for one of these kinds.
+  // The entries that do not fit contents of that size. Where the listed size differs, the digest is not
+  // looked at; else `digestOf` gives the bytes of the digest that was read, for a kind of kindsFor().
   [[nodiscard]] std::vector<Difference> of(int64_t size,
                                            const std::function<std::string(DigestKind)>& digestOf) const;
   // The same for the target text of a link.

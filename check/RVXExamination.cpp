@@ -12,7 +12,8 @@
 
 namespace {
 
-// No copy of a card's file has that size: it stands for a link that is good by its text.
+// The size of a link that is good by its text. No file has it, so that no file of the card is taken for its
+// copy.
 constexpr int64_t kNoContents = -1;
 
 void sortBadLines(RVXInventory& inventory) {
@@ -105,7 +106,7 @@ void RVXExamination::examineRegularFile(Node node, const std::string& path,
     item.verdict = RVXVerdict::pending;
     return;
   }
-  // Nothing is compared but the size.
+  // There is no digest to compare, only the size.
   auto ofSize = differences.withoutRepetitions(differences.of(item.size, {}));
   item.verdict = ofSize.empty() ? RVXVerdict::noDigest : RVXVerdict::changed;
   if (!ofSize.empty()) mInventory.findings[node].differences = std::move(ofSize);

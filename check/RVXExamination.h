@@ -8,8 +8,8 @@
 #include "check/RVXPlaces.h"
 #include "check/RVXVolumeTable.h"
 
-// Looks at every listed file before anything is read: what is missing, how large each file is, on which
-// volume it lies, and what a link alone can tell. What is left has the verdict `pending`.
+// Looks at every listed file before anything is read: whether it is there, how large it is, on which volume
+// it lies, and whether a link is good by its target text. What is still to be read has the verdict `pending`.
 class RVXExamination {
  public:
   using Node = RVXNameTree::Node;
@@ -22,12 +22,12 @@ class RVXExamination {
   // were not looked at yet are among them.
   std::vector<Node> examineListedFiles();
 
-  // Says which files no list names, but for those that a history excuses, and which manifests their chain
-  // does not. Ends early when the user interrupts the run.
+  // Marks the files that no list names (except those that a history excuses), and the manifests that the
+  // chain of their history does not name. Ends early when the user interrupts the run.
   void findUnlistedFiles();
 
  private:
-  // What the entries of a file are.
+  // What kinds of entries the lists have for one file.
   struct Entries {
     bool haveDigest = false;  // at least one
     bool haveFolder = false;

@@ -56,14 +56,14 @@ std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNameTree::Node 
     const auto kind = std::find(kinds.begin(), kinds.end(), sought);
     return contents.digests[static_cast<size_t>(kind - kinds.begin())];
   };
-  // By the size that it had when it was examined: if it has changed since, its digest tells.
+  // The size is that of the examination: if it has changed since, the digest shows it.
   auto differences = compared.of(std::as_const(mInventory).item(file).size, digestOf);
   const bool isLink = std::as_const(mInventory).item(file).isLink;
   if (differences.empty() || !isLink) return compared.withoutRepetitions(std::move(differences));
   const auto text = linkTarget(mInventory.names().path(file));
   if (text.failed()) return compared.withoutRepetitions(std::move(differences));
 
-  // An entry that neither the contents nor the link's text fits; the text's is the one that is told.
+  // The entry fits neither the contents nor the link's text; the finding names the text's digest.
   auto ofText = compared.ofLinkText(text.value());
   std::erase_if(ofText, [&](const RVXFinding::Difference& one) {
     return std::none_of(

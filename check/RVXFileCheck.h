@@ -9,8 +9,8 @@
 #include "check/RVXResults.h"
 #include "check/RVXVolumeTable.h"
 
-// Reads one listed file, or another one, and says what became of it. Used by any number of threads, each
-// for other files.
+// Reads one file, listed or not, and passes on what was found. Used by any number of threads, each for other
+// files.
 class RVXFileCheck {
  public:
   RVXFileCheck(RVXInventory& inventory, RVXVolumeTable& volumes, RVXResults& results, RVXReadFacts& facts)
@@ -18,10 +18,10 @@ class RVXFileCheck {
 
   void checkListed(RVXNameTree::Node file);
   void checkOnCard(RVXNameTree::Node file, RVXCard& card);
-  // Of a file that is not checked, only what new lists need.
+  // Reads a file that is not checked, because a new list needs its digests.
   void readFacts(RVXNameTree::Node file);
 
-  // Of all files so far.
+  // The bytes of all files that were read so far.
   [[nodiscard]] int64_t bytesRead() const { return mBytesRead.load(std::memory_order_relaxed); }
 
  private:

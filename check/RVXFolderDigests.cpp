@@ -21,7 +21,7 @@ Digest digestOfBytes(std::string_view bytes) {
 
 RVXFolderDigests::RVXFolderDigests(const RVXScope& scope, const RVXReadFacts& facts) {
   OpenFolders folders;
-  // Backwards, whatever lies in a folder comes before it.
+  // In this direction a folder comes after all that lies in it.
   for (auto entry = scope.entries.rbegin(); entry != scope.entries.rend(); ++entry) {
     const std::string_view path = scope.pathOf(*entry);
     if (entry->isFolder) {

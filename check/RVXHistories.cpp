@@ -20,7 +20,7 @@ uint64_t generationOf(std::string_view name) {
 
 }  // namespace
 
-// Takes what was renamed, and leaves what is wrong with the list to those who use it.
+// Takes only what was renamed. RVXMediaListUse, which reads the list as well, says what is wrong with it.
 class RVXHistories::RenameReader : private RVXMediaHashListReader::Receiver {
  public:
   RenameReader(RVXByteStore& texts, std::vector<Rename>& renames) : mTexts(texts), mRenames(renames) {}
@@ -62,7 +62,7 @@ void RVXHistories::find(const std::vector<Node>& lists) {
   }
   for (auto& [folder, history] : mHistories) {
     sortGenerations(history);
-    // Of the oldest there is nothing that it could rename.
+    // The oldest generation has nothing that it could rename.
     for (size_t i = 1; i < history.generations.size(); ++i) readRenames(history.generations[i]);
   }
 }

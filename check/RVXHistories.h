@@ -11,8 +11,8 @@
 #include "check/RVXPlaces.h"
 #include "formats/RVXIgnorePatterns.h"
 
-// The histories of ASC MHL that lie below the PATHs, each a folder "ascmhl" of manifests, one for each
-// generation: what later ones say of what older ones name, and what need not be listed.
+// The histories of ASC MHL below the PATHs. Each is a folder "ascmhl" with a manifest for each generation.
+// Knows which files later generations renamed, and which need not be listed.
 class RVXHistories {
  public:
   using Node = RVXNameTree::Node;
@@ -28,17 +28,17 @@ class RVXHistories {
   // Whether a folder that is a history has a chain.
   [[nodiscard]] bool hasChain(Node folder) const;
 
-  // What the newest generation calls what the manifest calls `name`; as soon as that is too long for a path
-  // of a list, what the generation calls it that made it so.
+  // The newest generation's name for what the manifest calls `name`. Stops at the first generation whose name
+  // is too long for a list.
   [[nodiscard]] std::string nameNow(Node manifest, const std::string& name) const;
 
-  // The patterns of a manifest. Those of the newest generation that has any hold.
+  // Sets the patterns of a manifest. Only those of the newest generation that has any are used.
   void setPatterns(Node manifest, RVXIgnorePatterns&& patterns);
 
-  // The folder of the history of the files in `scope`; kNone where they have none.
+  // The history of the files in the folder `scope`: its folder "ascmhl", or kNone where there is none.
   [[nodiscard]] Node historyOf(Node scope) const;
-  // Of a history: its manifests from the oldest generation to the newest, the number that the next generation
-  // is to have, and the patterns that hold.
+  // Of the history in that folder: its manifests from the oldest generation to the newest, the number of the
+  // next generation, and the patterns in use.
   [[nodiscard]] std::vector<Node> manifestsOf(Node folder) const;
   [[nodiscard]] uint64_t nextNumber(Node folder) const;
   [[nodiscard]] const std::vector<std::string>& patternsOf(Node folder) const;

@@ -44,8 +44,8 @@ struct RVXItem {
   bool isOutOfChain : 1 = false;  // a manifest that it should name
 };
 
-// A digest that a list holds of a file; or that the list names a file without one, or a folder. Those of one
-// file are chained from the last to the first.
+// An entry of a list: the digest of a file, or a file without a digest, or a folder. The entries of one file
+// are chained from the last to the first.
 struct RVXListedDigest {
   static constexpr int64_t kAnySize = -1;
 
@@ -62,7 +62,7 @@ struct RVXUsedList {
   uint32_t listedName = RVXNameTree::kNone;  // in texts(): what a renamed copy is called in it
 };
 
-// Lines without a gap between them that have the same problem. A list that is bad as a whole has line 0.
+// Consecutive lines with the same problem. Line 0 stands for the list as a whole.
 struct RVXBadLines {
   uint32_t list = 0;
   uint32_t first = 0;
@@ -90,7 +90,7 @@ class RVXInventory {
   RVXNameTree& names() { return mNames; }
   [[nodiscard]] const RVXNameTree& names() const { return mNames; }
 
-  // Of a node that is in the tree by now.
+  // Requires a node of the tree; makes its item where there is none yet.
   RVXItem& item(Node node) {
     addMissingItems();
     return mItems[node];
@@ -102,14 +102,15 @@ class RVXInventory {
     if (mItems.size() < mNames.size()) mItems.resize(mNames.size());
   }
 
-  // What an entry without a digest has for its text, and one that names a folder.
+  // The texts of two kinds of entries that have no digest: of a file, and of a folder.
   static constexpr std::string_view kNoDigest{};
   static constexpr std::string_view kFolder = "/";
 
-  // Kind and bytes of a digest as one text: equal where both are. `isInAnyOrder`: the opposite order of the
-  // bytes is meant as well.
+  // Kind and bytes of a digest as one text, so that equal texts mean equal digests. `isInAnyOrder`: the bytes
+  // may also be meant in the opposite order.
   static std::string textOf(DigestKind kind, std::string_view bytes, bool isInAnyOrder = false);
-  // That text, and those of other entries that the same contents fit.
+  // The texts of all entries that contents with this digest fit: this one, and of an XXH64 also those whose
+  // bytes may be in either order.
   static std::vector<std::string> textsOf(std::string_view text);
 
   // Adds an entry of that text to those of its file.
@@ -120,7 +121,7 @@ class RVXInventory {
   [[nodiscard]] std::string_view textOf(const RVXListedDigest& digest) const {
     return mTexts.at(digest.text);
   }
-  // The numbers of a file's entries in the order of lists and lines, and of identical ones the first.
+  // The numbers of a file's entries in the order of lists and lines; of identical ones only the first.
   [[nodiscard]] std::vector<uint32_t> entriesOf(Node node) const;
   [[nodiscard]] std::vector<uint32_t> digestsOf(Node node) const;
 
@@ -128,7 +129,7 @@ class RVXInventory {
   [[nodiscard]] bool hasDigest(const RVXListedDigest& digest) const {
     return textOf(digest) != kNoDigest && !isFolder(digest);
   }
-  // Of one that has a digest:
+  // These three require an entry that has a digest.
   [[nodiscard]] DigestKind kindOf(const RVXListedDigest& digest) const;
   [[nodiscard]] std::string_view bytesOf(const RVXListedDigest& digest) const;
   [[nodiscard]] bool isEqual(const RVXListedDigest& digest, std::string_view read) const;

@@ -42,7 +42,7 @@ void RVXListEntries::end(const RVXOutcome<>& done, const char* problem) {
   } else if (problem != nullptr) {
     badLine(0, problem);
   }
-  // Not all are told in order: the whole list's is to come first.
+  // They may come in any order; line 0, which stands for the whole list, is the first.
   std::sort(badLines.begin() + static_cast<std::ptrdiff_t>(mFirstBadLine), badLines.end(),
             [](const RVXBadLines& one, const RVXBadLines& other) { return one.first < other.first; });
   mInventory.item(mInventory.lists.back().node).hasBadLines = badLines.size() > mFirstBadLine;

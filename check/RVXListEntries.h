@@ -8,15 +8,15 @@
 #include "check/RVXPlaces.h"
 #include "platform/files/RVXOutcome.h"
 
-// Enters into the inventory what lists hold, whoever reads them: their entries, under the files that the
-// names mean, and their bad lines.
+// Enters the entries and bad lines of lists of any format into the inventory. Finds the file that each name
+// means.
 class RVXListEntries {
  public:
   using Node = RVXNameTree::Node;
 
   RVXListEntries(RVXInventory& inventory, RVXPlaces& places) : mInventory(inventory), mPlaces(places) {}
 
-  // What follows is of that list, and its names are relative to `folder`.
+  // Begins a list; its names are relative to `folder`.
   void begin(Node list, Node folder);
 
   // The file that a name means; none, and a bad line, where it can't be taken.
@@ -25,8 +25,8 @@ class RVXListEntries {
   void add(Node file, std::string_view text, uint32_t line, int64_t size = RVXListedDigest::kAnySize);
   void badLine(uint32_t line, const std::string& problem);
 
-  // Ends the list, which could be read or not to its end. Where there is no entry in it, it has, instead of
-  // all its bad lines, the one finding `problem`; else that is null.
+  // Ends the list. `done` says whether it could be read to its end. `problem` is null unless the list has no
+  // entry at all; then one finding replaces all its bad lines: why it could not be read, or `problem`.
   void end(const RVXOutcome<>& done, const char* problem);
 
  private:

@@ -10,8 +10,8 @@ namespace {
 
 constexpr std::string_view kBeside = "../";
 
-// The name without the extension of the lists in a folder of that name, "clip.mov" of "clip.mov.sha1" in
-// "sha1"; none for any other.
+// "clip.mov" for the list "clip.mov.sha1" in a folder "sha1"; none where the list's extension is not the
+// folder's name.
 std::optional<std::string> nameOfListedFile(std::string_view list, std::string_view folder) {
   if (!isListFolderName(folder) || list.size() <= folder.size() + 1) return std::nullopt;
   const size_t dot = list.size() - folder.size() - 1;

@@ -31,7 +31,8 @@ class RVXListUse : private RVXDigestListReader::Receiver {
 
   void addOnlyEntry();
   void add(const Entry& entry);
-  // What the file of a list with that one entry is called where its copy got another name.
+  // The name of the copy that a list with only this entry is about, where the copy got another name; else
+  // none.
   [[nodiscard]] std::optional<std::string> otherName(const std::string& listedName);
   [[nodiscard]] bool isThere(const std::string& name);
 

@@ -42,7 +42,7 @@ std::vector<RVXListWriting::Node> RVXListWriting::prepare(const std::vector<Node
     for (const RVXScope::Entry& entry : scope.entries) {
       if (entry.isFolder) continue;
       const bool isNew = facts.want(entry.node);
-      // Any other verdict than these is read anyway, or leaves the folder without a list.
+      // A file with another verdict is read by the check anyway, or keeps the folder from getting a list.
       const bool isUnread = mInventory.item(entry.node).verdict == RVXVerdict::none;
       if (isNew && isUnread && examine(entry.node, volumes, facts)) toRead.push_back(entry.node);
     }

@@ -30,8 +30,8 @@ class RVXListWriting {
   std::vector<Node> prepare(const std::vector<Node>& folders, const RVXHistories& histories,
                             const RVXIgnoredNames& ignored, RVXVolumeTable& volumes, RVXReadFacts& facts);
 
-  // To be called when all was read. Tells what became of each PATH, in order; none is written any more once
-  // the user interrupts the run. False where a clean one has no list now.
+  // To be called when all was read. Prints for each PATH, in order, whether it got its list. After the user
+  // interrupts the run no list is written. False where a clean PATH has no list now.
   bool write(const RVXReadFacts& facts, RVXOutput& output);
 
  private:
@@ -52,5 +52,5 @@ class RVXListWriting {
   const int64_t mStarted;  // seconds since 1970, UTC
   std::vector<RVXScope> mScopes;
   std::set<Node> mUncleanFolders;
-  std::set<Node> mNewHistories;  // by what they are about
+  std::set<Node> mNewHistories;  // the folders that they are about
 };

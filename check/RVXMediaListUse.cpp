@@ -72,7 +72,7 @@ void RVXMediaListUse::entry(RVXMediaHash&& entry) {
 void RVXMediaListUse::takeManifest(Node file, uint32_t line) {
   RVXItem& item = mInventory.item(file);
   if (mPlaces.folderAbove(file) == mFolder) item.isInChain = true;
-  // A digest alone would vouch for entries that nobody reads.
+  // A file that is there but is not read as a list would have its digest checked, and its entries not.
   const bool isPassedOver = !item.isList && attributesOfItem(mInventory.names().path(file)).succeeded();
   if (isPassedOver) badLine(line, "no manifest");
 }

@@ -18,7 +18,7 @@ class RVXMediaListUse : private RVXMediaHashListReader::Receiver {
   RVXMediaListUse(RVXInventory& inventory, RVXPlaces& places, RVXHistories& histories)
       : mInventory(inventory), mPlaces(places), mHistories(histories), mEntries(inventory, places) {}
 
-  // Whether the list, by its name and place, is one of these. A folder that is a history is one as well.
+  // Whether `list` is a media hash list, by its name and place, or the folder of a history.
   [[nodiscard]] static bool isOne(const RVXInventory& inventory, Node list);
 
   void use(Node list);
@@ -31,7 +31,7 @@ class RVXMediaListUse : private RVXMediaHashListReader::Receiver {
   void badLine(uint32_t line, const char* problem) override;
   void ignorePattern(const std::string& pattern) override;
 
-  // What a chain names.
+  // Takes a manifest that the chain in use names.
   void takeManifest(Node file, uint32_t line);
   [[nodiscard]] std::string nameOf(const RVXMediaHash& entry) const;
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr size_t kFirstSlots = 1024;  // a power of two, as all later numbers of them
+constexpr size_t kFirstSlots = 1024;  // a power of two, and always doubled
 
 }  // namespace
 
@@ -47,7 +47,7 @@ size_t RVXNameTree::slotOf(Node parent, std::string_view name) const {
 
 void RVXNameTree::growSlots() {
   const size_t count = std::max(kFirstSlots, mSlots.size() * 2);
-  mSlots = {};  // before its successor is there, so that both never are
+  mSlots = {};  // first, so that the old and the new ones never take memory together
   mSlots.assign(count, kNone);
   for (Node node = 0; node < mNodes.size(); ++node) {
     if (parent(node) != kNone) mSlots[slotOf(parent(node), name(node))] = node;
@@ -55,7 +55,7 @@ void RVXNameTree::growSlots() {
 }
 
 std::string RVXNameTree::path(Node node) const {
-  std::vector<Node> below;  // the root, from the last to the first
+  std::vector<Node> below;  // the root, from the node upwards
   for (; parent(node) != kNone; node = parent(node)) below.push_back(node);
   std::string path(name(node));
   for (auto next = below.rbegin(); next != below.rend(); ++next) {

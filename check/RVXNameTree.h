@@ -16,7 +16,7 @@ class RVXNameTree {
   using Node = uint32_t;
   static constexpr Node kNone = UINT32_MAX;
 
-  // A tree of its own whose paths begin with `text`, a path as it was given; empty: the current folder.
+  // A new root, whose paths begin with `text`: a path as it was given, or empty for the current folder.
   Node addRoot(std::string_view text);
 
   // The node of that name in the folder `parent`; find() gives kNone where it was never added.
@@ -43,7 +43,7 @@ class RVXNameTree {
     Node parent = kNone;
     RVXByteStore::Place name = 0;
   };
-  // A node on the way up from one, and whether it is not where the way began.
+  // A node on the way up to the root. `isFolder`: not the one where the way began.
   struct Ancestor {
     Node node = kNone;
     bool isFolder = false;

@@ -19,14 +19,14 @@ class RVXNewListFile {
   // A failure is told by finish().
   void write(std::string_view text);
 
-  // Hands what was written to the storage and reads it back from there. EIO where that is something else. To
-  // be called once, at the end.
+  // Hands what was written to the storage and reads it back from there; EIO where it differs. To be called
+  // once, at the end.
   RVXOutcome<> finish();
 
   // The SHA-512 of what was written; once it is finished.
   [[nodiscard]] const std::string& sha512() const { return mSHA512; }
 
-  // The file under its temporary name, which goes with this object until it is kept.
+  // The file under its temporary name. It is removed with this object unless it was kept.
   RVXNewItem& item() { return mItem; }
 
  private:

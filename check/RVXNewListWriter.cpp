@@ -80,7 +80,7 @@ RVXOutcome<> RVXNewListWriter::addToHistory(const std::string& name) const {
 }
 
 RVXOutcome<> RVXNewListWriter::beginHistory(const std::string& name) const {
-  auto made = RVXNewItem::makeFolderIn(folder());  // first: it goes after what lies in it
+  auto made = RVXNewItem::makeFolderIn(folder());  // first, so that it is removed last, when it is empty
   if (made.failed()) return made.failure();
   RVXNewItem& history = made.value();
   auto files = makeFiles(history.path(), name);

@@ -11,18 +11,18 @@
 #include "formats/mhl/RVXNewMediaHashes.h"
 #include "platform/files/RVXOutcome.h"
 
-// Writes the new list of one scope, all of whose files were read. Either nothing of it is there afterwards,
-// or all; after a failure it is there only where the last sync of a folder failed. That the user interrupts
-// the run before the list has its name is a failure, too.
+// Writes the new list of one scope, all of whose files were read. Afterwards either the whole list is there
+// or nothing of it; after a failure nothing, unless only the last sync of a folder failed. It is a failure,
+// too, when the user interrupts the run before the list has its name.
 class RVXNewListWriter {
  public:
   RVXNewListWriter(const RVXInventory& inventory, const RVXReadFacts& facts, const RVXListCreator& creator,
                    const RVXScope& scope)
       : mInventory(inventory), mFacts(facts), mCreator(creator), mScope(scope) {}
 
-  // The list's path from the folder of the scope on. Never replaces a file.
+  // Both return the list's path below the scope's folder. This one never replaces a file.
   [[nodiscard]] RVXOutcome<std::string> writeMHL() const;
-  // The same of a manifest, the next generation of the history. The chain is replaced.
+  // Writes a manifest, the next generation of the history, and replaces the chain.
   [[nodiscard]] RVXOutcome<std::string> writeGeneration() const;
 
  private:

@@ -8,7 +8,7 @@
 // The lines of standard output, collected and written whole. Used by the main thread.
 class RVXOutput {
  public:
-  // `isLost` from the beginning where standard output is closed.
+  // `isLost`: standard output is closed from the beginning.
   explicit RVXOutput(bool isLost) : mIsLost(isLost) {}
 
   // Adds a line, without its line end.
@@ -16,10 +16,10 @@ class RVXOutput {
   // The same with the word that says what it is about, padded to its column.
   void addLine(std::string_view word, std::string_view text);
 
-  // Writes what was added; many lines are written before.
+  // Writes what was added. (When there are many lines, they are written earlier.)
   void flush();
 
-  // The line that is taken off the terminal before anything is written; null: none. It stays the caller's.
+  // Sets the progress line, which is erased before anything is written; null: none. The caller keeps it.
   void setProgressLine(RVXProgressLine* progressLine) { mProgressLine = progressLine; }
 
   // True once standard output could not be written.

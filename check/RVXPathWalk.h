@@ -29,7 +29,7 @@ class RVXPathWalk : private RVXFolderWalk::Visitor {
  private:
   using Node = RVXNameTree::Node;
 
-  // What was there when the arguments were looked at, and is not any more.
+  // A PATH that is gone since the arguments were looked at, or can't be examined any more.
   void addUnreadable(const std::string& path, const RVXIOFailure& failure);
   void addFolder(const std::string& path, const RVXFileIdentity& identity);
   void addList(const std::string& path);
@@ -48,5 +48,5 @@ class RVXPathWalk : private RVXFolderWalk::Visitor {
   std::vector<Node> mLists;
 };
 
-// Whether a list of that name is a media hash list, and no text.
+// Whether a list of that name is a media hash list and not a text file.
 bool isMediaHashListName(std::string_view name);

@@ -25,19 +25,19 @@ class RVXPlaces {
 
   explicit RVXPlaces(RVXInventory& inventory) : mInventory(inventory) {}
 
-  // The node of the folder at `path`: the one that a PATH before has given it, or a new root. Names may also
-  // lead to what lies beside it where it is called sha1 or md5.
+  // The node of the folder at `path`: the one that it has from an earlier PATH, or a new root. Where the
+  // folder is called sha1 or md5, names may also lead to what lies beside it.
   Node addRoot(const std::string& path, const RVXFileIdentity& identity);
 
-  // The node that is already known of a folder; kNone where there is none.
+  // The node that this folder has already; kNone where it has none.
   [[nodiscard]] Node knownFolder(const RVXFileIdentity& identity) const;
   void setKnownFolder(const RVXFileIdentity& identity, Node node) { mByIdentity.emplace(identity, node); }
 
-  // From now on, names in the root's lists may lead to `folder`, in which the root is called `name`. The
-  // first one counts, and none below the root itself, where a mount may show it again.
+  // From now on, names in the root's lists may lead to `folder`, in which the root is called `name`. Only the
+  // first call counts. A folder below the root itself, where a mount may show the root again, is not taken.
   void setFolderAbove(Node root, Node folder, const std::string& name);
 
-  // The folder in which the node lies, as far as names may lead; kNone for the outermost.
+  // The folder in which the node lies; kNone where names may lead no further up.
   [[nodiscard]] Node folderAbove(Node node) const;
 
   // What the node is called in the folder above it.
@@ -67,7 +67,7 @@ class RVXPlaces {
   };
   std::map<Node, Above> mAbove;            // of roots
   std::map<std::string, Node> mRealRoots;  // by their real paths
-  std::map<Node, Place> mFollowedFolders;  // that no walk has found
+  std::map<Node, Place> mFollowedFolders;  // nodes that no walk has found
 };
 
 // Whether lists of rvxcopy lie in a folder of that name: sha1 or md5, in any case.

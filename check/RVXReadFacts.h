@@ -10,8 +10,9 @@
 #include "check/RVXNameTree.h"
 #include "platform/threads/RVXMutex.h"
 
-// What the reading of files gives beside the check, for new lists. First one thread says of which files what
-// is wanted; then any thread takes it, of each file once; when all was read, it is asked for.
+// What new lists need to know of files, collected while these are read. Used in three steps: one thread says
+// what is wanted of which files; while the files are read, any thread passes it on, once for each file; when
+// all were read, one thread asks for it.
 class RVXReadFacts {
  public:
   using Node = RVXNameTree::Node;
@@ -22,25 +23,25 @@ class RVXReadFacts {
     std::array<char, 8> xxh64{};
   };
 
-  // False where it was wanted already.
+  // False where the same was said before.
   bool want(Node file);
   void wantC4(Node file) { mC4s[file]; }
 
-  // The digests that are needed of the file for that.
+  // The digests that are to be computed of the file.
   [[nodiscard]] std::vector<DigestKind> kindsFor(Node file) const;
-  // What was read of it, with digests of these kinds.
+  // Takes what was read of the file, with digests of these kinds.
   void take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) RVX_EXCLUDES(mLock);
-  // The file can't be read.
+  // Notes that the file can't be read.
   void fail(Node file, const std::string& error) RVX_EXCLUDES(mLock);
 
-  // Of a file that was wanted and could be read; C4 as bytes.
+  // Requires a file that was wanted and could be read. C4 is in bytes.
   [[nodiscard]] const Fact& of(Node file) const { return mFacts.at(file); }
   [[nodiscard]] const std::string& c4Of(Node file) const { return mC4s.at(file); }
-  // Why it could not; empty: it could.
+  // Why the file could not be read; empty where it could.
   [[nodiscard]] std::string errorOf(Node file) const RVX_EXCLUDES(mLock);
 
  private:
-  // Nothing is added to these two while threads take, each for other files.
+  // While files are read, these two keep their sizes, and each thread uses only the places of its own files.
   std::vector<Fact> mFacts;  // by the number of the node
   std::map<Node, std::string> mC4s;
   std::vector<bool> mIsWanted;

@@ -13,7 +13,7 @@ void RVXReaders::readDisk(std::vector<Node> files, size_t atOnce) {
 
 void RVXReaders::work(Queue& queue) {
   while (true) {
-    // Each number is drawn once, and what it stands for was there before the thread: relaxed.
+    // Each number is drawn once, and the queue was complete before the thread began: relaxed is enough.
     const size_t number = queue.next.fetch_add(1, std::memory_order_relaxed);
     if (number >= queue.files.size()) return;
     mLastBegun.store(queue.files[number], std::memory_order_relaxed);

@@ -9,8 +9,8 @@
 #include "check/RVXNameTree.h"
 #include "platform/threads/RVXThread.h"
 
-// Reads the files of all disks side by side: a queue for each disk, in whose order its files are begun, and a
-// number of threads for each queue.
+// Reads the files of all disks side by side. Each disk has a queue, whose files are begun in its order, and
+// threads of its own.
 class RVXReaders {
  public:
   using Node = RVXNameTree::Node;
@@ -18,7 +18,7 @@ class RVXReaders {
   // `readFile` is called with each file, on any thread; it must not throw.
   explicit RVXReaders(std::function<void(Node)> readFile) : mReadFile(std::move(readFile)) {}
 
-  // Adds a disk of whose files at most `atOnce` are read at a time, and starts. From one thread.
+  // Adds a disk and starts to read its files, at most `atOnce` at a time. To be called from one thread.
   void readDisk(std::vector<Node> files, size_t atOnce);
 
   // The file that was begun last; kNone before the first.
@@ -35,5 +35,5 @@ class RVXReaders {
   const std::function<void(Node)> mReadFile;
   std::atomic<Node> mLastBegun{RVXNameTree::kNone};
   std::deque<Queue> mQueues;
-  std::deque<RVXThread> mThreads;  // last: ended before what they use goes
+  std::deque<RVXThread> mThreads;  // last member: they are joined before what they use is destroyed
 };

@@ -20,8 +20,8 @@ class RVXReport {
   void tell(const RVXResults::Told& told);
 
   void tellUnsafe(const RVXCard::Judgement& judgement);
-  // `bytesRead` counts contents; the mount points are those that give no way past memory. `isInterrupted`
-  // adds how many files were not checked.
+  // The summary. `bytesRead` counts contents; the mount points are those that give no way past memory. With
+  // `isInterrupted` it also says how many files were not checked.
   void tellSummary(const RVXCounts& counts, int64_t bytesRead,
                    const std::vector<std::string>& memoryMountPoints, bool isInterrupted);
   void tellCard(const std::string& card, size_t copies, const RVXCard::Judgement& judgement,

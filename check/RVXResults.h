@@ -7,7 +7,7 @@
 #include "check/RVXInventory.h"
 #include "platform/threads/RVXMutex.h"
 
-// How many files are what. N, A to F of the summary.
+// The numbers of the summary line.
 struct RVXCounts {
   int64_t files = 0;  // listed, each once
   int64_t ok = 0;
@@ -19,13 +19,13 @@ struct RVXCounts {
   int64_t pending = 0;
 };
 
-// Collects the verdicts of the threads that read, and hands those that have something to tell to the main
-// thread, in the order of the printed paths and as soon as all before them are known.
+// Collects the verdicts of the reading threads. Hands those that make a line to the main thread, in the order
+// of the printed paths, each as soon as all before it are known.
 class RVXResults {
  public:
   using Node = RVXNameTree::Node;
 
-  // What the inventory knows by now counts as known. `pendingOthers` further files are being read.
+  // Verdicts that the inventory has already need not be posted. `pendingOthers` further files are being read.
   RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOthers);
 
   struct Checked {
@@ -34,9 +34,10 @@ class RVXResults {
     int64_t size = 0;  // bytes that were read
     uint16_t volume = 0;
   };
-  // What became of a pending file, from any thread. Wakes the main thread where there is something to do.
+  // Takes the verdict of a pending file, from any thread. Wakes the main thread when there is something to
+  // do.
   void post(Node node, Checked&& checked) RVX_EXCLUDES(mLock);
-  // One of these has been read.
+  // One of the further files has been read.
   void postOther() RVX_EXCLUDES(mLock);
 
   struct Told {

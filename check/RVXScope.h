@@ -25,13 +25,13 @@ struct RVXScope {
   RVXByteStore paths;
   std::vector<Entry> entries;  // in the order of their paths, bytewise
 
-  // Of a history:
+  // These four are for the next generation of a history:
   Node history = RVXNameTree::kNone;  // none yet
   std::vector<Node> manifests;        // from the oldest generation to the newest
   uint64_t number = 1;                // of the next generation
   std::vector<std::string> patterns;  // its gitignore lines
 
-  // Why no list can be written, as far as that can be told before anything is read, and whatever is.
+  // Why no list can be written, where that is known before anything is read.
   std::optional<std::string> obstacle;
 
   static constexpr const char* kHasHistory = " has a history of its own";

@@ -58,7 +58,8 @@ bool RVXScopeSelection::takesFolder(const Entry& entry) {
   const std::string_view path = mScope.pathOf(entry);
   if (mPatterns.ignoresItself(path, true)) {
     mClosedFolders.insert(entry.node);
-    // To others it is an empty folder where the patterns mean only what lies in it.
+    // A pattern that matches it only as a folder ("x/") means what lies in it: for other programs the folder
+    // is there, and empty.
     return !mPatterns.ignoresItself(path, false);
   }
   return !mHistories.excuse(entry.node, true);

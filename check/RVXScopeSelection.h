@@ -10,8 +10,8 @@
 #include "check/RVXScope.h"
 #include "formats/RVXIgnorePatterns.h"
 
-// Leaves of all that was found below a PATH what its new list is to hold: no histories, nothing that the
-// patterns of a history excuse, nor what the list's own ones match; and notes what stands in the way of it.
+// Selects what a PATH's new list is to hold. Of all that was found it leaves out histories, what the patterns
+// of a history excuse, and what the list's own patterns match. It also notes why there can be no list.
 class RVXScopeSelection {
  public:
   // The entries of the scope are sorted.
@@ -37,9 +37,9 @@ class RVXScopeSelection {
   const bool mIsForHistory;
   RVXScope& mScope;
   RVXIgnorePatterns mPatterns;
-  std::set<Node> mClosedFolders;  // of which nothing is taken
+  std::set<Node> mClosedFolders;  // nothing in them is taken
 
-  // The first of each sort; empty: none.
+  // The first obstacle of each kind; empty: none.
   std::string mInnerHistory;
   std::string mLink;
   std::string mName;

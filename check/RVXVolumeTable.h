@@ -20,11 +20,11 @@ class RVXVolumeTable {
   Number numberOf(const RVXFileIdentity& identity, const std::string& path) RVX_EXCLUDES(mLock);
   Number numberOfTarget(const RVXFileIdentity& identity, const std::string& path) RVX_EXCLUDES(mLock);
 
-  // The disk that the volume lies on: the same number for two volumes that share one, if only by way of a
-  // third.
+  // The disk of the volume. Two volumes have the same number when they share a disk, directly or through
+  // other volumes.
   [[nodiscard]] size_t diskOf(Number volume) const RVX_EXCLUDES(mLock);
 
-  // Whether copies on the volume count as on a disk.
+  // Whether the volume lies on a disk at all, so that copies there count.
   [[nodiscard]] bool isOnDisk(Number volume) const RVX_EXCLUDES(mLock);
 
   [[nodiscard]] bool isRotational(size_t disk) const RVX_EXCLUDES(mLock);

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-// A name from a list without what cancels itself out: so many folders up, then down through these. Valid as
+// A name from a list with its "." and ".." resolved: so many folders up, then down through these. Valid as
 // long as the name's text.
 struct RVXWay {
   size_t up = 0;

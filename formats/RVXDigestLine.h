@@ -14,7 +14,7 @@
 //   HEX *clip.mov           the coreutils, binary mode
 //
 // The label is MD5, SHA1, SHA256 or SHA512, also with a hyphen (SHA-1) or as openssl's SHA2-256, in any case;
-// where there is none the digest's length tells. Hexadecimal digits have any case. Behind a leading backslash
+// where there is none the digest's length tells. Hexadecimal digits have any case. After a leading backslash
 // the escapes \\, \n and \r of the name mean the byte they stand for, and no other escape is taken. Blanks in
 // front of a line mean nothing. Names are bytes, of any encoding.
 struct RVXDigestLine {

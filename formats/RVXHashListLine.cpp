@@ -33,7 +33,8 @@ std::optional<RVXHashListLine> RVXHashListLine::parse(std::string_view line) {
   const size_t nameEnd = line.find(kNameEnd, labelEnd);
   if (nameEnd == std::string_view::npos) return std::nullopt;
   std::string_view name = line.substr(labelEnd, nameEnd - labelEnd);
-  // The scan begins at the bracket and drops it; that of an empty name stays and becomes the name.
+  // The scan begins at the bracket and drops it. Where the name is empty the bracket stays and becomes the
+  // name.
   if (name.size() >= 2) name.remove_prefix(1);
 
   const std::string digest = withoutBlanks(line.substr(nameEnd + kNameEnd.size()));

@@ -7,7 +7,7 @@
 
 #include "include/DigestKind.h"
 
-// What a media hash list says of one file, or that a folder is to be there.
+// An entry of a media hash list: what it says of one file, or a folder that has to be there.
 struct RVXMediaHash {
   struct Digest {
     DigestKind kind = DigestKind::XXH64;
@@ -22,5 +22,5 @@ struct RVXMediaHash {
   std::string previousPath;  // what older generations call it; empty: the same
   bool isFolder = false;
   std::optional<int64_t> size;  // bytes
-  std::vector<Digest> digests;  // those that may be used: none is of a wrong form, or of a failed check
+  std::vector<Digest> digests;  // without those of a wrong form or of a failed check
 };

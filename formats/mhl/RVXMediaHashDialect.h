@@ -8,7 +8,7 @@
 
 // The elements of media hash lists that matter.
 enum class RVXMediaHashElement : uint8_t {
-  passedOver,  // with all that is in it
+  passedOver,  // together with everything inside it
   list,
   processInfo,
   process,
@@ -36,7 +36,7 @@ struct RVXMediaHashDialect {
   std::string_view space;  // of all its elements
   std::span<const Rule> rules;
 
-  // By the root of a list; null: of none.
+  // The format of a list with that root element; null: it is none of them.
   static const RVXMediaHashDialect* ofList(std::string_view space, std::string_view root,
                                            const char* version);
   static const RVXMediaHashDialect* ofManifest(std::string_view space, std::string_view root,
@@ -56,6 +56,6 @@ struct RVXMediaHashDigestName {
   DigestKind kind = DigestKind::XXH64;
   Form form = Form::text;
 
-  // Null: a digest of that name is not known.
+  // Null when no digest of that name is known.
   static const RVXMediaHashDigestName* find(std::string_view name);
 };

@@ -13,7 +13,7 @@ struct RVXNewFileHash {
   bool isKnown = false;  // an older generation has a digest of it, and the file was found equal
 };
 
-// The two digests of a folder: of what its files are, and of what they are called and are.
+// The two digests of a folder: of its files' contents, and of their names and contents.
 struct RVXNewFolderHash {
   std::string content;
   std::string structure;

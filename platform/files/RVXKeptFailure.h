@@ -5,8 +5,8 @@
 
 #include "platform/files/RVXReadRecovery.h"
 
-// For the reader of an owner that goes on after a failure: keeps the failure, and the file counts as ended
-// there. Nothing is kept of a block that could be read at the second try.
+// For an RVXRecoveringReader whose owner goes on after a failure. Keeps the failure, and the file counts as
+// ended there. A block that could be read at the second try leaves nothing.
 class RVXKeptFailure : public RVXReadRecovery {
  public:
   struct Failure {
@@ -14,7 +14,8 @@ class RVXKeptFailure : public RVXReadRecovery {
     int64_t position = 0;  // bytes
   };
 
-  // What could not be read, also at the second try: the failure of the first one. None while all could.
+  // The failure of a block that could not be read at the second try either: that of its first try. None while
+  // all blocks could be read.
   [[nodiscard]] const std::optional<Failure>& failure() const { return mFailure; }
 
   void readFailed(const RVXIOFailure& failure, int64_t position) override { mFirst = {failure, position}; }

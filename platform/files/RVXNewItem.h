@@ -5,10 +5,10 @@
 #include "platform/files/RVXFileHandle.h"
 #include "platform/files/RVXOutcome.h"
 
-// A new file or folder that nobody is to see before it is complete: it begins under a name of its own in the
-// folder in which it is to lie, ".rvxcopy-N-N.tmp", short enough to fit wherever another name does. Until it
-// is kept, it is removed again with the object, also under the name that it was given meanwhile; a folder
-// only when it is empty by then.
+// A new file or folder that nobody is to see before it is complete. It begins under a temporary name,
+// ".rvxcopy-N-N.tmp", in the folder in which it is to lie; the name is short enough for every file system.
+// Until it is kept, it is removed together with this object, also under the name that it was given meanwhile;
+// a folder only when it is empty by then.
 class RVXNewItem {
  public:
   RVXNewItem() = default;  // nothing
@@ -24,10 +24,10 @@ class RVXNewItem {
   // Where it is by now.
   [[nodiscard]] const std::string& path() const { return mPath; }
 
-  // Gives it its name. EEXIST where anything is there. Where the file system can't promise that at once
-  // (RENAME_NOREPLACE), it is looked before.
+  // Gives it its name. EEXIST where anything has that name. Where the file system can't check this in the
+  // same step (RENAME_NOREPLACE), it is checked before.
   RVXOutcome<> moveTo(const std::string& path);
-  // The same in the place of what is there, and keeps it: the other one is gone.
+  // Gives it its name, replacing what has that name, and keeps it.
   RVXOutcome<> replace(const std::string& path);
 
   void keep() { mPath.clear(); }

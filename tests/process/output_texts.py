@@ -90,7 +90,7 @@ ARGUMENT_REPORTS = {
                          "ERROR: framenumber not in range of sequence.\n")],
 }
 
-# In the program, but printed by no run; rvxcopy-output(7) calls them reserved.
+# In the program, but printed by no run.
 RESERVED_TEXTS = {
     "INFO: forced exit of %t\n",
     "ERROR: couldn't read hash file %s.\n",
