@@ -19,7 +19,7 @@
 // one thread.
 class RVXFlushGroup {
  public:
-  static constexpr size_t kMostFiles = 512;
+  static constexpr size_t kMostFiles = 4096;
   static constexpr int64_t kMostBytes = int64_t{512} * 1024 * 1024;
 
   RVXFlushGroup();

@@ -8,6 +8,7 @@
 #include "frontend/RVXSourceFile.h"
 #include "include/Print.h"
 #include "platform/files/RVXFileSystem.h"
+#include "platform/threads/RVXOperationQueue.h"
 
 namespace {
 
@@ -34,11 +35,17 @@ uint64_t copyFile(const CopyJobOptions& options, const CopyPlan& plan, const RVX
 }
 
 // A copy is safe from a power cut only when its name is, too. Each folder is synced once for all its files,
-// because that is slow.
+// and all of them side by side, because that is slow.
 void syncDestinationFolders(const CopyPlan& plan) {
-  for (const std::string& folder : plan.destinationPaths) {
-    const auto synced = syncFolder(folder);
-    if (synced.failed()) endProcessOnWriteFailure(synced.failure(), folder);
+  const auto& folders = plan.destinationPaths;
+  std::vector<RVXOutcome<>> synced(folders.size());
+  RVXOperationQueue queue;
+  for (size_t k = 0; k < folders.size(); ++k) {
+    queue.addOperation([&outcome = synced[k], &folder = folders[k]] { outcome = syncFolder(folder); });
+  }
+  queue.waitUntilAllOperationsAreFinished();
+  for (size_t k = 0; k < folders.size(); ++k) {
+    if (synced[k].failed()) endProcessOnWriteFailure(synced[k].failure(), folders[k]);
   }
 }
 

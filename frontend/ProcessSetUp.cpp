@@ -12,6 +12,7 @@
 void setUpProcess() {
   openMissingStandardDescriptors();
   installSignalHandler();
+  raiseOpenFileLimit();
   std::signal(SIGXFSZ, SIG_IGN);
   std::setvbuf(stdout, nullptr, _IONBF, 0);
   std::set_new_handler(endProcessWithoutMemory);

@@ -113,6 +113,13 @@ std::optional<std::string> homeFolder(const std::string& user) {
   return entry != nullptr ? std::optional<std::string>(entry->pw_dir) : std::nullopt;
 }
 
+void raiseOpenFileLimit() {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 size_t freeDescriptors() {
   rlimit limit{};
   constexpr size_t kFewestByPOSIX = _POSIX_OPEN_MAX;

@@ -26,6 +26,9 @@ std::string processName();
 // The home folder of that user, or of the process's own user when `user` is empty; none when there is none.
 std::optional<std::string> homeFolder(const std::string& user);
 
+// Lets the process open as many files as its parent allows it to ask for.
+void raiseOpenFileLimit();
+
 // How many more files the process may open. Its parent may have left it with many that are open already.
 size_t freeDescriptors();
 

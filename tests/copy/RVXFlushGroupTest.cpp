@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "copy/RVXFlushGroup.h"
 #include "tests/support/Files.h"
@@ -41,12 +42,20 @@ TEST_F(RVXFlushGroupTest, CopiesStayOpenUntilTheyAreFlushed) {
 }
 
 TEST_F(RVXFlushGroupTest, FullGroupIsFlushed) {
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const size_t free = 100;
+  const rlimit lowered{mOpenBefore + free, before.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &lowered);
+  RVXFlushGroup group;
   size_t most = 0;
-  for (size_t i = 0; i < RVXFlushGroup::kMostFiles; ++i) {
-    mGroup.add(copies("copy"));
+  for (size_t i = 0; i < free; ++i) {
+    group.add(copies("copy"));
     most = std::max(most, openFiles());
   }
-  EXPECT_LE(most, mOpenBefore + RVXFlushGroup::kMostFiles);
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_LE(most, mOpenBefore + free / 2);
+  EXPECT_GT(most, mOpenBefore + free / 4);
 }
 
 TEST_F(RVXFlushGroupTest, WhatIsNoFileIsClosedAtOnce) {

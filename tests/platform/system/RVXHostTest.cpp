@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -62,6 +63,17 @@ TEST(RVXHostTest, MountedVolumes) {
   }
   const auto realFolders = mountsByShell("$3 !~ /^(proc|sysfs|tmpfs|devpts|devtmpfs|cgroup2?|mqueue)$/");
   for (const std::string& volume : volumes) EXPECT_TRUE(contains(realFolders, volume)) << volume;
+}
+
+TEST(RVXHostTest, AsManyFilesMayBeOpenAsTheParentAllows) {
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit lowered{100, before.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &lowered);
+  EXPECT_LT(freeDescriptors(), 100U);
+  raiseOpenFileLimit();
+  EXPECT_GT(freeDescriptors(), before.rlim_max - 100);
+  ::setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST(RVXHostTest, MissingStandardDescriptorsAreOpened) {
