@@ -12,7 +12,7 @@ import termios
 
 from check import RVXCHECK, CheckRuns, digest, hash_of, manifest, summary
 from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, require, require_mounts, run, warm
-from support import CHUNK, SANITIZERS, main, pattern, share
+from support import CHUNK, SANITIZERS, THOROUGH, main, pattern, share
 
 A = b"take one"
 
@@ -171,7 +171,7 @@ class SweepTest(CheckStorageTest):
         outcomes = set()
         cases = [(call, path, nth, *fault) for call, path, count in calls for nth in range(1, count + 1)
                  for fault in FAULTS]
-        for call, path, nth, error, times in share(cases, 3):
+        for call, path, nth, error, times in share(cases, 15 if SANITIZERS else 7):
             with self.subTest(call=call, path=path, nth=nth, error=error, times=times):
                 fault = "%s =%s %d %s %s" % (call, path, nth, times, error)
                 run = subprocess.run(self.command(*self.arguments), cwd=self.folder, capture_output=True,
@@ -190,7 +190,8 @@ class SweepTest(CheckStorageTest):
                                or below in (b"p", b"p/sub", b"p/reel"))
                     self.assertTrue(is_list or all(line.endswith(below) or b"link" in line for line in missing),
                                     (missing, run.stdout))
-        self.assertLessEqual(self.met, outcomes)
+        if THOROUGH:
+            self.assertLessEqual(self.met, outcomes)
 
 
 class CardSweepTest(SweepTest):
