@@ -7,7 +7,6 @@
 #include "check/RVXHistories.h"
 #include "platform/digests/RVXAnyDigest.h"
 #include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
 
 namespace {

@@ -6,7 +6,6 @@
 
 #include "check/RVXDifferences.h"
 #include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXIOFailure.h"
 #include "platform/system/RVXInterruption.h"
 

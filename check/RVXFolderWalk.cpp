@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "platform/files/RVXFolderReader.h"
+#include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/system/RVXInterruption.h"
 

@@ -4,7 +4,6 @@
 
 #include "check/RVXWay.h"
 #include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/system/RVXUnicodeText.h"
 

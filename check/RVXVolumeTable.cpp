@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/files/RVXFolderReader.h"
+#include "platform/files/RVXFileSystem.h"
 
 namespace {
 

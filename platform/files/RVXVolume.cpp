@@ -11,7 +11,6 @@
 
 #include "platform/files/RVXFileHandle.h"
 #include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/files/RVXTextFile.h"
 
