@@ -95,7 +95,7 @@ RVXCard::Judgement RVXCard::judge() {
   Judgement judgement;
   judgement.files = mFiles.size() + mOtherCount;
   for (const auto& [node, reason] : mUnsafe) judgement.unsafe.push_back({node, reason});
-  std::sort(judgement.unsafe.begin(), judgement.unsafe.end(), [this](const auto& one, const auto& other) {
+  std::ranges::sort(judgement.unsafe, [this](const auto& one, const auto& other) {
     return mInventory.names().comesBefore(one.node, other.node);
   });
   return judgement;
@@ -140,8 +140,7 @@ std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
     const RVXListedDigest& listed = mInventory.digest(copy.digest);
     return std::tuple(mInventory.textOf(listed), std::as_const(mInventory).item(listed.node).size, copy.disk);
   };
-  std::sort(good.begin(), good.end(),
-            [&](const GoodCopy& one, const GoodCopy& other) { return key(one) < key(other); });
+  std::ranges::sort(good, {}, key);
   good.erase(std::unique(good.begin(), good.end(),
                          [&](const GoodCopy& one, const GoodCopy& other) { return key(one) == key(other); }),
              good.end());
@@ -150,14 +149,12 @@ std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
 
 void RVXCard::judgeFiles() {
   const std::vector<GoodCopy> good = goodCopies();
-  std::sort(mRead.begin(), mRead.end(),
-            [](const ReadDigest& one, const ReadDigest& other) { return one.file < other.file; });
+  std::ranges::sort(mRead, {}, &ReadDigest::file);
   for (const Node file : mFiles) {
     if (!std::as_const(mInventory).item(file).isRegular || mUnsafe.contains(file)) continue;
     Disks disks;
-    const auto read = std::lower_bound(mRead.begin(), mRead.end(), file,
-                                       [](const ReadDigest& one, Node sought) { return one.file < sought; });
-    for (auto digest = read; digest != mRead.end() && digest->file == file; ++digest) {
+    auto digest = std::ranges::lower_bound(mRead, file, {}, &ReadDigest::file);
+    for (; digest != mRead.end() && digest->file == file; ++digest) {
       for (const std::string& text : RVXInventory::textsOf(mTexts.at(digest->text))) {
         addDisks(disks, good, file, text);
       }
@@ -171,9 +168,7 @@ void RVXCard::addDisks(Disks& disks, const std::vector<GoodCopy>& good, Node fil
   const auto textOf = [this](const GoodCopy& copy) {
     return mInventory.textOf(mInventory.digest(copy.digest));
   };
-  auto copy =
-      std::lower_bound(good.begin(), good.end(), text,
-                       [&](const GoodCopy& one, std::string_view sought) { return textOf(one) < sought; });
+  auto copy = std::ranges::lower_bound(good, text, {}, textOf);
   for (; copy != good.end() && textOf(*copy) == text; ++copy) {
     const Node node = mInventory.digest(copy->digest).node;
     const int64_t size = std::as_const(mInventory).item(node).size;
@@ -199,9 +194,8 @@ std::map<std::string, RVXCard::Disks> RVXCard::disksOfGoodLinks() const {
 }
 
 void RVXCard::judgeLinks() {
-  const bool hasLinks = std::any_of(mFiles.begin(), mFiles.end(), [this](Node file) {
-    return std::as_const(mInventory).item(file).isLink;
-  });
+  const bool hasLinks =
+      std::ranges::any_of(mFiles, [this](Node file) { return std::as_const(mInventory).item(file).isLink; });
   if (!hasLinks) return;
   const auto links = disksOfGoodLinks();
   for (const Node file : mFiles) {

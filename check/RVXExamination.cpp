@@ -14,13 +14,6 @@ namespace {
 // No copy of a card's file has that size: it stands for a link that is good by its text.
 constexpr int64_t kNoContents = -1;
 
-void sortBadLines(RVXInventory& inventory) {
-  std::stable_sort(inventory.badLines.begin(), inventory.badLines.end(),
-                   [](const RVXBadLines& one, const RVXBadLines& other) {
-                     return std::pair(one.list, one.first) < std::pair(other.list, other.first);
-                   });
-}
-
 }  // namespace
 
 std::vector<RVXExamination::Node> RVXExamination::examineListedFiles() {
@@ -39,7 +32,8 @@ std::vector<RVXExamination::Node> RVXExamination::examineListedFiles() {
     }
     if (mInventory.item(node).verdict == RVXVerdict::pending) toRead.push_back(node);
   }
-  sortBadLines(mInventory);
+  std::ranges::stable_sort(mInventory.badLines, {},
+                           [](const RVXBadLines& bad) { return std::pair(bad.list, bad.first); });
   return toRead;
 }
 

@@ -66,9 +66,7 @@ std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNameTree::Node 
   // An entry that neither the contents nor the link's text fits; the text's is the one that is told.
   auto ofText = compared.ofLinkText(text.value());
   std::erase_if(ofText, [&](const RVXFinding::Difference& one) {
-    return std::none_of(
-        differences.begin(), differences.end(),
-        [&](const RVXFinding::Difference& ofContents) { return ofContents.digest == one.digest; });
+    return std::ranges::find(differences, one.digest, &RVXFinding::Difference::digest) == differences.end();
   });
   return compared.withoutRepetitions(std::move(ofText));
 }

@@ -144,26 +144,22 @@ void RVXHistories::sortGenerations(History& history) {
     const std::string_view name = mInventory.names().name(generation.manifest);
     return std::pair(generationOf(name), name);
   };
-  std::sort(history.generations.begin(), history.generations.end(),
-            [&](const Generation& one, const Generation& other) { return key(one) < key(other); });
+  std::ranges::sort(history.generations, {}, key);
   for (size_t i = 0; i < history.generations.size(); ++i) mGenerations[history.generations[i].manifest] = i;
 }
 
 void RVXHistories::readRenames(Generation& generation) {
   RenameReader(mTexts, generation.renames).read(mInventory.names().path(generation.manifest));
-  std::stable_sort(generation.renames.begin(), generation.renames.end(),
-                   [this](const Rename& one, const Rename& other) {
-                     return mTexts.at(one.before) < mTexts.at(other.before);
-                   });
+  std::ranges::stable_sort(generation.renames, {},
+                           [this](const Rename& rename) { return mTexts.at(rename.before); });
 }
 
 std::string RVXHistories::renamed(const Generation& generation, const std::string& name) const {
   // The item itself, else the nearest folder above it.
   for (size_t end = name.size(); end != std::string::npos && end > 0; end = name.rfind('/', end - 1)) {
     const std::string_view part = std::string_view(name).substr(0, end);
-    const auto rename = std::lower_bound(
-        generation.renames.begin(), generation.renames.end(), part,
-        [this](const Rename& one, std::string_view sought) { return mTexts.at(one.before) < sought; });
+    const auto rename = std::ranges::lower_bound(generation.renames, part, {},
+                                                 [this](const Rename& one) { return mTexts.at(one.before); });
     if (rename == generation.renames.end() || mTexts.at(rename->before) != part) continue;
     return pathByAppendingComponent(mTexts.at(rename->after), std::string_view(name).substr(end));
   }

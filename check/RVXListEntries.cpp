@@ -43,7 +43,7 @@ void RVXListEntries::end(const RVXOutcome<>& done, const char* problem) {
     badLine(0, problem);
   }
   // Not all are told in order: the whole list's is to come first.
-  std::sort(badLines.begin() + static_cast<std::ptrdiff_t>(mFirstBadLine), badLines.end(),
-            [](const RVXBadLines& one, const RVXBadLines& other) { return one.first < other.first; });
+  std::ranges::sort(badLines.begin() + static_cast<std::ptrdiff_t>(mFirstBadLine), badLines.end(), {},
+                    &RVXBadLines::first);
   mInventory.item(mInventory.lists.back().node).hasBadLines = badLines.size() > mFirstBadLine;
 }

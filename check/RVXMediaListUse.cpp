@@ -91,6 +91,6 @@ std::string RVXMediaListUse::nameOf(const RVXMediaHash& entry) const {
   if (!entry.mayHaveBackslashes) return entry.path;
   std::string name = entry.path;
   const std::string path = pathByAppendingComponent(mInventory.names().path(mFolder), name);
-  if (attributesOfItem(path).failed()) std::replace(name.begin(), name.end(), '\\', '/');
+  if (attributesOfItem(path).failed()) std::ranges::replace(name, '\\', '/');
   return name;
 }

@@ -143,8 +143,7 @@ RVXNewFileHash RVXNewListWriter::hashOf(const Entry& entry) const {
 
 bool RVXNewListWriter::isKnown(RVXNameTree::Node file) const {
   if (mScope.history == RVXNameTree::kNone) return false;
-  const auto entries = mInventory.entriesOf(file);
-  return std::any_of(entries.begin(), entries.end(), [this](uint32_t number) {
+  return std::ranges::any_of(mInventory.entriesOf(file), [this](uint32_t number) {
     const RVXListedDigest& listed = mInventory.digest(number);
     const RVXNameTree::Node list = mInventory.lists[listed.list].node;
     return mInventory.hasDigest(listed) && mInventory.names().parent(list) == mScope.history;

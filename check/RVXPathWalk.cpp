@@ -22,9 +22,9 @@ bool isTextListName(std::string_view name) {
       std::to_array<std::string_view>({".sha1", ".md5", ".sha256", ".sha512"});
   static constexpr auto kNames =
       std::to_array<std::string_view>({"SHA1SUMS", "MD5SUMS", "SHA256SUMS", "SHA512SUMS"});
-  return std::any_of(kExtensions.begin(), kExtensions.end(),
-                     [&](std::string_view extension) { return hasExtension(name, extension); }) ||
-         std::find(kNames.begin(), kNames.end(), name) != kNames.end();
+  return std::ranges::any_of(kExtensions,
+                             [&](std::string_view extension) { return hasExtension(name, extension); }) ||
+         std::ranges::find(kNames, name) != kNames.end();
 }
 
 // What lists, and folders of lists, are called until they are complete.
@@ -81,8 +81,8 @@ void RVXPathWalk::noteList(Node list) {
 }
 
 std::vector<RVXNameTree::Node> RVXPathWalk::finish() {
-  std::sort(mLists.begin(), mLists.end(),
-            [this](Node one, Node other) { return mInventory.names().comesBefore(one, other); });
+  std::ranges::sort(mLists,
+                    [this](Node one, Node other) { return mInventory.names().comesBefore(one, other); });
   for (const Node list : mLists) markFoldersAbove(list);
   for (const Node folder : mFolderPaths) {
     if (mInventory.item(folder).isListFolder) continue;

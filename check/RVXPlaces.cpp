@@ -103,8 +103,7 @@ std::string RVXPlaces::nameOf(Node folder) const {
 }
 
 bool RVXPlaces::isBelowPath(const std::string& realPath) const {
-  return std::any_of(mRealRoots.begin(), mRealRoots.end(),
-                     [&](const auto& root) { return isIn(realPath, root.first); });
+  return std::ranges::any_of(mRealRoots, [&](const auto& root) { return isIn(realPath, root.first); });
 }
 
 RVXPlaces::Place RVXPlaces::folderIn(const Place& parent, std::string_view name) {

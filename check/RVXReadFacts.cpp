@@ -33,7 +33,7 @@ void RVXReadFacts::take(Node file, const std::vector<DigestKind>& kinds, const R
       Fact& fact = mFacts[file];
       fact.size = contents.length;
       fact.modified = contents.modified;
-      std::copy(digest.begin(), digest.end(), fact.xxh64.begin());
+      std::ranges::copy(digest, fact.xxh64.begin());
     }
   }
 }

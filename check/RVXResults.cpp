@@ -78,8 +78,8 @@ void RVXResults::sortNodes() {
   for (Node node = 0; node < mInventory.names().size(); ++node) {
     if (mayTell(node)) mOrder.push_back(node);
   }
-  std::sort(mOrder.begin(), mOrder.end(),
-            [this](Node one, Node other) { return mInventory.names().comesBefore(one, other); });
+  std::ranges::sort(mOrder,
+                    [this](Node one, Node other) { return mInventory.names().comesBefore(one, other); });
 }
 
 bool RVXResults::mayTell(Node node) const {

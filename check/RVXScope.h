@@ -37,8 +37,7 @@ struct RVXScope {
   static constexpr const char* kHasHistory = " has a history of its own";
 
   [[nodiscard]] size_t fileCount() const {
-    return static_cast<size_t>(
-        std::count_if(entries.begin(), entries.end(), [](const Entry& entry) { return !entry.isFolder; }));
+    return static_cast<size_t>(std::ranges::count(entries, false, &Entry::isFolder));
   }
   [[nodiscard]] std::string_view pathOf(const Entry& entry) const { return paths.at(entry.path); }
 };

@@ -9,15 +9,12 @@
 std::vector<RVXScope> RVXScopeSurvey::scopesOf(const std::vector<Node>& folders) const {
   std::vector<RVXScope> scopes;
   for (const Node folder : folders) {
-    const auto isOfFolder = [&](const RVXScope& scope) { return scope.path == folder; };
-    if (std::none_of(scopes.begin(), scopes.end(), isOfFolder)) scopes.push_back(emptyScope(folder));
+    const bool isNew = std::ranges::find(scopes, folder, &RVXScope::path) == scopes.end();
+    if (isNew) scopes.push_back(emptyScope(folder));
   }
   addFoundItems(scopes);
   for (RVXScope& scope : scopes) {
-    std::sort(scope.entries.begin(), scope.entries.end(),
-              [&](const RVXScope::Entry& one, const RVXScope::Entry& other) {
-                return scope.pathOf(one) < scope.pathOf(other);
-              });
+    std::ranges::sort(scope.entries, {}, [&](const RVXScope::Entry& entry) { return scope.pathOf(entry); });
     RVXScopeSelection(mInventory, mPlaces, mHistories, mKind, scope).select();
   }
   return scopes;
@@ -45,7 +42,7 @@ std::vector<std::string> RVXScopeSurvey::patternsOf(const RVXScope& scope) const
   const std::vector<std::string> temporary = {".rvxcopy-*.tmp"};
   for (const auto& lines : {always, RVXIgnoredNames::linesOfSystems(), temporary, mIgnored.linesOfUser()}) {
     for (const std::string& line : lines) {
-      const bool isNew = std::find(patterns.begin(), patterns.end(), line) == patterns.end();
+      const bool isNew = std::ranges::find(patterns, line) == patterns.end();
       if (isNew && !line.empty()) patterns.push_back(line);
     }
   }

@@ -7,9 +7,7 @@
 namespace {
 
 bool haveOneInCommon(const std::vector<std::string>& some, const std::vector<std::string>& others) {
-  return std::any_of(some.begin(), some.end(), [&](const std::string& disk) {
-    return std::find(others.begin(), others.end(), disk) != others.end();
-  });
+  return std::ranges::find_first_of(some, others) != some.end();
 }
 
 }  // namespace
@@ -38,8 +36,8 @@ bool RVXVolumeTable::isOnDisk(Number volume) const {
 
 bool RVXVolumeTable::isRotational(size_t disk) const {
   const RVXMutexLock lock(mLock);
-  return std::any_of(mEntries.begin(), mEntries.end(),
-                     [&](const Entry& entry) { return entry.disk == disk && entry.volume.isRotational; });
+  return std::ranges::any_of(
+      mEntries, [&](const Entry& entry) { return entry.disk == disk && entry.volume.isRotational; });
 }
 
 void RVXVolumeTable::noteRead(const RVXFileIdentity& identity, const std::string& path) {
@@ -54,13 +52,12 @@ std::vector<std::string> RVXVolumeTable::mountPointsReadFromMemory() const {
   for (const Entry& entry : mEntries) {
     if (entry.isReadFromMemory.value_or(false)) mountPoints.push_back(entry.volume.mountPoint);
   }
-  std::sort(mountPoints.begin(), mountPoints.end());
+  std::ranges::sort(mountPoints);
   return mountPoints;
 }
 
 RVXVolumeTable::Entry* RVXVolumeTable::known(const RVXFileIdentity& identity) {
-  const auto entry = std::find_if(mEntries.begin(), mEntries.end(),
-                                  [&](const Entry& one) { return one.device == identity.device; });
+  const auto entry = std::ranges::find(mEntries, identity.device, &Entry::device);
   return entry != mEntries.end() ? &*entry : nullptr;
 }
 

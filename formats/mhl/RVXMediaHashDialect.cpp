@@ -59,8 +59,8 @@ const Dialect* Dialect::ofChain(std::string_view space, std::string_view root) {
 RVXMediaHashElement Dialect::elementOf(RVXMediaHashElement parent, std::string_view elementSpace,
                                        std::string_view name) const {
   if (elementSpace != space) return passedOver;
-  const auto rule = std::find_if(rules.begin(), rules.end(),
-                                 [&](const Rule& one) { return one.parent == parent && one.name == name; });
+  const auto rule =
+      std::ranges::find_if(rules, [&](const Rule& one) { return one.parent == parent && one.name == name; });
   if (rule != rules.end()) return rule->element;
   return parent == entry && RVXMediaHashDigestName::find(name) != nullptr ? digest : passedOver;
 }
@@ -77,7 +77,6 @@ const RVXMediaHashDigestName* RVXMediaHashDigestName::find(std::string_view name
                                              {"xxhash", DigestKind::XXH32, Form::decimal},
                                              {"xxhash64", DigestKind::XXH64, Form::inAnyOrder},
                                              {"xxhash64be", DigestKind::XXH64}});
-  const auto* const found = std::find_if(kNames.begin(), kNames.end(),
-                                         [&](const RVXMediaHashDigestName& one) { return one.name == name; });
+  const auto* const found = std::ranges::find(kNames, name, &RVXMediaHashDigestName::name);
   return found != kNames.end() ? found : nullptr;
 }

@@ -136,7 +136,7 @@ void RVXMediaHashListReader::takeDigest() {
 }
 
 void RVXMediaHashListReader::addProblem(const char* problem) {
-  if (std::find(mProblems.begin(), mProblems.end(), problem) != mProblems.end()) return;
+  if (std::ranges::find(mProblems, problem) != mProblems.end()) return;
   mProblems.push_back(problem);
   mReceiver.badLine(mEntry.line, problem);
 }

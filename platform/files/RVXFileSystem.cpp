@@ -146,7 +146,7 @@ std::vector<std::string> folderEntries(const std::string& path) {
   std::vector<std::string> names;
   [[maybe_unused]] const auto ignored =
       readFolder(path, [&](const char* name, RVXFileType /*type*/) { names.emplace_back(name); });
-  std::sort(names.begin(), names.end());
+  std::ranges::sort(names);
   return names;
 }
 

@@ -54,7 +54,7 @@ std::optional<Mount> mountNumber(const std::string& number) {
   if (table.failed()) return std::nullopt;
   for (const std::string& line : splitAt(table.value(), '\n')) {
     const std::vector<std::string> fields = splitAt(line, ' ');
-    const auto dash = std::find(fields.begin(), fields.end(), "-");
+    const auto dash = std::ranges::find(fields, "-");
     if (fields.front() != number || fields.end() - dash < 4) continue;
     return Mount{fields[2], withoutOctalEscapes(fields[4]), dash[1], withoutOctalEscapes(dash[2]), dash[3]};
   }
@@ -79,9 +79,7 @@ std::optional<std::string> systemFolder(const std::string& name) {
 }
 
 void addDisk(RVXVolume& volume, const std::string& name) {
-  if (std::find(volume.disks.begin(), volume.disks.end(), name) == volume.disks.end()) {
-    volume.disks.push_back(name);
-  }
+  if (std::ranges::find(volume.disks, name) == volume.disks.end()) volume.disks.push_back(name);
 }
 
 // Disks of virtual machines (virtio, Xen) call themselves rotational whatever lies behind them.
@@ -120,9 +118,7 @@ void addBtrfsDevices(RVXVolume& volume, const std::string& sourceNumber) {
   for (const std::string& fileSystem : folderEntries(all)) {
     const std::string folder = pathByAppendingComponent(all, fileSystem) + "/devices";
     const std::vector<std::string> members = folderEntries(folder);
-    if (!source || std::find(members.begin(), members.end(), lastPathComponent(*source)) == members.end()) {
-      continue;
-    }
+    if (!source || std::ranges::find(members, lastPathComponent(*source)) == members.end()) continue;
     for (const std::string& member : members) addBlockDevice(volume, "/sys/class/block/" + member);
   }
 }
@@ -141,9 +137,7 @@ std::optional<std::string> serverOf(const Mount& mount) {
       std::to_array<std::string_view>({"nfs", "nfs4", "ceph", "lustre", "glusterfs", "afs"});
   static constexpr auto kNamedBehindSlashes = std::to_array<std::string_view>({"cifs", "smb3", "smbfs"});
   static constexpr auto kOfTheHost = std::to_array<std::string_view>({"9p", "virtiofs"});
-  const auto isOneOf = [&](const auto& types) {
-    return std::find(types.begin(), types.end(), mount.type) != types.end();
-  };
+  const auto isOneOf = [&](const auto& types) { return std::ranges::find(types, mount.type) != types.end(); };
   const bool isBehindSlashes = isOneOf(kNamedBehindSlashes);
   if (!isBehindSlashes && !isOneOf(kNamedInSource)) {
     return isOneOf(kOfTheHost) ? std::optional<std::string>("the host") : std::nullopt;

@@ -59,8 +59,7 @@ bool isRealFileSystem(const mntent& mount) {
       {"nfs", "nfs4", "cifs", "smb3", "smbfs", "9p", "afs", "ceph", "glusterfs", "lustre", "virtiofs"});
   const std::string_view type = mount.mnt_type;
   return std::string_view(mount.mnt_fsname).starts_with("/dev/") || type == "fuse" ||
-         type.starts_with("fuse.") ||
-         std::find(kNetworkTypes.begin(), kNetworkTypes.end(), type) != kNetworkTypes.end();
+         type.starts_with("fuse.") || std::ranges::find(kNetworkTypes, type) != kNetworkTypes.end();
 }
 
 std::vector<std::string> mountFolders() {
