@@ -30,24 +30,9 @@ struct CloseFolder {
 using Folder = std::unique_ptr<DIR, CloseFolder>;
 
 RVXFileType typeOf(const dirent& entry, const std::string& folder) {
-  switch (entry.d_type) {
-    case DT_REG:
-      return RVXFileType::regular;
-    case DT_DIR:
-      return RVXFileType::folder;
-    case DT_LNK:
-      return RVXFileType::symbolicLink;
-    case DT_FIFO:
-      return RVXFileType::fifo;
-    case DT_BLK:
-      return RVXFileType::blockDevice;
-    case DT_UNKNOWN: {
-      const auto attributes = attributesOfItem(pathByAppendingComponent(folder, entry.d_name));
-      return attributes.succeeded() ? attributes.value().type : RVXFileType::regular;
-    }
-    default:
-      return RVXFileType::other;
-  }
+  if (entry.d_type != DT_UNKNOWN) return fileTypeOf(static_cast<mode_t>(DTTOIF(entry.d_type)));
+  const auto attributes = attributesOfItem(pathByAppendingComponent(folder, entry.d_name));
+  return attributes.succeeded() ? attributes.value().type : RVXFileType::regular;
 }
 
 }  // namespace
