@@ -40,20 +40,15 @@ bool isVersion1(std::string_view version) {
 
 }  // namespace
 
-const Dialect* Dialect::ofList(std::string_view space, std::string_view root, const char* version) {
-  const bool isOldList =
-      space == kVersion1.space && root == "hashlist" && version != nullptr && ::isVersion1(version);
-  return isOldList ? &kVersion1 : ofManifest(space, root, version);
-}
-
-const Dialect* Dialect::ofManifest(std::string_view space, std::string_view root, const char* version) {
-  const bool isManifest = space == kManifest.space && root == "hashlist" && version != nullptr &&
-                          std::string_view(version) == "2.0";
-  return isManifest ? &kManifest : nullptr;
-}
-
-const Dialect* Dialect::ofChain(std::string_view space, std::string_view root) {
-  return space == kChain.space && root == "ascmhldirectory" ? &kChain : nullptr;
+const Dialect* Dialect::of(Expected expected, std::string_view space, std::string_view root,
+                           const char* version) {
+  if (expected == Expected::chain) {
+    return space == kChain.space && root == "ascmhldirectory" ? &kChain : nullptr;
+  }
+  if (root != "hashlist" || version == nullptr) return nullptr;
+  if (space == kManifest.space && std::string_view(version) == "2.0") return &kManifest;
+  const bool mayBeOld = expected == Expected::list;
+  return mayBeOld && space == kVersion1.space && ::isVersion1(version) ? &kVersion1 : nullptr;
 }
 
 RVXMediaHashElement Dialect::elementOf(RVXMediaHashElement parent, std::string_view elementSpace,
