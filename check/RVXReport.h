@@ -28,6 +28,8 @@ class RVXReport {
                 bool isInterrupted);
 
  private:
+  // A line about the item, with what there is to say of it in brackets.
+  void addLine(const char* word, Node node, const std::string& remark);
   void tellRenamed(Node node);
   void tellVerdict(const RVXResults::Told& told);
   void tellChanged(const RVXResults::Told& told);
