@@ -75,15 +75,15 @@ std::vector<RVXCard::Node> RVXCard::filesToRead() {
   return toRead;
 }
 
-void RVXCard::take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) {
+void RVXCard::take(Node file, const RVXContents& contents) {
   const RVXMutexLock lock(mLock);
   mInventory.item(file).size = contents.length;
   if (contents.error || !contents.isRegularFile) {
     mUnsafe.emplace(file, contents.error.value_or("no regular file"));
     return;
   }
-  for (size_t i = 0; i < kinds.size(); ++i) {
-    mRead.push_back({file, mTexts.add(RVXInventory::textOf(kinds[i], contents.digests[i]))});
+  for (const auto& [kind, digest] : contents.digests) {
+    mRead.push_back({file, mTexts.add(RVXInventory::textOf(kind, digest))});
   }
 }
 

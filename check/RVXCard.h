@@ -35,12 +35,12 @@ class RVXCard : private RVXFolderWalk::Visitor {
   std::vector<Node> filesToRead();
 
   // The kinds of digests that files of that size are listed with.
-  [[nodiscard]] std::vector<DigestKind> kindsFor(Node file) const {
+  [[nodiscard]] std::set<DigestKind> kindsFor(Node file) const {
     return mListedSizes.kindsFor(std::as_const(mInventory).item(file).size);
   }
 
   // What was read of a file, with digests of these kinds.
-  void take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) RVX_EXCLUDES(mLock);
+  void take(Node file, const RVXContents& contents) RVX_EXCLUDES(mLock);
 
   struct Judgement {
     struct Unsafe {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,7 @@ class RVXDifferences {
   RVXDifferences(const RVXInventory& inventory, Node node) : mInventory(inventory), mNode(node) {}
 
   // The kinds of the digests that contents of that size are to be compared with.
-  [[nodiscard]] std::vector<DigestKind> kindsFor(int64_t size) const;
+  [[nodiscard]] std::set<DigestKind> kindsFor(int64_t size) const;
 
   // The entries that contents of that size don't fit: by the listed size, else by the digest, whose bytes
   // `digestOf` gives for one of these kinds.

@@ -7,14 +7,11 @@
 #include "platform/files/RVXFileSystem.h"
 
 void RVXFileCheck::checkListed(RVXNameTree::Node file) {
-  const std::string path = mInventory.names().path(file);
-  std::vector<DigestKind> kinds =
+  std::set<DigestKind> kinds =
       RVXDifferences(mInventory, file).kindsFor(std::as_const(mInventory).item(file).size);
-  for (const DigestKind kind : mFacts.kindsFor(file)) {
-    if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end()) kinds.push_back(kind);
-  }
-  const RVXContents contents = read(path, kinds);
-  mFacts.take(file, kinds, contents);
+  kinds.merge(mFacts.kindsFor(file));
+  const RVXContents contents = read(file, kinds);
+  mFacts.take(file, contents);
   RVXResults::Checked checked;
   checked.size = contents.length;
   if (contents.error) {
@@ -23,39 +20,34 @@ void RVXFileCheck::checkListed(RVXNameTree::Node file) {
   } else if (!contents.isRegularFile) {
     checked.verdict = RVXVerdict::noRegularFile;
   } else {
-    checked.volume = mVolumes.numberOfTarget(contents.identity, path);
-    checked.finding.differences = differences(file, kinds, contents);
+    checked.volume = mVolumes.numberOfTarget(contents.identity, mInventory.names().path(file));
+    checked.finding.differences = differences(file, contents);
     checked.verdict = checked.finding.differences.empty() ? RVXVerdict::ok : RVXVerdict::changed;
   }
   mResults.post(file, std::move(checked));
 }
 
 void RVXFileCheck::checkOnCard(RVXNameTree::Node file, RVXCard& card) {
-  const std::vector<DigestKind> kinds = card.kindsFor(file);
-  card.take(file, kinds, read(mInventory.names().path(file), kinds));
+  card.take(file, read(file, card.kindsFor(file)));
   mResults.postOther();
 }
 
 void RVXFileCheck::readFacts(RVXNameTree::Node file) {
-  const std::vector<DigestKind> kinds = mFacts.kindsFor(file);
-  mFacts.take(file, kinds, read(mInventory.names().path(file), kinds));
+  mFacts.take(file, read(file, mFacts.kindsFor(file)));
   mResults.postOther();
 }
 
-RVXContents RVXFileCheck::read(const std::string& path, const std::vector<DigestKind>& kinds) {
+RVXContents RVXFileCheck::read(RVXNameTree::Node file, const std::set<DigestKind>& kinds) {
+  const std::string path = mInventory.names().path(file);
   RVXContents contents = RVXContents::read(path, kinds, mBytesRead);
   if (contents.length > 0) mVolumes.noteRead(contents.identity, path);
   return contents;
 }
 
 std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNameTree::Node file,
-                                                              const std::vector<DigestKind>& kinds,
                                                               const RVXContents& contents) const {
   const RVXDifferences compared(mInventory, file);
-  const auto digestOf = [&](DigestKind sought) {
-    const auto kind = std::find(kinds.begin(), kinds.end(), sought);
-    return contents.digests[static_cast<size_t>(kind - kinds.begin())];
-  };
+  const auto digestOf = [&](DigestKind kind) { return contents.digests.at(kind); };
   // By the size that it had when it was examined: if it has changed since, its digest tells.
   auto differences = compared.of(std::as_const(mInventory).item(file).size, digestOf);
   const bool isLink = std::as_const(mInventory).item(file).isLink;

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <set>
 
 #include "check/RVXCard.h"
 #include "check/RVXInventory.h"
@@ -25,9 +26,8 @@ class RVXFileCheck {
   [[nodiscard]] int64_t bytesRead() const { return mBytesRead.load(std::memory_order_relaxed); }
 
  private:
-  RVXContents read(const std::string& path, const std::vector<DigestKind>& kinds);
+  RVXContents read(RVXNameTree::Node file, const std::set<DigestKind>& kinds);
   [[nodiscard]] std::vector<RVXFinding::Difference> differences(RVXNameTree::Node file,
-                                                                const std::vector<DigestKind>& kinds,
                                                                 const RVXContents& contents) const;
 
   RVXInventory& mInventory;

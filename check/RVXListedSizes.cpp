@@ -21,12 +21,12 @@ void RVXListedSizes::find(const RVXInventory& inventory) {
   mSizes.resize(kept);
 }
 
-std::vector<DigestKind> RVXListedSizes::kindsFor(int64_t size) const {
+std::set<DigestKind> RVXListedSizes::kindsFor(int64_t size) const {
   const auto listed = std::ranges::lower_bound(mSizes, size, {}, &ListedSize::size);
-  std::vector<DigestKind> kinds;
+  std::set<DigestKind> kinds;
   if (listed == mSizes.end() || listed->size != size) return kinds;
   for (const DigestKind kind : kDigestKinds) {
-    if ((listed->kinds & (1U << static_cast<unsigned>(kind))) != 0) kinds.push_back(kind);
+    if ((listed->kinds & (1U << static_cast<unsigned>(kind))) != 0) kinds.insert(kind);
   }
   return kinds;
 }

@@ -12,22 +12,21 @@ bool RVXReadFacts::want(Node file) {
   return isNew;
 }
 
-std::vector<DigestKind> RVXReadFacts::kindsFor(Node file) const {
-  std::vector<DigestKind> kinds;
-  if (file < mIsWanted.size() && mIsWanted[file]) kinds.push_back(DigestKind::XXH64);
-  if (mC4s.contains(file)) kinds.push_back(DigestKind::C4);
+std::set<DigestKind> RVXReadFacts::kindsFor(Node file) const {
+  std::set<DigestKind> kinds;
+  if (file < mIsWanted.size() && mIsWanted[file]) kinds.insert(DigestKind::XXH64);
+  if (mC4s.contains(file)) kinds.insert(DigestKind::C4);
   return kinds;
 }
 
-void RVXReadFacts::take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) {
+void RVXReadFacts::take(Node file, const RVXContents& contents) {
   if (contents.error || !contents.isRegularFile) {
     fail(file, contents.error.value_or("no regular file"));
     return;
   }
-  for (const DigestKind wanted : kindsFor(file)) {
-    const auto kind = std::find(kinds.begin(), kinds.end(), wanted);
-    const std::string& digest = contents.digests[static_cast<size_t>(kind - kinds.begin())];
-    if (wanted == DigestKind::C4) {
+  for (const DigestKind kind : kindsFor(file)) {
+    const std::string& digest = contents.digests.at(kind);
+    if (kind == DigestKind::C4) {
       mC4s.find(file)->second = digest;
     } else {
       Fact& fact = mFacts[file];

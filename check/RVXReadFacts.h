@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,9 +28,9 @@ class RVXReadFacts {
   void wantC4(Node file) { mC4s[file]; }
 
   // The digests that are needed of the file for that.
-  [[nodiscard]] std::vector<DigestKind> kindsFor(Node file) const;
-  // What was read of it, with digests of these kinds.
-  void take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) RVX_EXCLUDES(mLock);
+  [[nodiscard]] std::set<DigestKind> kindsFor(Node file) const;
+  // What was read of it, with digests of these kinds at least.
+  void take(Node file, const RVXContents& contents) RVX_EXCLUDES(mLock);
   // The file can't be read.
   void fail(Node file, const std::string& error) RVX_EXCLUDES(mLock);
 
