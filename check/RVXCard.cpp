@@ -23,16 +23,16 @@ RVXCard::RVXCard(RVXInventory& inventory, RVXVolumeTable& volumes, const std::st
 
 void RVXCard::find(const RVXIgnoredNames& ignored) {
   RVXFolderWalk(mInventory.names(), ignored, *this).walk(mRoot);
-  for (const Node file : mFiles) examine(file);
+  for (const RVXNode file : mFiles) examine(file);
 }
 
-RVXCard::Node RVXCard::enterFolder(Node parent, const std::string& name) {
+RVXNode RVXCard::enterFolder(RVXNode parent, const std::string& name) {
   return mInventory.names().add(parent, name);
 }
 
-void RVXCard::foundFile(Node parent, const std::string& name, RVXFileType type) {
+void RVXCard::foundFile(RVXNode parent, const std::string& name, RVXFileType type) {
   if (type == RVXFileType::regular && isChain(mInventory.names().name(parent), name)) return;
-  const Node file = mInventory.names().add(parent, name);
+  const RVXNode file = mInventory.names().add(parent, name);
   RVXItem& item = mInventory.item(file);
   item.isRegular = type == RVXFileType::regular;
   item.isLink = type == RVXFileType::symbolicLink;
@@ -45,13 +45,13 @@ void RVXCard::foundFile(Node parent, const std::string& name, RVXFileType type) 
   ++mOtherCount;
 }
 
-void RVXCard::foundUnreadableFolder(Node folder, const RVXIOFailure& failure) {
+void RVXCard::foundUnreadableFolder(RVXNode folder, const RVXIOFailure& failure) {
   const RVXMutexLock lock(mLock);
   mUnsafe.emplace(folder, failure.reason);
   ++mOtherCount;
 }
 
-void RVXCard::examine(Node file) {
+void RVXCard::examine(RVXNode file) {
   const std::string path = mInventory.names().path(file);
   const auto attributes = attributesOfItem(path);
   if (attributes.failed()) {
@@ -64,18 +64,18 @@ void RVXCard::examine(Node file) {
   item.volume = mVolumes.numberOf(attributes.value().identity, path);
 }
 
-std::vector<RVXCard::Node> RVXCard::filesToRead() {
+std::vector<RVXNode> RVXCard::filesToRead() {
   mListedSizes.find(mInventory);
-  std::vector<Node> toRead;
+  std::vector<RVXNode> toRead;
   const RVXMutexLock lock(mLock);
-  for (const Node file : mFiles) {
+  for (const RVXNode file : mFiles) {
     const bool isRegular = std::as_const(mInventory).item(file).isRegular;
     if (isRegular && !mUnsafe.contains(file) && !kindsFor(file).empty()) toRead.push_back(file);
   }
   return toRead;
 }
 
-void RVXCard::take(Node file, const RVXContents& contents) {
+void RVXCard::take(RVXNode file, const RVXContents& contents) {
   const RVXMutexLock lock(mLock);
   mInventory.item(file).size = contents.length;
   if (contents.error || !contents.isRegularFile) {
@@ -108,7 +108,7 @@ void RVXCard::findOwnDisks() {
     const auto folder = mVolumes.numberOf(attributes.value().identity, realPath(path).value_or(path));
     if (mVolumes.isOnDisk(folder)) mOwnDisks.insert(mVolumes.diskOf(folder));
   }
-  for (const Node file : mFiles) {
+  for (const RVXNode file : mFiles) {
     const auto volume = std::as_const(mInventory).item(file).volume;
     if (mVolumes.isOnDisk(volume)) mOwnDisks.insert(mVolumes.diskOf(volume));
   }
@@ -150,7 +150,7 @@ std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
 void RVXCard::judgeFiles() {
   const std::vector<GoodCopy> good = goodCopies();
   std::ranges::sort(mRead, {}, &ReadDigest::file);
-  for (const Node file : mFiles) {
+  for (const RVXNode file : mFiles) {
     if (!std::as_const(mInventory).item(file).isRegular || mUnsafe.contains(file)) continue;
     Disks disks;
     auto digest = std::ranges::lower_bound(mRead, file, {}, &ReadDigest::file);
@@ -163,14 +163,14 @@ void RVXCard::judgeFiles() {
   }
 }
 
-void RVXCard::addDisks(Disks& disks, const std::vector<GoodCopy>& good, Node file,
+void RVXCard::addDisks(Disks& disks, const std::vector<GoodCopy>& good, RVXNode file,
                        std::string_view text) const {
   const auto textOf = [this](const GoodCopy& copy) {
     return mInventory.textOf(mInventory.digest(copy.digest));
   };
   auto copy = std::ranges::lower_bound(good, text, {}, textOf);
   for (; copy != good.end() && textOf(*copy) == text; ++copy) {
-    const Node node = mInventory.digest(copy->digest).node;
+    const RVXNode node = mInventory.digest(copy->digest).node;
     const int64_t size = std::as_const(mInventory).item(node).size;
     if (size == std::as_const(mInventory).item(file).size) disks.insert(copy->disk);
   }
@@ -179,7 +179,7 @@ void RVXCard::addDisks(Disks& disks, const std::vector<GoodCopy>& good, Node fil
 std::map<std::string, RVXCard::Disks> RVXCard::disksOfGoodLinks() const {
   std::map<std::string, Disks> links;
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
-    const Node node = mInventory.digest(number).node;
+    const RVXNode node = mInventory.digest(number).node;
     const RVXItem& item = std::as_const(mInventory).item(node);
     if (!item.isLink || item.verdict != RVXVerdict::ok) continue;
     // Not the volume of the file that the link may lead to.
@@ -194,11 +194,11 @@ std::map<std::string, RVXCard::Disks> RVXCard::disksOfGoodLinks() const {
 }
 
 void RVXCard::judgeLinks() {
-  const bool hasLinks =
-      std::ranges::any_of(mFiles, [this](Node file) { return std::as_const(mInventory).item(file).isLink; });
+  const bool hasLinks = std::ranges::any_of(
+      mFiles, [this](RVXNode file) { return std::as_const(mInventory).item(file).isLink; });
   if (!hasLinks) return;
   const auto links = disksOfGoodLinks();
-  for (const Node file : mFiles) {
+  for (const RVXNode file : mFiles) {
     if (!std::as_const(mInventory).item(file).isLink || mUnsafe.contains(file) || leadsToSafeFile(file))
       continue;
     const auto text = linkTarget(mInventory.names().path(file));
@@ -207,12 +207,12 @@ void RVXCard::judgeLinks() {
   }
 }
 
-bool RVXCard::leadsToSafeFile(Node link) const {
+bool RVXCard::leadsToSafeFile(RVXNode link) const {
   const auto card = realPath(mInventory.names().path(mRoot));
   const auto target = realPath(mInventory.names().path(link));
   const std::string below = card ? *card + (*card == "/" ? "" : "/") : "";
   if (!card || !target || !target->starts_with(below)) return false;
-  Node node = mRoot;
+  RVXNode node = mRoot;
   std::string_view rest = std::string_view(*target).substr(below.size());
   while (!rest.empty() && node != RVXNameTree::kNone) {
     const std::string_view name = rest.substr(0, rest.find('/'));
@@ -223,7 +223,7 @@ bool RVXCard::leadsToSafeFile(Node link) const {
          !mUnsafe.contains(node);
 }
 
-void RVXCard::requireCopies(Node file, size_t found) {
+void RVXCard::requireCopies(RVXNode file, size_t found) {
   if (found >= mCopies) return;
   mUnsafe.emplace(file, "on " + std::to_string(found) + " of " + std::to_string(mCopies) + " disks");
 }

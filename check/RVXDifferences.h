@@ -10,10 +10,9 @@
 // What differs between the entries of a listed file and what was found.
 class RVXDifferences {
  public:
-  using Node = RVXNameTree::Node;
   using Difference = RVXFinding::Difference;
 
-  RVXDifferences(const RVXInventory& inventory, Node node) : mInventory(inventory), mNode(node) {}
+  RVXDifferences(const RVXInventory& inventory, RVXNode node) : mInventory(inventory), mNode(node) {}
 
   // The kinds of the digests that contents of that size are to be compared with.
   [[nodiscard]] std::set<DigestKind> kindsFor(int64_t size) const;
@@ -30,5 +29,5 @@ class RVXDifferences {
 
  private:
   const RVXInventory& mInventory;
-  const Node mNode;
+  const RVXNode mNode;
 };

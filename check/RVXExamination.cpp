@@ -16,12 +16,12 @@ constexpr int64_t kNoContents = -1;
 
 }  // namespace
 
-std::vector<RVXExamination::Node> RVXExamination::examineListedFiles() {
-  std::vector<Node> toRead;
+std::vector<RVXNode> RVXExamination::examineListedFiles() {
+  std::vector<RVXNode> toRead;
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
     const RVXListedDigest& listed = mInventory.digest(number);
     if (listed.previous != RVXNameTree::kNone) continue;  // not the first entry of its file
-    const Node node = listed.node;
+    const RVXNode node = listed.node;
     const Entries entries = entriesOf(node);
     if (entries.haveFile && !entries.haveDigest) addBadLineWithoutDigest(entries.firstOfFile);
     if (mInventory.item(node).verdict != RVXVerdict::none) continue;
@@ -37,7 +37,7 @@ std::vector<RVXExamination::Node> RVXExamination::examineListedFiles() {
   return toRead;
 }
 
-RVXExamination::Entries RVXExamination::entriesOf(Node node) const {
+RVXExamination::Entries RVXExamination::entriesOf(RVXNode node) const {
   Entries entries;
   for (const uint32_t number : mInventory.entriesOf(node)) {
     const RVXListedDigest& listed = mInventory.digest(number);
@@ -56,7 +56,7 @@ void RVXExamination::addBadLineWithoutDigest(uint32_t entry) {
 }
 
 void RVXExamination::findUnlistedFiles() {
-  for (Node node = 0; node < mInventory.names().size(); ++node) {
+  for (RVXNode node = 0; node < mInventory.names().size(); ++node) {
     if (RVXInterruption::signalNumber()) return;  // patterns may be made to take long
     RVXItem& item = mInventory.item(node);
     if (item.isFound && !item.isFolder && !item.isNamed && !item.isList && !mHistories.excuse(node, false)) {
@@ -66,7 +66,7 @@ void RVXExamination::findUnlistedFiles() {
   }
 }
 
-void RVXExamination::examine(Node node, const Entries& entries) {
+void RVXExamination::examine(RVXNode node, const Entries& entries) {
   const std::string path = mInventory.names().path(node);
   const auto attributes = attributesOfItem(path.empty() ? "." : path);
   RVXItem& item = mInventory.item(node);
@@ -88,7 +88,7 @@ void RVXExamination::examine(Node node, const Entries& entries) {
   }
 }
 
-void RVXExamination::examineRegularFile(Node node, const std::string& path,
+void RVXExamination::examineRegularFile(RVXNode node, const std::string& path,
                                         const RVXFileAttributes& attributes) {
   RVXItem& item = mInventory.item(node);
   item.size = attributes.size;
@@ -104,7 +104,7 @@ void RVXExamination::examineRegularFile(Node node, const std::string& path,
   if (!ofSize.empty()) mInventory.findings[node].differences = std::move(ofSize);
 }
 
-void RVXExamination::examineLink(Node node, const std::string& path, const RVXFileAttributes& attributes) {
+void RVXExamination::examineLink(RVXNode node, const std::string& path, const RVXFileAttributes& attributes) {
   RVXItem& item = mInventory.item(node);
   item.isLink = true;
   item.size = kNoContents;

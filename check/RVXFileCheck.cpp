@@ -6,7 +6,7 @@
 #include "check/RVXDifferences.h"
 #include "platform/files/RVXFileSystem.h"
 
-void RVXFileCheck::checkListed(RVXNameTree::Node file) {
+void RVXFileCheck::checkListed(RVXNode file) {
   std::set<DigestKind> kinds =
       RVXDifferences(mInventory, file).kindsFor(std::as_const(mInventory).item(file).size);
   kinds.merge(mFacts.kindsFor(file));
@@ -27,24 +27,24 @@ void RVXFileCheck::checkListed(RVXNameTree::Node file) {
   mResults.post(file, std::move(checked));
 }
 
-void RVXFileCheck::checkOnCard(RVXNameTree::Node file, RVXCard& card) {
+void RVXFileCheck::checkOnCard(RVXNode file, RVXCard& card) {
   card.take(file, read(file, card.kindsFor(file)));
   mResults.postOther();
 }
 
-void RVXFileCheck::readFacts(RVXNameTree::Node file) {
+void RVXFileCheck::readFacts(RVXNode file) {
   mFacts.take(file, read(file, mFacts.kindsFor(file)));
   mResults.postOther();
 }
 
-RVXContents RVXFileCheck::read(RVXNameTree::Node file, const std::set<DigestKind>& kinds) {
+RVXContents RVXFileCheck::read(RVXNode file, const std::set<DigestKind>& kinds) {
   const std::string path = mInventory.names().path(file);
   RVXContents contents = RVXContents::read(path, kinds, mBytesRead);
   if (contents.length > 0) mVolumes.noteRead(contents.identity, path);
   return contents;
 }
 
-std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNameTree::Node file,
+std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNode file,
                                                               const RVXContents& contents) const {
   const RVXDifferences compared(mInventory, file);
   const auto digestOf = [&](DigestKind kind) { return contents.digests.at(kind); };

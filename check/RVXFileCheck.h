@@ -17,17 +17,17 @@ class RVXFileCheck {
   RVXFileCheck(RVXInventory& inventory, RVXVolumeTable& volumes, RVXResults& results, RVXReadFacts& facts)
       : mInventory(inventory), mVolumes(volumes), mResults(results), mFacts(facts) {}
 
-  void checkListed(RVXNameTree::Node file);
-  void checkOnCard(RVXNameTree::Node file, RVXCard& card);
+  void checkListed(RVXNode file);
+  void checkOnCard(RVXNode file, RVXCard& card);
   // Of a file that is not checked, only what new lists need.
-  void readFacts(RVXNameTree::Node file);
+  void readFacts(RVXNode file);
 
   // Of all files so far.
   [[nodiscard]] int64_t bytesRead() const { return mBytesRead.load(std::memory_order_relaxed); }
 
  private:
-  RVXContents read(RVXNameTree::Node file, const std::set<DigestKind>& kinds);
-  [[nodiscard]] std::vector<RVXFinding::Difference> differences(RVXNameTree::Node file,
+  RVXContents read(RVXNode file, const std::set<DigestKind>& kinds);
+  [[nodiscard]] std::vector<RVXFinding::Difference> differences(RVXNode file,
                                                                 const RVXContents& contents) const;
 
   RVXInventory& mInventory;

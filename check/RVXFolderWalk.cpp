@@ -6,10 +6,10 @@
 #include "platform/files/RVXPathText.h"
 #include "platform/system/RVXInterruption.h"
 
-void RVXFolderWalk::walk(Node root) {
-  std::vector<Node> folders = {root};
+void RVXFolderWalk::walk(RVXNode root) {
+  std::vector<RVXNode> folders = {root};
   while (!folders.empty() && !RVXInterruption::signalNumber()) {
-    const Node folder = folders.back();
+    const RVXNode folder = folders.back();
     folders.pop_back();
     const std::string below = mIgnored.needsPath() ? mNames.pathBelowRoot(folder) : "";
     const auto done = readFolder(mNames.path(folder), [&](const char* entry, RVXFileType type) {
@@ -19,7 +19,7 @@ void RVXFolderWalk::walk(Node root) {
         mVisitor.foundFile(folder, name, type);
         return;
       }
-      const Node entered = mVisitor.enterFolder(folder, name);
+      const RVXNode entered = mVisitor.enterFolder(folder, name);
       if (entered != RVXNameTree::kNone) folders.push_back(entered);
     });
     if (done.failed()) mVisitor.foundUnreadableFolder(folder, done.failure());

@@ -11,21 +11,19 @@
 // interrupts the run.
 class RVXFolderWalk {
  public:
-  using Node = RVXNameTree::Node;
-
   class Visitor {
    public:
     virtual ~Visitor() = default;
     // A folder; the answer is the node under which it is to be walked, kNone to pass it by.
-    virtual Node enterFolder(Node parent, const std::string& name) = 0;
-    virtual void foundFile(Node parent, const std::string& name, RVXFileType type) = 0;
-    virtual void foundUnreadableFolder(Node folder, const RVXIOFailure& failure) = 0;
+    virtual RVXNode enterFolder(RVXNode parent, const std::string& name) = 0;
+    virtual void foundFile(RVXNode parent, const std::string& name, RVXFileType type) = 0;
+    virtual void foundUnreadableFolder(RVXNode folder, const RVXIOFailure& failure) = 0;
   };
 
   RVXFolderWalk(const RVXNameTree& names, const RVXIgnoredNames& ignored, Visitor& visitor)
       : mNames(names), mIgnored(ignored), mVisitor(visitor) {}
 
-  void walk(Node root);
+  void walk(RVXNode root);
 
  private:
   const RVXNameTree& mNames;

@@ -24,13 +24,14 @@ std::vector<std::string> RVXInventory::textsOf(std::string_view text) {
   return texts;
 }
 
-void RVXInventory::addDigest(Node node, std::string_view text, uint32_t list, uint32_t line, int64_t size) {
+void RVXInventory::addDigest(RVXNode node, std::string_view text, uint32_t list, uint32_t line,
+                             int64_t size) {
   RVXItem& file = item(node);
   mDigests.push_back({node, mTexts.add(text), list, line, file.lastDigest, size});
   file.lastDigest = digestCount() - 1;
 }
 
-std::vector<uint32_t> RVXInventory::entriesOf(Node node) const {
+std::vector<uint32_t> RVXInventory::entriesOf(RVXNode node) const {
   std::vector<uint32_t> numbers;
   for (uint32_t n = mItems[node].lastDigest; n != RVXNameTree::kNone; n = mDigests[n].previous) {
     numbers.push_back(n);
@@ -39,7 +40,7 @@ std::vector<uint32_t> RVXInventory::entriesOf(Node node) const {
   return numbers;
 }
 
-std::vector<uint32_t> RVXInventory::digestsOf(Node node) const {
+std::vector<uint32_t> RVXInventory::digestsOf(RVXNode node) const {
   std::vector<uint32_t> numbers = entriesOf(node);
   const auto text = [this](uint32_t number) { return textOf(mDigests[number]); };
   std::ranges::sort(numbers, {}, [&](uint32_t number) { return std::pair(text(number), number); });

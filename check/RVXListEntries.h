@@ -12,17 +12,15 @@
 // names mean, and their bad lines.
 class RVXListEntries {
  public:
-  using Node = RVXNameTree::Node;
-
   RVXListEntries(RVXInventory& inventory, RVXPlaces& places) : mInventory(inventory), mPlaces(places) {}
 
   // What follows is of that list, and its names are relative to `folder`.
-  void begin(Node list, Node folder);
+  void begin(RVXNode list, RVXNode folder);
 
   // The file that a name means; none, and a bad line, where it can't be taken.
-  std::optional<Node> fileOf(uint32_t line, const std::string& name);
+  std::optional<RVXNode> fileOf(uint32_t line, const std::string& name);
   // An entry of a file, as RVXInventory::addDigest().
-  void add(Node file, std::string_view text, uint32_t line, int64_t size = RVXListedDigest::kAnySize);
+  void add(RVXNode file, std::string_view text, uint32_t line, int64_t size = RVXListedDigest::kAnySize);
   void badLine(uint32_t line, const std::string& problem);
 
   // Ends the list, which could be read or not to its end. Where there is no entry in it, it has, instead of
@@ -35,6 +33,6 @@ class RVXListEntries {
 
   // Of the list in use:
   uint32_t mList = 0;
-  Node mFolder = RVXNameTree::kNone;
+  RVXNode mFolder = RVXNameTree::kNone;
   size_t mFirstBadLine = 0;
 };

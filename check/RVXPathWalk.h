@@ -21,31 +21,29 @@ class RVXPathWalk : private RVXFolderWalk::Visitor {
 
   // The lists that were found, each once and in the order of their printed paths; says in the inventory which
   // folders lack one.
-  std::vector<RVXNameTree::Node> finish();
+  std::vector<RVXNode> finish();
 
   // The PATHs that are folders.
-  [[nodiscard]] const std::vector<RVXNameTree::Node>& folderPaths() const { return mFolderPaths; }
+  [[nodiscard]] const std::vector<RVXNode>& folderPaths() const { return mFolderPaths; }
 
  private:
-  using Node = RVXNameTree::Node;
-
   // What was there when the arguments were looked at, and is not any more.
   void addUnreadable(const std::string& path, const RVXIOFailure& failure);
   void addFolder(const std::string& path, const RVXFileIdentity& identity);
   void addList(const std::string& path);
-  void noteList(Node list);
-  void markFoldersAbove(Node list);
+  void noteList(RVXNode list);
+  void markFoldersAbove(RVXNode list);
 
-  Node enterFolder(Node parent, const std::string& name) override;
-  void foundFile(Node parent, const std::string& name, RVXFileType type) override;
-  void foundUnreadableFolder(Node folder, const RVXIOFailure& failure) override;
+  RVXNode enterFolder(RVXNode parent, const std::string& name) override;
+  void foundFile(RVXNode parent, const std::string& name, RVXFileType type) override;
+  void foundUnreadableFolder(RVXNode folder, const RVXIOFailure& failure) override;
 
   RVXInventory& mInventory;
   RVXPlaces& mPlaces;
   const RVXIgnoredNames& mIgnored;
   const bool mAreSeveral;
-  std::vector<Node> mFolderPaths;
-  std::vector<Node> mLists;
+  std::vector<RVXNode> mFolderPaths;
+  std::vector<RVXNode> mLists;
 };
 
 // Whether a list of that name is a media hash list, and no text.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-bool RVXReadFacts::want(Node file) {
+bool RVXReadFacts::want(RVXNode file) {
   if (mFacts.size() <= file) {
     mFacts.resize(file + 1);
     mIsWanted.resize(file + 1);
@@ -12,14 +12,14 @@ bool RVXReadFacts::want(Node file) {
   return isNew;
 }
 
-std::set<DigestKind> RVXReadFacts::kindsFor(Node file) const {
+std::set<DigestKind> RVXReadFacts::kindsFor(RVXNode file) const {
   std::set<DigestKind> kinds;
   if (file < mIsWanted.size() && mIsWanted[file]) kinds.insert(DigestKind::XXH64);
   if (mC4s.contains(file)) kinds.insert(DigestKind::C4);
   return kinds;
 }
 
-void RVXReadFacts::take(Node file, const RVXContents& contents) {
+void RVXReadFacts::take(RVXNode file, const RVXContents& contents) {
   if (contents.error || !contents.isRegularFile) {
     fail(file, contents.error.value_or("no regular file"));
     return;
@@ -37,12 +37,12 @@ void RVXReadFacts::take(Node file, const RVXContents& contents) {
   }
 }
 
-void RVXReadFacts::fail(Node file, const std::string& error) {
+void RVXReadFacts::fail(RVXNode file, const std::string& error) {
   const RVXMutexLock lock(mLock);
   mErrors.emplace(file, error);
 }
 
-std::string RVXReadFacts::errorOf(Node file) const {
+std::string RVXReadFacts::errorOf(RVXNode file) const {
   const RVXMutexLock lock(mLock);
   const auto error = mErrors.find(file);
   return error != mErrors.end() ? error->second : "";

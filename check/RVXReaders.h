@@ -13,27 +13,25 @@
 // number of threads for each queue.
 class RVXReaders {
  public:
-  using Node = RVXNameTree::Node;
-
   // `readFile` is called with each file, on any thread; it must not throw.
-  explicit RVXReaders(std::function<void(Node)> readFile) : mReadFile(std::move(readFile)) {}
+  explicit RVXReaders(std::function<void(RVXNode)> readFile) : mReadFile(std::move(readFile)) {}
 
   // Adds a disk of whose files at most `atOnce` are read at a time, and starts. From one thread.
-  void readDisk(std::vector<Node> files, size_t atOnce);
+  void readDisk(std::vector<RVXNode> files, size_t atOnce);
 
-  // The file that was begun last; kNone before the first.
-  [[nodiscard]] Node lastBegun() const { return mLastBegun.load(std::memory_order_relaxed); }  // only shown
+  // The file that was begun last, to be shown; kNone before the first.
+  [[nodiscard]] RVXNode lastBegun() const { return mLastBegun.load(std::memory_order_relaxed); }
 
  private:
   struct Queue {
-    std::vector<Node> files;
+    std::vector<RVXNode> files;
     std::atomic<size_t> next{0};
   };
 
   void work(Queue& queue);
 
-  const std::function<void(Node)> mReadFile;
-  std::atomic<Node> mLastBegun{RVXNameTree::kNone};
+  const std::function<void(RVXNode)> mReadFile;
+  std::atomic<RVXNode> mLastBegun{RVXNameTree::kNone};
   std::deque<Queue> mQueues;
   std::deque<RVXThread> mThreads;  // last: ended before what they use goes
 };

@@ -28,11 +28,11 @@ void RVXReport::tell(const RVXResults::Told& told) {
   if (item.hasBadLines) tellBadLines(told.node);
 }
 
-void RVXReport::addLine(const char* word, Node node, const std::string& remark) {
+void RVXReport::addLine(const char* word, RVXNode node, const std::string& remark) {
   mOutput.addLine(word, mInventory.names().printedPath(node) + inBrackets(remark));
 }
 
-void RVXReport::tellRenamed(Node node) {
+void RVXReport::tellRenamed(RVXNode node) {
   for (const uint32_t digest : mInventory.digestsOf(node)) {
     const uint32_t listedName = mInventory.lists[mInventory.digest(digest).list].listedName;
     if (listedName == RVXNameTree::kNone) continue;
@@ -85,13 +85,13 @@ std::string RVXReport::textOf(const RVXFinding::Difference& difference) const {
          digestText(kind, difference.read);
 }
 
-void RVXReport::tellNoRegularFile(Node node) {
+void RVXReport::tellNoRegularFile(RVXNode node) {
   for (const uint32_t digest : mInventory.digestsOf(node)) {
     addLine("changed", node, "no regular file, listed in " + printedList(digest));
   }
 }
 
-void RVXReport::tellBadLines(Node list) {
+void RVXReport::tellBadLines(RVXNode list) {
   const auto isOfList = [&] {
     return mNextBadLines < mInventory.badLines.size() &&
            mInventory.lists[mInventory.badLines[mNextBadLines].list].node == list;

@@ -12,24 +12,22 @@
 
 // A PATH that is to get a new list, and what that list is to hold.
 struct RVXScope {
-  using Node = RVXNameTree::Node;
-
   struct Entry {
     RVXByteStore::Place path = 0;  // in `paths`, from below the PATH on
-    Node node = RVXNameTree::kNone;
+    RVXNode node = RVXNameTree::kNone;
     bool isFolder = false;
   };
 
-  Node path = RVXNameTree::kNone;
+  RVXNode path = RVXNameTree::kNone;
   std::string name;  // the folder's own
   RVXByteStore paths;
   std::vector<Entry> entries;  // in the order of their paths, bytewise
 
   // Of a history:
-  Node history = RVXNameTree::kNone;  // none yet
-  std::vector<Node> manifests;        // from the oldest generation to the newest
-  uint64_t number = 1;                // of the next generation
-  std::vector<std::string> patterns;  // its gitignore lines
+  RVXNode history = RVXNameTree::kNone;  // none yet
+  std::vector<RVXNode> manifests;        // from the oldest generation to the newest
+  uint64_t number = 1;                   // of the next generation
+  std::vector<std::string> patterns;     // its gitignore lines
 
   // Why no list can be written, as far as that can be told before anything is read, and whatever is.
   std::optional<std::string> obstacle;

@@ -6,9 +6,9 @@
 
 #include "check/RVXScopeSelection.h"
 
-std::vector<RVXScope> RVXScopeSurvey::scopesOf(const std::vector<Node>& folders) const {
+std::vector<RVXScope> RVXScopeSurvey::scopesOf(const std::vector<RVXNode>& folders) const {
   std::vector<RVXScope> scopes;
-  for (const Node folder : folders) {
+  for (const RVXNode folder : folders) {
     const bool isNew = std::ranges::find(scopes, folder, &RVXScope::path) == scopes.end();
     if (isNew) scopes.push_back(emptyScope(folder));
   }
@@ -20,7 +20,7 @@ std::vector<RVXScope> RVXScopeSurvey::scopesOf(const std::vector<Node>& folders)
   return scopes;
 }
 
-RVXScope RVXScopeSurvey::emptyScope(Node folder) const {
+RVXScope RVXScopeSurvey::emptyScope(RVXNode folder) const {
   RVXScope scope;
   scope.path = folder;
   scope.name = mPlaces.nameOf(folder);
@@ -50,11 +50,11 @@ std::vector<std::string> RVXScopeSurvey::patternsOf(const RVXScope& scope) const
 }
 
 void RVXScopeSurvey::addFoundItems(std::vector<RVXScope>& scopes) const {
-  std::map<Node, RVXScope*> scopeOf;
+  std::map<RVXNode, RVXScope*> scopeOf;
   for (RVXScope& scope : scopes) scopeOf[scope.path] = &scope;
-  for (Node node = 0; node < mInventory.names().size(); ++node) {
+  for (RVXNode node = 0; node < mInventory.names().size(); ++node) {
     if (!mInventory.item(node).isFound) continue;
-    Node folder = mPlaces.folderAbove(node);
+    RVXNode folder = mPlaces.folderAbove(node);
     for (; folder != RVXNameTree::kNone; folder = mPlaces.folderAbove(folder)) {
       const auto scope = scopeOf.find(folder);
       if (scope != scopeOf.end()) add(*scope->second, node);
@@ -62,13 +62,13 @@ void RVXScopeSurvey::addFoundItems(std::vector<RVXScope>& scopes) const {
   }
 }
 
-void RVXScopeSurvey::add(RVXScope& scope, Node node) const {
+void RVXScopeSurvey::add(RVXScope& scope, RVXNode node) const {
   scope.entries.push_back(
       {scope.paths.add(pathBelow(scope.path, node)), node, mInventory.item(node).isFolder});
 }
 
-std::string RVXScopeSurvey::pathBelow(Node folder, Node node) const {
-  const Node parent = mPlaces.folderAbove(node);
+std::string RVXScopeSurvey::pathBelow(RVXNode folder, RVXNode node) const {
+  const RVXNode parent = mPlaces.folderAbove(node);
   const std::string name = mPlaces.nameBelow(node);
   return parent == folder ? name : pathBelow(folder, parent) + "/" + name;
 }
