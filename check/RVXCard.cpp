@@ -22,7 +22,7 @@ RVXCard::RVXCard(RVXInventory& inventory, RVXVolumeTable& volumes, const std::st
     : mInventory(inventory), mVolumes(volumes), mCopies(copies), mRoot(inventory.names().addRoot(path)) {}
 
 void RVXCard::find(const RVXIgnoredNames& ignored) {
-  RVXFolderWalk(mInventory.names(), ignored, *this).walk(mRoot);
+  walk(mInventory.names(), mRoot, ignored);
   for (const RVXNode file : mFiles) examine(file);
 }
 

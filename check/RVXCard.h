@@ -21,7 +21,7 @@
 //
 // Used in this order: find(), filesToRead(), then kindsFor() and take() from any thread for each of these,
 // and judge() when all verdicts are known.
-class RVXCard : private RVXFolderWalk::Visitor {
+class RVXCard : private RVXFolderWalk {
  public:
   RVXCard(RVXInventory& inventory, RVXVolumeTable& volumes, const std::string& path, size_t copies);
 

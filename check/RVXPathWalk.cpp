@@ -59,7 +59,7 @@ void RVXPathWalk::addFolder(const std::string& path, const RVXFileIdentity& iden
   RVXItem& item = mInventory.item(root);
   if (item.isFound) return;  // below an earlier PATH
   item.isFound = true;
-  RVXFolderWalk(mInventory.names(), mIgnored, *this).walk(root);
+  walk(mInventory.names(), root, mIgnored);
 }
 
 void RVXPathWalk::addList(const std::string& path) {

@@ -9,7 +9,7 @@
 #include "check/RVXPlaces.h"
 
 // Finds all files and lists of the PATHs and enters them into the inventory.
-class RVXPathWalk : private RVXFolderWalk::Visitor {
+class RVXPathWalk : private RVXFolderWalk {
  public:
   // With several PATHs one may lie in another: `areSeveral` makes the walk look out for that, which takes
   // memory for each folder.
