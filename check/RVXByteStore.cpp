@@ -5,12 +5,6 @@
 
 #include "include/EndProcess.h"
 
-namespace {
-
-using Length = uint16_t;
-
-}  // namespace
-
 RVXByteStore::Place RVXByteStore::add(std::string_view text) {
   if (mUsed + sizeof(Length) + text.size() > kPieceSize) {
     if ((mPieces.size() + 1) * kPieceSize > UINT32_MAX) endProcessWithoutMemory();

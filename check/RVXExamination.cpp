@@ -9,13 +9,6 @@
 #include "platform/files/RVXIOFailure.h"
 #include "platform/system/RVXInterruption.h"
 
-namespace {
-
-// No copy of a card's file has that size: it stands for a link that is good by its text.
-constexpr int64_t kNoContents = -1;
-
-}  // namespace
-
 std::vector<RVXNode> RVXExamination::examineListedFiles() {
   std::vector<RVXNode> toRead;
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
@@ -105,6 +98,8 @@ void RVXExamination::examineRegularFile(RVXNode node, const std::string& path,
 }
 
 void RVXExamination::examineLink(RVXNode node, const std::string& path, const RVXFileAttributes& attributes) {
+  // No copy of a card's file has that size: it stands for a link that is good by its text.
+  constexpr int64_t kNoContents = -1;
   RVXItem& item = mInventory.item(node);
   item.isLink = true;
   item.size = kNoContents;

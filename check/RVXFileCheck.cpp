@@ -7,8 +7,7 @@
 #include "platform/files/RVXFileSystem.h"
 
 void RVXFileCheck::checkListed(RVXNode file) {
-  std::set<DigestKind> kinds =
-      RVXDifferences(mInventory, file).kindsFor(std::as_const(mInventory).item(file).size);
+  std::set<DigestKind> kinds = RVXDifferences(mInventory, file).kindsFor(mInventory.item(file).size);
   kinds.merge(mFacts.kindsFor(file));
   const RVXContents contents = read(file, kinds);
   mFacts.take(file, contents);
@@ -49,8 +48,8 @@ std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNode file,
   const RVXDifferences compared(mInventory, file);
   const auto digestOf = [&](DigestKind kind) { return contents.digests.at(kind); };
   // By the size that it had when it was examined: if it has changed since, its digest tells.
-  auto differences = compared.of(std::as_const(mInventory).item(file).size, digestOf);
-  const bool isLink = std::as_const(mInventory).item(file).isLink;
+  auto differences = compared.of(mInventory.item(file).size, digestOf);
+  const bool isLink = mInventory.item(file).isLink;
   if (differences.empty() || !isLink) return compared.withoutRepetitions(std::move(differences));
   const auto text = linkTarget(mInventory.names().path(file));
   if (text.failed()) return compared.withoutRepetitions(std::move(differences));

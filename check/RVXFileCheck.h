@@ -14,7 +14,8 @@
 // for other files.
 class RVXFileCheck {
  public:
-  RVXFileCheck(RVXInventory& inventory, RVXVolumeTable& volumes, RVXResults& results, RVXReadFacts& facts)
+  RVXFileCheck(const RVXInventory& inventory, RVXVolumeTable& volumes, RVXResults& results,
+               RVXReadFacts& facts)
       : mInventory(inventory), mVolumes(volumes), mResults(results), mFacts(facts) {}
 
   void checkListed(RVXNode file);
@@ -30,7 +31,7 @@ class RVXFileCheck {
   [[nodiscard]] std::vector<RVXFinding::Difference> differences(RVXNode file,
                                                                 const RVXContents& contents) const;
 
-  RVXInventory& mInventory;
+  const RVXInventory& mInventory;
   RVXVolumeTable& mVolumes;
   RVXResults& mResults;
   RVXReadFacts& mFacts;

@@ -6,12 +6,6 @@
 #include "check/RVXPrintedText.h"
 #include "platform/files/RVXPathText.h"
 
-namespace {
-
-constexpr size_t kFirstSlots = 1024;  // a power of two, as all later numbers of them
-
-}  // namespace
-
 RVXNode RVXNameTree::addRoot(std::string_view text) {
   return store(kNone, text);
 }
@@ -46,6 +40,7 @@ size_t RVXNameTree::slotOf(RVXNode parent, std::string_view name) const {
 }
 
 void RVXNameTree::growSlots() {
+  constexpr size_t kFirstSlots = 1024;  // a power of two, as all later numbers of them
   const size_t count = std::max(kFirstSlots, mSlots.size() * 2);
   mSlots = {};  // before its successor is there, so that both never are
   mSlots.assign(count, kNone);

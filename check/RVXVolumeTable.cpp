@@ -4,14 +4,6 @@
 
 #include "platform/files/RVXFileSystem.h"
 
-namespace {
-
-bool haveOneInCommon(const std::vector<std::string>& some, const std::vector<std::string>& others) {
-  return std::ranges::find_first_of(some, others) != some.end();
-}
-
-}  // namespace
-
 RVXVolumeTable::Number RVXVolumeTable::numberOf(const RVXFileIdentity& identity, const std::string& path) {
   const RVXMutexLock lock(mLock);
   const Entry* const entry = known(identity);
@@ -79,7 +71,8 @@ void RVXVolumeTable::joinSharedDisks() {
   const Entry& added = mEntries.back();
   const size_t disk = added.disk;
   for (const Entry& entry : mEntries) {
-    if (entry.disk == disk || !haveOneInCommon(entry.volume.disks, added.volume.disks)) continue;
+    const auto shared = std::ranges::find_first_of(entry.volume.disks, added.volume.disks);
+    if (entry.disk == disk || shared == entry.volume.disks.end()) continue;
     const size_t joined = entry.disk;
     for (Entry& other : mEntries) {
       if (other.disk == joined) other.disk = disk;
