@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "check/RVXHistories.h"
+#include "include/SplitText.h"
 #include "platform/digests/RVXAnyDigest.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
@@ -213,11 +214,8 @@ bool RVXCard::leadsToSafeFile(RVXNode link) const {
   const std::string below = card ? *card + (*card == "/" ? "" : "/") : "";
   if (!card || !target || !target->starts_with(below)) return false;
   RVXNode node = mRoot;
-  std::string_view rest = std::string_view(*target).substr(below.size());
-  while (!rest.empty() && node != RVXNameTree::kNone) {
-    const std::string_view name = rest.substr(0, rest.find('/'));
-    rest.remove_prefix(std::min(rest.size(), name.size() + 1));
-    node = mInventory.names().find(node, name);
+  for (const std::string_view name : splitAt(std::string_view(*target).substr(below.size()), '/')) {
+    if (node != RVXNameTree::kNone) node = mInventory.names().find(node, name);
   }
   return node != RVXNameTree::kNone && std::as_const(mInventory).item(node).isRegular &&
          !mUnsafe.contains(node);

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string_view>
 
+#include "include/SplitText.h"
 #include "platform/files/RVXFileHandle.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
@@ -24,16 +25,6 @@ struct Mount {
   std::string source;
   std::string options;  // the file system's own
 };
-
-std::vector<std::string> splitAt(std::string_view text, char separator) {
-  std::vector<std::string> parts;
-  while (true) {
-    const size_t end = text.find(separator);
-    parts.emplace_back(text.substr(0, end));
-    if (end == std::string_view::npos) return parts;
-    text.remove_prefix(end + 1);
-  }
-}
 
 // The table writes blanks, line ends and backslashes as three octal digits.
 std::string withoutOctalEscapes(std::string_view text) {
@@ -52,11 +43,12 @@ std::string withoutOctalEscapes(std::string_view text) {
 std::optional<Mount> mountNumber(const std::string& number) {
   const auto table = readTextFile("/proc/self/mountinfo");
   if (table.failed()) return std::nullopt;
-  for (const std::string& line : splitAt(table.value(), '\n')) {
-    const std::vector<std::string> fields = splitAt(line, ' ');
-    const auto dash = std::ranges::find(fields, "-");
+  for (const std::string_view line : splitAt(table.value(), '\n')) {
+    const std::vector<std::string_view> fields = splitAt(line, ' ');
+    const auto dash = std::ranges::find(fields, std::string_view("-"));
     if (fields.front() != number || fields.end() - dash < 4) continue;
-    return Mount{fields[2], withoutOctalEscapes(fields[4]), dash[1], withoutOctalEscapes(dash[2]), dash[3]};
+    return Mount{std::string(fields[2]), withoutOctalEscapes(fields[4]), std::string(dash[1]),
+                 withoutOctalEscapes(dash[2]), std::string(dash[3])};
   }
   return std::nullopt;
 }
@@ -125,8 +117,8 @@ void addBtrfsDevices(RVXVolume& volume, const std::string& sourceNumber) {
 
 std::optional<std::string> addressOption(const std::string& options) {
   constexpr std::string_view kAddress = "addr=";
-  for (const std::string& option : splitAt(options, ',')) {
-    if (option.starts_with(kAddress)) return option.substr(kAddress.size());
+  for (const std::string_view option : splitAt(options, ',')) {
+    if (option.starts_with(kAddress)) return std::string(option.substr(kAddress.size()));
   }
   return std::nullopt;
 }
