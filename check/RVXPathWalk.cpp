@@ -41,16 +41,13 @@ bool isMediaHashListName(std::string_view name) {
 void RVXPathWalk::add(const std::string& path) {
   const auto attributes = attributesOfTarget(path);
   if (attributes.failed()) {
-    addUnreadable(path, attributes.failure());
+    // It was there when the arguments were looked at.
+    foundUnreadableFolder(mInventory.names().addRoot(path), attributes.failure());
   } else if (attributes.value().type == RVXFileType::folder) {
     addFolder(path, attributes.value().identity);
   } else {
     addList(path);
   }
-}
-
-void RVXPathWalk::addUnreadable(const std::string& path, const RVXIOFailure& failure) {
-  mInventory.folderErrors.emplace(mInventory.names().addRoot(path), failure.reason);
 }
 
 void RVXPathWalk::addFolder(const std::string& path, const RVXFileIdentity& identity) {
@@ -66,7 +63,7 @@ void RVXPathWalk::addList(const std::string& path) {
   const std::string folder = pathWithoutLastComponent(path);
   const auto attributes = attributesOfTarget(folder.empty() ? "." : folder);
   if (attributes.failed()) {
-    addUnreadable(folder, attributes.failure());
+    foundUnreadableFolder(mInventory.names().addRoot(folder), attributes.failure());
     return;
   }
   noteList(

@@ -27,8 +27,6 @@ class RVXPathWalk : private RVXFolderWalk {
   [[nodiscard]] const std::vector<RVXNode>& folderPaths() const { return mFolderPaths; }
 
  private:
-  // What was there when the arguments were looked at, and is not any more.
-  void addUnreadable(const std::string& path, const RVXIOFailure& failure);
   void addFolder(const std::string& path, const RVXFileIdentity& identity);
   void addList(const std::string& path);
   void noteList(RVXNode list);
