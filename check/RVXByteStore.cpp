@@ -5,12 +5,6 @@
 
 #include "include/EndProcess.h"
 
-namespace {
-
-using Length = uint16_t;
-
-}  // namespace
-
 RVXByteStore::Place RVXByteStore::add(std::string_view text) {
   if (mUsed + sizeof(Length) + text.size() > kPieceSize) {
     if ((mPieces.size() + 1) * kPieceSize > UINT32_MAX) endProcessWithoutMemory();
@@ -20,7 +14,7 @@ RVXByteStore::Place RVXByteStore::add(std::string_view text) {
   char* const start = mPieces.back().get() + mUsed;
   const auto length = static_cast<Length>(text.size());
   std::memcpy(start, &length, sizeof length);
-  std::copy(text.begin(), text.end(), start + sizeof length);
+  std::ranges::copy(text, start + sizeof length);
   const size_t place = (mPieces.size() - 1) * kPieceSize + mUsed;
   mUsed += sizeof length + text.size();
   return static_cast<Place>(place);

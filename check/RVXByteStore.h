@@ -19,6 +19,7 @@ class RVXByteStore {
   [[nodiscard]] std::string_view at(Place place) const;
 
  private:
+  using Length = uint16_t;                                // in front of each text
   static constexpr size_t kPieceSize = size_t{1} << 18U;  // bytes; no text lies in two pieces
 
   std::vector<std::unique_ptr<char[]>> mPieces;

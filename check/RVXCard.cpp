@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "check/RVXHistories.h"
+#include "include/SplitText.h"
 #include "platform/digests/RVXAnyDigest.h"
 #include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
 
 namespace {
@@ -23,17 +23,17 @@ RVXCard::RVXCard(RVXInventory& inventory, RVXVolumeTable& volumes, const std::st
     : mInventory(inventory), mVolumes(volumes), mCopies(copies), mRoot(inventory.names().addRoot(path)) {}
 
 void RVXCard::find(const RVXIgnoredNames& ignored) {
-  RVXFolderWalk(mInventory.names(), ignored, *this).walk(mRoot);
-  for (const Node file : mFiles) examine(file);
+  walk(mInventory.names(), mRoot, ignored);
+  for (const RVXNode file : mFiles) examine(file);
 }
 
-RVXCard::Node RVXCard::enterFolder(Node parent, const std::string& name) {
+RVXNode RVXCard::enterFolder(RVXNode parent, const std::string& name) {
   return mInventory.names().add(parent, name);
 }
 
-void RVXCard::foundFile(Node parent, const std::string& name, RVXFileType type) {
+void RVXCard::foundFile(RVXNode parent, const std::string& name, RVXFileType type) {
   if (type == RVXFileType::regular && isChain(mInventory.names().name(parent), name)) return;
-  const Node file = mInventory.names().add(parent, name);
+  const RVXNode file = mInventory.names().add(parent, name);
   RVXItem& item = mInventory.item(file);
   item.isRegular = type == RVXFileType::regular;
   item.isLink = type == RVXFileType::symbolicLink;
@@ -46,13 +46,13 @@ void RVXCard::foundFile(Node parent, const std::string& name, RVXFileType type) 
   ++mOtherCount;
 }
 
-void RVXCard::foundUnreadableFolder(Node folder, const RVXIOFailure& failure) {
+void RVXCard::foundUnreadableFolder(RVXNode folder, const RVXIOFailure& failure) {
   const RVXMutexLock lock(mLock);
   mUnsafe.emplace(folder, failure.reason);
   ++mOtherCount;
 }
 
-void RVXCard::examine(Node file) {
+void RVXCard::examine(RVXNode file) {
   const std::string path = mInventory.names().path(file);
   const auto attributes = attributesOfItem(path);
   if (attributes.failed()) {
@@ -65,26 +65,26 @@ void RVXCard::examine(Node file) {
   item.volume = mVolumes.numberOf(attributes.value().identity, path);
 }
 
-std::vector<RVXCard::Node> RVXCard::filesToRead() {
+std::vector<RVXNode> RVXCard::filesToRead() {
   mListedSizes.find(mInventory);
-  std::vector<Node> toRead;
+  std::vector<RVXNode> toRead;
   const RVXMutexLock lock(mLock);
-  for (const Node file : mFiles) {
+  for (const RVXNode file : mFiles) {
     const bool isRegular = std::as_const(mInventory).item(file).isRegular;
     if (isRegular && !mUnsafe.contains(file) && !kindsFor(file).empty()) toRead.push_back(file);
   }
   return toRead;
 }
 
-void RVXCard::take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) {
+void RVXCard::take(RVXNode file, const RVXContents& contents) {
   const RVXMutexLock lock(mLock);
   mInventory.item(file).size = contents.length;
   if (contents.error || !contents.isRegularFile) {
     mUnsafe.emplace(file, contents.error.value_or("no regular file"));
     return;
   }
-  for (size_t i = 0; i < kinds.size(); ++i) {
-    mRead.push_back({file, mTexts.add(RVXInventory::textOf(kinds[i], contents.digests[i]))});
+  for (const auto& [kind, digest] : contents.digests) {
+    mRead.push_back({file, mTexts.add(RVXInventory::textOf(kind, digest))});
   }
 }
 
@@ -96,7 +96,7 @@ RVXCard::Judgement RVXCard::judge() {
   Judgement judgement;
   judgement.files = mFiles.size() + mOtherCount;
   for (const auto& [node, reason] : mUnsafe) judgement.unsafe.push_back({node, reason});
-  std::sort(judgement.unsafe.begin(), judgement.unsafe.end(), [this](const auto& one, const auto& other) {
+  std::ranges::sort(judgement.unsafe, [this](const auto& one, const auto& other) {
     return mInventory.names().comesBefore(one.node, other.node);
   });
   return judgement;
@@ -109,7 +109,7 @@ void RVXCard::findOwnDisks() {
     const auto folder = mVolumes.numberOf(attributes.value().identity, realPath(path).value_or(path));
     if (mVolumes.isOnDisk(folder)) mOwnDisks.insert(mVolumes.diskOf(folder));
   }
-  for (const Node file : mFiles) {
+  for (const RVXNode file : mFiles) {
     const auto volume = std::as_const(mInventory).item(file).volume;
     if (mVolumes.isOnDisk(volume)) mOwnDisks.insert(mVolumes.diskOf(volume));
   }
@@ -141,8 +141,7 @@ std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
     const RVXListedDigest& listed = mInventory.digest(copy.digest);
     return std::tuple(mInventory.textOf(listed), std::as_const(mInventory).item(listed.node).size, copy.disk);
   };
-  std::sort(good.begin(), good.end(),
-            [&](const GoodCopy& one, const GoodCopy& other) { return key(one) < key(other); });
+  std::ranges::sort(good, {}, key);
   good.erase(std::unique(good.begin(), good.end(),
                          [&](const GoodCopy& one, const GoodCopy& other) { return key(one) == key(other); }),
              good.end());
@@ -151,14 +150,12 @@ std::vector<RVXCard::GoodCopy> RVXCard::goodCopies() const {
 
 void RVXCard::judgeFiles() {
   const std::vector<GoodCopy> good = goodCopies();
-  std::sort(mRead.begin(), mRead.end(),
-            [](const ReadDigest& one, const ReadDigest& other) { return one.file < other.file; });
-  for (const Node file : mFiles) {
+  std::ranges::sort(mRead, {}, &ReadDigest::file);
+  for (const RVXNode file : mFiles) {
     if (!std::as_const(mInventory).item(file).isRegular || mUnsafe.contains(file)) continue;
     Disks disks;
-    const auto read = std::lower_bound(mRead.begin(), mRead.end(), file,
-                                       [](const ReadDigest& one, Node sought) { return one.file < sought; });
-    for (auto digest = read; digest != mRead.end() && digest->file == file; ++digest) {
+    auto digest = std::ranges::lower_bound(mRead, file, {}, &ReadDigest::file);
+    for (; digest != mRead.end() && digest->file == file; ++digest) {
       for (const std::string& text : RVXInventory::textsOf(mTexts.at(digest->text))) {
         addDisks(disks, good, file, text);
       }
@@ -167,16 +164,14 @@ void RVXCard::judgeFiles() {
   }
 }
 
-void RVXCard::addDisks(Disks& disks, const std::vector<GoodCopy>& good, Node file,
+void RVXCard::addDisks(Disks& disks, const std::vector<GoodCopy>& good, RVXNode file,
                        std::string_view text) const {
   const auto textOf = [this](const GoodCopy& copy) {
     return mInventory.textOf(mInventory.digest(copy.digest));
   };
-  auto copy =
-      std::lower_bound(good.begin(), good.end(), text,
-                       [&](const GoodCopy& one, std::string_view sought) { return textOf(one) < sought; });
+  auto copy = std::ranges::lower_bound(good, text, {}, textOf);
   for (; copy != good.end() && textOf(*copy) == text; ++copy) {
-    const Node node = mInventory.digest(copy->digest).node;
+    const RVXNode node = mInventory.digest(copy->digest).node;
     const int64_t size = std::as_const(mInventory).item(node).size;
     if (size == std::as_const(mInventory).item(file).size) disks.insert(copy->disk);
   }
@@ -185,7 +180,7 @@ void RVXCard::addDisks(Disks& disks, const std::vector<GoodCopy>& good, Node fil
 std::map<std::string, RVXCard::Disks> RVXCard::disksOfGoodLinks() const {
   std::map<std::string, Disks> links;
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
-    const Node node = mInventory.digest(number).node;
+    const RVXNode node = mInventory.digest(number).node;
     const RVXItem& item = std::as_const(mInventory).item(node);
     if (!item.isLink || item.verdict != RVXVerdict::ok) continue;
     // The volume of the link itself, not that of the file to which it may lead.
@@ -200,12 +195,11 @@ std::map<std::string, RVXCard::Disks> RVXCard::disksOfGoodLinks() const {
 }
 
 void RVXCard::judgeLinks() {
-  const bool hasLinks = std::any_of(mFiles.begin(), mFiles.end(), [this](Node file) {
-    return std::as_const(mInventory).item(file).isLink;
-  });
+  const bool hasLinks = std::ranges::any_of(
+      mFiles, [this](RVXNode file) { return std::as_const(mInventory).item(file).isLink; });
   if (!hasLinks) return;
   const auto links = disksOfGoodLinks();
-  for (const Node file : mFiles) {
+  for (const RVXNode file : mFiles) {
     if (!std::as_const(mInventory).item(file).isLink || mUnsafe.contains(file) || leadsToSafeFile(file))
       continue;
     const auto text = linkTarget(mInventory.names().path(file));
@@ -214,23 +208,20 @@ void RVXCard::judgeLinks() {
   }
 }
 
-bool RVXCard::leadsToSafeFile(Node link) const {
+bool RVXCard::leadsToSafeFile(RVXNode link) const {
   const auto card = realPath(mInventory.names().path(mRoot));
   const auto target = realPath(mInventory.names().path(link));
   const std::string below = card ? *card + (*card == "/" ? "" : "/") : "";
   if (!card || !target || !target->starts_with(below)) return false;
-  Node node = mRoot;
-  std::string_view rest = std::string_view(*target).substr(below.size());
-  while (!rest.empty() && node != RVXNameTree::kNone) {
-    const std::string_view name = rest.substr(0, rest.find('/'));
-    rest.remove_prefix(std::min(rest.size(), name.size() + 1));
-    node = mInventory.names().find(node, name);
+  RVXNode node = mRoot;
+  for (const std::string_view name : splitAt(std::string_view(*target).substr(below.size()), '/')) {
+    if (node != RVXNameTree::kNone) node = mInventory.names().find(node, name);
   }
   return node != RVXNameTree::kNone && std::as_const(mInventory).item(node).isRegular &&
          !mUnsafe.contains(node);
 }
 
-void RVXCard::requireCopies(Node file, size_t found) {
+void RVXCard::requireCopies(RVXNode file, size_t found) {
   if (found >= mCopies) return;
   mUnsafe.emplace(file, "on " + std::to_string(found) + " of " + std::to_string(mCopies) + " disks");
 }

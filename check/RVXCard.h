@@ -21,10 +21,8 @@
 //
 // Used in this order: find(), filesToRead(), then kindsFor() and take() from any thread for each of these,
 // and judge() when all verdicts are known.
-class RVXCard : private RVXFolderWalk::Visitor {
+class RVXCard : private RVXFolderWalk {
  public:
-  using Node = RVXNameTree::Node;
-
   RVXCard(RVXInventory& inventory, RVXVolumeTable& volumes, const std::string& path, size_t copies);
 
   // Finds what is on the card.
@@ -32,19 +30,19 @@ class RVXCard : private RVXFolderWalk::Visitor {
 
   // The files that may have a copy, because a listed file has the same size. To be called after the listed
   // files were examined.
-  std::vector<Node> filesToRead();
+  std::vector<RVXNode> filesToRead();
 
   // The kinds of digests that are listed for files of this one's size.
-  [[nodiscard]] std::vector<DigestKind> kindsFor(Node file) const {
+  [[nodiscard]] std::set<DigestKind> kindsFor(RVXNode file) const {
     return mListedSizes.kindsFor(std::as_const(mInventory).item(file).size);
   }
 
-  // Takes what was read of a file, with digests of these kinds.
-  void take(Node file, const std::vector<DigestKind>& kinds, const RVXContents& contents) RVX_EXCLUDES(mLock);
+  // Takes what was read of a file.
+  void take(RVXNode file, const RVXContents& contents) RVX_EXCLUDES(mLock);
 
   struct Judgement {
     struct Unsafe {
-      Node node = RVXNameTree::kNone;
+      RVXNode node = RVXNameTree::kNone;
       std::string reason;
     };
     std::vector<Unsafe> unsafe;  // in the order of the printed paths
@@ -56,9 +54,9 @@ class RVXCard : private RVXFolderWalk::Visitor {
  private:
   using Disks = std::set<size_t>;
 
-  Node enterFolder(Node parent, const std::string& name) override;
-  void foundFile(Node parent, const std::string& name, RVXFileType type) override;
-  void foundUnreadableFolder(Node folder, const RVXIOFailure& failure) override;
+  RVXNode enterFolder(RVXNode parent, const std::string& name) override;
+  void foundFile(RVXNode parent, const std::string& name, RVXFileType type) override;
+  void foundUnreadableFolder(RVXNode folder, const RVXIOFailure& failure) override;
 
   // A listed digest of a good file, and the disk that the file lies on.
   struct GoodCopy {
@@ -66,34 +64,34 @@ class RVXCard : private RVXFolderWalk::Visitor {
     size_t disk = 0;
   };
 
-  void examine(Node file) RVX_EXCLUDES(mLock);
+  void examine(RVXNode file) RVX_EXCLUDES(mLock);
   void findOwnDisks();
   [[nodiscard]] bool isOnOtherDisk(RVXVolumeTable::Number volume) const;
   // Whether the listed digest is that of a link's target text, which says nothing of any contents.
   [[nodiscard]] bool isOfLinkText(const RVXListedDigest& listed) const;
   [[nodiscard]] std::vector<GoodCopy> goodCopies() const;
   void judgeFiles() RVX_REQUIRES(mLock);
-  void addDisks(Disks& disks, const std::vector<GoodCopy>& good, Node file, std::string_view text) const;
+  void addDisks(Disks& disks, const std::vector<GoodCopy>& good, RVXNode file, std::string_view text) const;
   [[nodiscard]] std::map<std::string, Disks> disksOfGoodLinks() const;
   void judgeLinks() RVX_REQUIRES(mLock);
-  [[nodiscard]] bool leadsToSafeFile(Node link) const RVX_REQUIRES(mLock);
-  void requireCopies(Node file, size_t found) RVX_REQUIRES(mLock);
+  [[nodiscard]] bool leadsToSafeFile(RVXNode link) const RVX_REQUIRES(mLock);
+  void requireCopies(RVXNode file, size_t found) RVX_REQUIRES(mLock);
 
   struct ReadDigest {
-    Node file = RVXNameTree::kNone;
+    RVXNode file = RVXNameTree::kNone;
     RVXByteStore::Place text = 0;  // as RVXInventory::textOf()
   };
 
   RVXInventory& mInventory;
   RVXVolumeTable& mVolumes;
   const size_t mCopies;
-  const Node mRoot;
-  std::vector<Node> mFiles;  // and links
+  const RVXNode mRoot;
+  std::vector<RVXNode> mFiles;  // and links
   RVXListedSizes mListedSizes;
   Disks mOwnDisks;
 
   RVXMutex mLock;
-  std::map<Node, std::string> mUnsafe RVX_GUARDED_BY(mLock);  // and why
+  std::map<RVXNode, std::string> mUnsafe RVX_GUARDED_BY(mLock);  // and why
   std::deque<ReadDigest> mRead RVX_GUARDED_BY(mLock);
   RVXByteStore mTexts RVX_GUARDED_BY(mLock);
   size_t mOtherCount RVX_GUARDED_BY(mLock) = 0;  // items in mUnsafe that are neither file nor link

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdint>
 
+#include "platform/files/RVXPathText.h"
 #include "platform/system/RVXOptionReader.h"
 
 namespace {
@@ -29,11 +30,6 @@ std::optional<size_t> numberBetween(const std::string& text, size_t least, size_
   return number;
 }
 
-std::string withoutTrailingSlashes(std::string path) {
-  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-  return path;
-}
-
 // The options as they are taken one after another.
 class Taker {
  public:
@@ -45,7 +41,7 @@ class Taker {
       case Read::Kind::valueMissing:
         return "option " + read.option + " needs a value";
       case Read::Kind::operand:
-        options.paths.push_back(withoutTrailingSlashes(read.value));
+        options.paths.emplace_back(withoutTrailingSlashes(read.value));
         return "";
       case Read::Kind::option:
         return takeOption(read.option, read.value);

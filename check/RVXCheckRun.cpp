@@ -48,11 +48,11 @@ void RVXCheckRun::examine() {
   mCardFiles = mCard->filesToRead();
 }
 
-void RVXCheckRun::useLists(const std::vector<Node>& lists, RVXHistories& histories) {
+void RVXCheckRun::useLists(const std::vector<RVXNode>& lists, RVXHistories& histories) {
   histories.find(lists);
   RVXListUse textLists(mInventory, mPlaces);
   RVXMediaListUse mediaLists(mInventory, mPlaces, histories);
-  for (const Node list : lists) {
+  for (const RVXNode list : lists) {
     if (RVXInterruption::signalNumber()) return;
     if (RVXMediaListUse::isOne(mInventory, list)) {
       mediaLists.use(list);
@@ -63,17 +63,17 @@ void RVXCheckRun::useLists(const std::vector<Node>& lists, RVXHistories& histori
 }
 
 void RVXCheckRun::startReaders() {
-  mReaders = std::make_unique<RVXReaders>([this](Node file) { readFile(file); });
-  std::map<size_t, std::vector<Node>> filesOfDisks;
+  mReaders = std::make_unique<RVXReaders>([this](RVXNode file) { readFile(file); });
+  std::map<size_t, std::vector<RVXNode>> filesOfDisks;
   for (const auto* files : {&mListedFiles, &mOtherFiles, &mCardFiles}) {
-    for (const Node file : *files) {
+    for (const RVXNode file : *files) {
       filesOfDisks[mVolumes.diskOf(std::as_const(mInventory).item(file).volume)].push_back(file);
     }
   }
   for (auto& [disk, files] : filesOfDisks) mReaders->readDisk(std::move(files), atOnce(disk));
 }
 
-void RVXCheckRun::readFile(Node file) {
+void RVXCheckRun::readFile(RVXNode file) {
   const RVXItem& item = std::as_const(mInventory).item(file);
   if (item.lastDigest != RVXNameTree::kNone) {
     mFileCheck->checkListed(file);
@@ -87,7 +87,7 @@ void RVXCheckRun::readFile(Node file) {
 int64_t RVXCheckRun::totalBytes() const {
   int64_t total = 0;
   for (const auto* files : {&mListedFiles, &mOtherFiles, &mCardFiles}) {
-    for (const Node file : *files) total += mInventory.item(file).size;
+    for (const RVXNode file : *files) total += mInventory.item(file).size;
   }
   return total;
 }
@@ -106,7 +106,7 @@ void RVXCheckRun::followReaders(int64_t totalSize) {
     const bool isFinished = mResults->isFinished() || RVXInterruption::signalNumber();
     tellKnown();
     if (isFinished) break;
-    const Node file = mReaders->lastBegun();
+    const RVXNode file = mReaders->lastBegun();
     progress.draw(mFileCheck->bytesRead(),
                   file != RVXNameTree::kNone ? mInventory.names().printedPath(file) : "");
     RVXInterruption::wait(progress.isShown() ? std::optional(RVXProgressLine::kInterval) : std::nullopt);

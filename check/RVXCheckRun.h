@@ -32,12 +32,10 @@ class RVXCheckRun {
   RVXCheckStatus run();
 
  private:
-  using Node = RVXNameTree::Node;
-
   void examine();
-  void useLists(const std::vector<Node>& lists, RVXHistories& histories);
+  void useLists(const std::vector<RVXNode>& lists, RVXHistories& histories);
   void startReaders();
-  void readFile(Node file);
+  void readFile(RVXNode file);
   [[nodiscard]] int64_t totalBytes() const;
   [[nodiscard]] size_t atOnce(size_t disk) const;
   void followReaders(int64_t totalSize);
@@ -52,9 +50,9 @@ class RVXCheckRun {
   RVXPlaces mPlaces{mInventory};
   RVXVolumeTable mVolumes;
   std::optional<RVXCard> mCard;
-  std::vector<Node> mListedFiles;  // to be read
-  std::vector<Node> mCardFiles;    // to be read
-  std::vector<Node> mOtherFiles;   // to be read for new lists
+  std::vector<RVXNode> mListedFiles;  // to be read
+  std::vector<RVXNode> mCardFiles;    // to be read
+  std::vector<RVXNode> mOtherFiles;   // to be read for new lists
   RVXReadFacts mFacts;
   RVXListWriting mWriting;
   RVXOutput mOutput;

@@ -18,8 +18,8 @@ size_t chunkSizeFor(int64_t size) {
 }
 
 // Reads to the end and feeds the digests; returns the bytes read.
-int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery, std::vector<RVXAnyDigest>& digests,
-                    std::atomic<int64_t>& bytesRead) {
+int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery,
+                    std::map<DigestKind, RVXAnyDigest>& digests, std::atomic<int64_t>& bytesRead) {
   const size_t chunkSize = chunkSizeFor(reader.size());
   std::array<RVXBlock, 2> chunks;
   RVXOperationQueue queue;
@@ -33,8 +33,8 @@ int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery, std::
     length += chunkLength;
     bytesRead.fetch_add(chunkLength, std::memory_order_relaxed);  // only shown
     const bool isLast = chunk.length() != chunkSize;
-    for (RVXAnyDigest& digest : digests) {
-      const auto update = [&digest, &chunk] { digest.update(chunk.bytes()); };
+    for (auto& [kind, digest] : digests) {
+      const auto update = [&digest = digest, &chunk] { digest.update(chunk.bytes()); };
       // After the last chunk there is nothing to read meanwhile, and for a small file a thread costs more
       // than it saves.
       if (isLast) {
@@ -50,7 +50,7 @@ int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery, std::
 
 }  // namespace
 
-RVXContents RVXContents::read(const std::string& path, const std::vector<DigestKind>& kinds,
+RVXContents RVXContents::read(const std::string& path, const std::set<DigestKind>& kinds,
                               std::atomic<int64_t>& bytesRead) {
   RVXContents contents;
   auto opened = RVXRecoveringReader::openForReading(path);
@@ -66,15 +66,14 @@ RVXContents RVXContents::read(const std::string& path, const std::vector<DigestK
 
   reader.bypassCacheAndReadAhead();
   RVXKeptFailure recovery;
-  std::vector<RVXAnyDigest> digests;
-  digests.reserve(kinds.size());
-  for (const DigestKind kind : kinds) digests.emplace_back(kind);
+  std::map<DigestKind, RVXAnyDigest> digests;
+  for (const DigestKind kind : kinds) digests.emplace(kind, kind);
   contents.length = readThrough(reader, recovery, digests, bytesRead);
   if (recovery.failure()) {
     contents.error =
         recovery.failure()->reason.reason + " at " + std::to_string(recovery.failure()->position);
     return contents;
   }
-  for (RVXAnyDigest& digest : digests) contents.digests.push_back(digest.finalBytes());
+  for (auto& [kind, digest] : digests) contents.digests.emplace(kind, digest.finalBytes());
   return contents;
 }

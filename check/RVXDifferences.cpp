@@ -1,6 +1,5 @@
 #include "check/RVXDifferences.h"
 
-#include <algorithm>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -15,13 +14,11 @@ bool fits(const RVXListedDigest& listed, int64_t size) {
 
 }  // namespace
 
-std::vector<DigestKind> RVXDifferences::kindsFor(int64_t size) const {
-  std::vector<DigestKind> kinds;
+std::set<DigestKind> RVXDifferences::kindsFor(int64_t size) const {
+  std::set<DigestKind> kinds;
   for (const uint32_t number : mInventory.entriesOf(mNode)) {
     const RVXListedDigest& listed = mInventory.digest(number);
-    if (!mInventory.hasDigest(listed) || !fits(listed, size)) continue;
-    const DigestKind kind = mInventory.kindOf(listed);
-    if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end()) kinds.push_back(kind);
+    if (mInventory.hasDigest(listed) && fits(listed, size)) kinds.insert(mInventory.kindOf(listed));
   }
   return kinds;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -9,13 +10,12 @@
 // What differs between the entries of a listed file and what was found.
 class RVXDifferences {
  public:
-  using Node = RVXNameTree::Node;
   using Difference = RVXFinding::Difference;
 
-  RVXDifferences(const RVXInventory& inventory, Node node) : mInventory(inventory), mNode(node) {}
+  RVXDifferences(const RVXInventory& inventory, RVXNode node) : mInventory(inventory), mNode(node) {}
 
   // The kinds of the digests that contents of that size are to be compared with.
-  [[nodiscard]] std::vector<DigestKind> kindsFor(int64_t size) const;
+  [[nodiscard]] std::set<DigestKind> kindsFor(int64_t size) const;
 
   // The entries that do not fit contents of that size. Where the listed size differs, the digest is not
   // looked at; else `digestOf` gives the bytes of the digest that was read, for a kind of kindsFor().
@@ -29,5 +29,5 @@ class RVXDifferences {
 
  private:
   const RVXInventory& mInventory;
-  const Node mNode;
+  const RVXNode mNode;
 };

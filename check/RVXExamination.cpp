@@ -6,31 +6,15 @@
 
 #include "check/RVXDifferences.h"
 #include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXIOFailure.h"
 #include "platform/system/RVXInterruption.h"
 
-namespace {
-
-// The size of a link that is good by its text. No file has it, so that no file of the card is taken for its
-// copy.
-constexpr int64_t kNoContents = -1;
-
-void sortBadLines(RVXInventory& inventory) {
-  std::stable_sort(inventory.badLines.begin(), inventory.badLines.end(),
-                   [](const RVXBadLines& one, const RVXBadLines& other) {
-                     return std::pair(one.list, one.first) < std::pair(other.list, other.first);
-                   });
-}
-
-}  // namespace
-
-std::vector<RVXExamination::Node> RVXExamination::examineListedFiles() {
-  std::vector<Node> toRead;
+std::vector<RVXNode> RVXExamination::examineListedFiles() {
+  std::vector<RVXNode> toRead;
   for (uint32_t number = 0; number < mInventory.digestCount(); ++number) {
     const RVXListedDigest& listed = mInventory.digest(number);
     if (listed.previous != RVXNameTree::kNone) continue;  // not the first entry of its file
-    const Node node = listed.node;
+    const RVXNode node = listed.node;
     const Entries entries = entriesOf(node);
     if (entries.haveFile && !entries.haveDigest) addBadLineWithoutDigest(entries.firstOfFile);
     if (mInventory.item(node).verdict != RVXVerdict::none) continue;
@@ -41,11 +25,12 @@ std::vector<RVXExamination::Node> RVXExamination::examineListedFiles() {
     }
     if (mInventory.item(node).verdict == RVXVerdict::pending) toRead.push_back(node);
   }
-  sortBadLines(mInventory);
+  std::ranges::stable_sort(mInventory.badLines, {},
+                           [](const RVXBadLines& bad) { return std::pair(bad.list, bad.first); });
   return toRead;
 }
 
-RVXExamination::Entries RVXExamination::entriesOf(Node node) const {
+RVXExamination::Entries RVXExamination::entriesOf(RVXNode node) const {
   Entries entries;
   for (const uint32_t number : mInventory.entriesOf(node)) {
     const RVXListedDigest& listed = mInventory.digest(number);
@@ -64,7 +49,7 @@ void RVXExamination::addBadLineWithoutDigest(uint32_t entry) {
 }
 
 void RVXExamination::findUnlistedFiles() {
-  for (Node node = 0; node < mInventory.names().size(); ++node) {
+  for (RVXNode node = 0; node < mInventory.names().size(); ++node) {
     if (RVXInterruption::signalNumber()) return;  // patterns may be made to take long
     RVXItem& item = mInventory.item(node);
     if (item.isFound && !item.isFolder && !item.isNamed && !item.isList && !mHistories.excuse(node, false)) {
@@ -74,7 +59,7 @@ void RVXExamination::findUnlistedFiles() {
   }
 }
 
-void RVXExamination::examine(Node node, const Entries& entries) {
+void RVXExamination::examine(RVXNode node, const Entries& entries) {
   const std::string path = mInventory.names().path(node);
   const auto attributes = attributesOfItem(path.empty() ? "." : path);
   RVXItem& item = mInventory.item(node);
@@ -96,7 +81,7 @@ void RVXExamination::examine(Node node, const Entries& entries) {
   }
 }
 
-void RVXExamination::examineRegularFile(Node node, const std::string& path,
+void RVXExamination::examineRegularFile(RVXNode node, const std::string& path,
                                         const RVXFileAttributes& attributes) {
   RVXItem& item = mInventory.item(node);
   item.size = attributes.size;
@@ -112,7 +97,10 @@ void RVXExamination::examineRegularFile(Node node, const std::string& path,
   if (!ofSize.empty()) mInventory.findings[node].differences = std::move(ofSize);
 }
 
-void RVXExamination::examineLink(Node node, const std::string& path, const RVXFileAttributes& attributes) {
+void RVXExamination::examineLink(RVXNode node, const std::string& path, const RVXFileAttributes& attributes) {
+  // The size of a link that is good by its text. No file has it, so that no file of the card is taken for its
+  // copy.
+  constexpr int64_t kNoContents = -1;
   RVXItem& item = mInventory.item(node);
   item.isLink = true;
   item.size = kNoContents;

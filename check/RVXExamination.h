@@ -12,15 +12,13 @@
 // it lies, and whether a link is good by its target text. What is still to be read has the verdict `pending`.
 class RVXExamination {
  public:
-  using Node = RVXNameTree::Node;
-
   RVXExamination(RVXInventory& inventory, const RVXPlaces& places, const RVXHistories& histories,
                  RVXVolumeTable& volumes)
       : mInventory(inventory), mPlaces(places), mHistories(histories), mVolumes(volumes) {}
 
   // The files that are to be read, in the order of the lists. When the user interrupts the run, all that
   // were not looked at yet are among them.
-  std::vector<Node> examineListedFiles();
+  std::vector<RVXNode> examineListedFiles();
 
   // Marks the files that no list names (except those that a history excuses), and the manifests that the
   // chain of their history does not name. Ends early when the user interrupts the run.
@@ -35,11 +33,11 @@ class RVXExamination {
     uint32_t firstOfFile = 0;
   };
 
-  [[nodiscard]] Entries entriesOf(Node node) const;
+  [[nodiscard]] Entries entriesOf(RVXNode node) const;
   void addBadLineWithoutDigest(uint32_t entry);
-  void examine(Node node, const Entries& entries);
-  void examineRegularFile(Node node, const std::string& path, const RVXFileAttributes& attributes);
-  void examineLink(Node node, const std::string& path, const RVXFileAttributes& attributes);
+  void examine(RVXNode node, const Entries& entries);
+  void examineRegularFile(RVXNode node, const std::string& path, const RVXFileAttributes& attributes);
+  void examineLink(RVXNode node, const std::string& path, const RVXFileAttributes& attributes);
   [[nodiscard]] bool leadsToFolder(const std::string& path) const;
 
   RVXInventory& mInventory;

@@ -6,15 +6,11 @@
 #include "check/RVXDifferences.h"
 #include "platform/files/RVXFileSystem.h"
 
-void RVXFileCheck::checkListed(RVXNameTree::Node file) {
-  const std::string path = mInventory.names().path(file);
-  std::vector<DigestKind> kinds =
-      RVXDifferences(mInventory, file).kindsFor(std::as_const(mInventory).item(file).size);
-  for (const DigestKind kind : mFacts.kindsFor(file)) {
-    if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end()) kinds.push_back(kind);
-  }
-  const RVXContents contents = read(path, kinds);
-  mFacts.take(file, kinds, contents);
+void RVXFileCheck::checkListed(RVXNode file) {
+  std::set<DigestKind> kinds = RVXDifferences(mInventory, file).kindsFor(mInventory.item(file).size);
+  kinds.merge(mFacts.kindsFor(file));
+  const RVXContents contents = read(file, kinds);
+  mFacts.take(file, contents);
   RVXResults::Checked checked;
   checked.size = contents.length;
   if (contents.error) {
@@ -23,42 +19,37 @@ void RVXFileCheck::checkListed(RVXNameTree::Node file) {
   } else if (!contents.isRegularFile) {
     checked.verdict = RVXVerdict::noRegularFile;
   } else {
-    checked.volume = mVolumes.numberOfTarget(contents.identity, path);
-    checked.finding.differences = differences(file, kinds, contents);
+    checked.volume = mVolumes.numberOfTarget(contents.identity, mInventory.names().path(file));
+    checked.finding.differences = differences(file, contents);
     checked.verdict = checked.finding.differences.empty() ? RVXVerdict::ok : RVXVerdict::changed;
   }
   mResults.post(file, std::move(checked));
 }
 
-void RVXFileCheck::checkOnCard(RVXNameTree::Node file, RVXCard& card) {
-  const std::vector<DigestKind> kinds = card.kindsFor(file);
-  card.take(file, kinds, read(mInventory.names().path(file), kinds));
+void RVXFileCheck::checkOnCard(RVXNode file, RVXCard& card) {
+  card.take(file, read(file, card.kindsFor(file)));
   mResults.postOther();
 }
 
-void RVXFileCheck::readFacts(RVXNameTree::Node file) {
-  const std::vector<DigestKind> kinds = mFacts.kindsFor(file);
-  mFacts.take(file, kinds, read(mInventory.names().path(file), kinds));
+void RVXFileCheck::readFacts(RVXNode file) {
+  mFacts.take(file, read(file, mFacts.kindsFor(file)));
   mResults.postOther();
 }
 
-RVXContents RVXFileCheck::read(const std::string& path, const std::vector<DigestKind>& kinds) {
+RVXContents RVXFileCheck::read(RVXNode file, const std::set<DigestKind>& kinds) {
+  const std::string path = mInventory.names().path(file);
   RVXContents contents = RVXContents::read(path, kinds, mBytesRead);
   if (contents.length > 0) mVolumes.noteRead(contents.identity, path);
   return contents;
 }
 
-std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNameTree::Node file,
-                                                              const std::vector<DigestKind>& kinds,
+std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNode file,
                                                               const RVXContents& contents) const {
   const RVXDifferences compared(mInventory, file);
-  const auto digestOf = [&](DigestKind sought) {
-    const auto kind = std::find(kinds.begin(), kinds.end(), sought);
-    return contents.digests[static_cast<size_t>(kind - kinds.begin())];
-  };
+  const auto digestOf = [&](DigestKind kind) { return contents.digests.at(kind); };
   // The size is that of the examination: if it has changed since, the digest shows it.
-  auto differences = compared.of(std::as_const(mInventory).item(file).size, digestOf);
-  const bool isLink = std::as_const(mInventory).item(file).isLink;
+  auto differences = compared.of(mInventory.item(file).size, digestOf);
+  const bool isLink = mInventory.item(file).isLink;
   if (differences.empty() || !isLink) return compared.withoutRepetitions(std::move(differences));
   const auto text = linkTarget(mInventory.names().path(file));
   if (text.failed()) return compared.withoutRepetitions(std::move(differences));
@@ -66,9 +57,7 @@ std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNameTree::Node 
   // The entry fits neither the contents nor the link's text; the finding names the text's digest.
   auto ofText = compared.ofLinkText(text.value());
   std::erase_if(ofText, [&](const RVXFinding::Difference& one) {
-    return std::none_of(
-        differences.begin(), differences.end(),
-        [&](const RVXFinding::Difference& ofContents) { return ofContents.digest == one.digest; });
+    return std::ranges::find(differences, one.digest, &RVXFinding::Difference::digest) == differences.end();
   });
   return compared.withoutRepetitions(std::move(ofText));
 }

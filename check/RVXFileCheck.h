@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <set>
 
 #include "check/RVXCard.h"
 #include "check/RVXInventory.h"
@@ -13,24 +14,24 @@
 // files.
 class RVXFileCheck {
  public:
-  RVXFileCheck(RVXInventory& inventory, RVXVolumeTable& volumes, RVXResults& results, RVXReadFacts& facts)
+  RVXFileCheck(const RVXInventory& inventory, RVXVolumeTable& volumes, RVXResults& results,
+               RVXReadFacts& facts)
       : mInventory(inventory), mVolumes(volumes), mResults(results), mFacts(facts) {}
 
-  void checkListed(RVXNameTree::Node file);
-  void checkOnCard(RVXNameTree::Node file, RVXCard& card);
+  void checkListed(RVXNode file);
+  void checkOnCard(RVXNode file, RVXCard& card);
   // Reads a file that is not checked, because a new list needs its digests.
-  void readFacts(RVXNameTree::Node file);
+  void readFacts(RVXNode file);
 
   // The bytes of all files that were read so far.
   [[nodiscard]] int64_t bytesRead() const { return mBytesRead.load(std::memory_order_relaxed); }
 
  private:
-  RVXContents read(const std::string& path, const std::vector<DigestKind>& kinds);
-  [[nodiscard]] std::vector<RVXFinding::Difference> differences(RVXNameTree::Node file,
-                                                                const std::vector<DigestKind>& kinds,
+  RVXContents read(RVXNode file, const std::set<DigestKind>& kinds);
+  [[nodiscard]] std::vector<RVXFinding::Difference> differences(RVXNode file,
                                                                 const RVXContents& contents) const;
 
-  RVXInventory& mInventory;
+  const RVXInventory& mInventory;
   RVXVolumeTable& mVolumes;
   RVXResults& mResults;
   RVXReadFacts& mFacts;

@@ -13,7 +13,7 @@ std::string digestOf(std::string_view text) {
 template <typename Digest>
 Digest digestOfBytes(std::string_view bytes) {
   Digest digest{};
-  std::copy(bytes.begin(), bytes.end(), digest.begin());
+  std::ranges::copy(bytes, digest.begin());
   return digest;
 }
 
@@ -45,7 +45,7 @@ void RVXFolderDigests::add(OpenFolders& folders, std::string_view path, const RV
 }
 
 std::string RVXFolderDigests::digestOfSorted(std::vector<Digest>& digests) {
-  std::sort(digests.begin(), digests.end());
+  std::ranges::sort(digests);
   RVXAnyDigest digest(DigestKind::XXH64);
   for (const Digest& one : digests) digest.update(std::as_bytes(std::span(one)));
   return digest.finalBytes();

@@ -13,13 +13,11 @@
 // The digests of the folders of a scope, from the XXH64 of its files.
 class RVXFolderDigests {
  public:
-  using Node = RVXNameTree::Node;
-
   RVXFolderDigests(const RVXScope& scope, const RVXReadFacts& facts);
 
   [[nodiscard]] const RVXNewFolderHash& root() const { return mRoot; }
   // Of a folder of the scope.
-  [[nodiscard]] const RVXNewFolderHash& of(Node folder) const { return mFolders.at(folder); }
+  [[nodiscard]] const RVXNewFolderHash& of(RVXNode folder) const { return mFolders.at(folder); }
 
  private:
   using Digest = std::array<unsigned char, 8>;
@@ -34,6 +32,6 @@ class RVXFolderDigests {
   static std::string digestOfSorted(std::vector<Digest>& digests);
   static RVXNewFolderHash close(OpenFolders& folders, std::string_view path);
 
-  std::map<Node, RVXNewFolderHash> mFolders;
+  std::map<RVXNode, RVXNewFolderHash> mFolders;
   RVXNewFolderHash mRoot;
 };

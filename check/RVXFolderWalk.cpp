@@ -2,26 +2,26 @@
 
 #include <vector>
 
-#include "platform/files/RVXFolderReader.h"
+#include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/system/RVXInterruption.h"
 
-void RVXFolderWalk::walk(Node root) {
-  std::vector<Node> folders = {root};
+void RVXFolderWalk::walk(const RVXNameTree& names, RVXNode root, const RVXIgnoredNames& ignored) {
+  std::vector<RVXNode> folders = {root};
   while (!folders.empty() && !RVXInterruption::signalNumber()) {
-    const Node folder = folders.back();
+    const RVXNode folder = folders.back();
     folders.pop_back();
-    const std::string below = mIgnored.needsPath() ? mNames.pathBelowRoot(folder) : "";
-    const auto done = readFolder(mNames.path(folder), [&](const char* entry, RVXFileType type) {
+    const std::string below = ignored.needsPath() ? names.pathBelowRoot(folder) : "";
+    const auto done = readFolder(names.path(folder), [&](const char* entry, RVXFileType type) {
       const std::string name = entry;
-      if (mIgnored.contains(name, mIgnored.needsPath() ? pathByAppendingComponent(below, name) : "")) return;
+      if (ignored.contains(name, ignored.needsPath() ? pathByAppendingComponent(below, name) : "")) return;
       if (type != RVXFileType::folder) {
-        mVisitor.foundFile(folder, name, type);
+        foundFile(folder, name, type);
         return;
       }
-      const Node entered = mVisitor.enterFolder(folder, name);
+      const RVXNode entered = enterFolder(folder, name);
       if (entered != RVXNameTree::kNone) folders.push_back(entered);
     });
-    if (done.failed()) mVisitor.foundUnreadableFolder(folder, done.failure());
+    if (done.failed()) foundUnreadableFolder(folder, done.failure());
   }
 }

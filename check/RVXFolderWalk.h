@@ -7,28 +7,18 @@
 #include "platform/files/RVXFileAttributes.h"
 #include "platform/files/RVXIOFailure.h"
 
-// Finds what lies below a folder, ignored names aside. Links are not followed. Ends early when the user
-// interrupts the run.
+// Finds what lies below a folder, ignored names aside. Links are not followed.
 class RVXFolderWalk {
  public:
-  using Node = RVXNameTree::Node;
+  virtual ~RVXFolderWalk() = default;
 
-  class Visitor {
-   public:
-    virtual ~Visitor() = default;
-    // A folder; the answer is the node under which it is to be walked, kNone to pass it by.
-    virtual Node enterFolder(Node parent, const std::string& name) = 0;
-    virtual void foundFile(Node parent, const std::string& name, RVXFileType type) = 0;
-    virtual void foundUnreadableFolder(Node folder, const RVXIOFailure& failure) = 0;
-  };
-
-  RVXFolderWalk(const RVXNameTree& names, const RVXIgnoredNames& ignored, Visitor& visitor)
-      : mNames(names), mIgnored(ignored), mVisitor(visitor) {}
-
-  void walk(Node root);
+ protected:
+  // Ends early when the user interrupts the run.
+  void walk(const RVXNameTree& names, RVXNode root, const RVXIgnoredNames& ignored);
 
  private:
-  const RVXNameTree& mNames;
-  const RVXIgnoredNames& mIgnored;
-  Visitor& mVisitor;
+  // A folder; the answer is the node under which it is to be walked, kNone to pass it by.
+  virtual RVXNode enterFolder(RVXNode parent, const std::string& name) = 0;
+  virtual void foundFile(RVXNode parent, const std::string& name, RVXFileType type) = 0;
+  virtual void foundUnreadableFolder(RVXNode folder, const RVXIOFailure& failure) = 0;
 };

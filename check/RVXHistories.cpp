@@ -44,10 +44,10 @@ class RVXHistories::RenameReader : private RVXMediaHashListReader::Receiver {
   std::vector<Rename>& mRenames;
 };
 
-void RVXHistories::find(const std::vector<Node>& lists) {
-  for (const Node list : lists) {
+void RVXHistories::find(const std::vector<RVXNode>& lists) {
+  for (const RVXNode list : lists) {
     const RVXItem& item = mInventory.item(list);
-    const Node folder = mInventory.names().parent(list);
+    const RVXNode folder = mInventory.names().parent(list);
     if (item.isHistory) {
       mHistories[list];
     } else if (folder != RVXNameTree::kNone && mInventory.item(folder).isHistory) {
@@ -67,11 +67,11 @@ void RVXHistories::find(const std::vector<Node>& lists) {
   }
 }
 
-bool RVXHistories::hasChain(Node folder) const {
+bool RVXHistories::hasChain(RVXNode folder) const {
   return mHistories.at(folder).chain != RVXNameTree::kNone;
 }
 
-std::string RVXHistories::nameNow(Node manifest, const std::string& name) const {
+std::string RVXHistories::nameNow(RVXNode manifest, const std::string& name) const {
   const History& history = mHistories.at(mInventory.names().parent(manifest));
   if (name.starts_with('/')) return name;  // which is not taken
   std::string now = RVXWay::of(name).text();
@@ -83,8 +83,8 @@ std::string RVXHistories::nameNow(Node manifest, const std::string& name) const 
   return now;
 }
 
-void RVXHistories::setPatterns(Node manifest, RVXIgnorePatterns&& patterns) {
-  const Node folder = mInventory.names().parent(manifest);
+void RVXHistories::setPatterns(RVXNode manifest, RVXIgnorePatterns&& patterns) {
+  const RVXNode folder = mInventory.names().parent(manifest);
   History& history = mHistories.at(folder);
   const size_t number = mGenerations.at(manifest);
   if (patterns.lines().empty() || number < history.patternsOf) return;
@@ -93,46 +93,46 @@ void RVXHistories::setPatterns(Node manifest, RVXIgnorePatterns&& patterns) {
   mByScope[mPlaces.folderAbove(folder)] = &history;
 }
 
-RVXHistories::Node RVXHistories::historyOf(Node scope) const {
-  const Node folder = mInventory.names().find(scope, kFolder);
+RVXNode RVXHistories::historyOf(RVXNode scope) const {
+  const RVXNode folder = mInventory.names().find(scope, kFolder);
   return mHistories.contains(folder) ? folder : RVXNameTree::kNone;
 }
 
-std::vector<RVXHistories::Node> RVXHistories::manifestsOf(Node folder) const {
-  std::vector<Node> manifests;
+std::vector<RVXNode> RVXHistories::manifestsOf(RVXNode folder) const {
+  std::vector<RVXNode> manifests;
   for (const Generation& generation : mHistories.at(folder).generations) {
     manifests.push_back(generation.manifest);
   }
   return manifests;
 }
 
-uint64_t RVXHistories::nextNumber(Node folder) const {
-  const std::vector<Node> manifests = manifestsOf(folder);
+uint64_t RVXHistories::nextNumber(RVXNode folder) const {
+  const std::vector<RVXNode> manifests = manifestsOf(folder);
   const uint64_t last = manifests.empty() ? 0 : generationOf(mInventory.names().name(manifests.back()));
   return last < UINT64_MAX ? last + 1 : last;
 }
 
-const std::vector<std::string>& RVXHistories::patternsOf(Node folder) const {
+const std::vector<std::string>& RVXHistories::patternsOf(RVXNode folder) const {
   return mHistories.at(folder).patterns.lines();
 }
 
-bool RVXHistories::excuse(Node item, bool isFolder) const {
+bool RVXHistories::excuse(RVXNode item, bool isFolder) const {
   if (mByScope.empty()) return false;
   std::string path(mInventory.names().name(item));
-  Node folder = mPlaces.folderAbove(item);
+  RVXNode folder = mPlaces.folderAbove(item);
   while (folder != RVXNameTree::kNone) {
     const auto scope = mByScope.find(folder);
     if (scope != mByScope.end() && scope->second->patterns.ignores(path, isFolder)) return true;
-    const Node above = mPlaces.folderAbove(folder);
+    const RVXNode above = mPlaces.folderAbove(folder);
     if (above != RVXNameTree::kNone) path = pathByAppendingComponent(mPlaces.nameBelow(folder), path);
     folder = above;
   }
   return false;
 }
 
-bool RVXHistories::isOutOfChain(Node file) const {
+bool RVXHistories::isOutOfChain(RVXNode file) const {
   const RVXItem& item = std::as_const(mInventory).item(file);
-  const Node folder = mInventory.names().parent(file);
+  const RVXNode folder = mInventory.names().parent(file);
   if (!item.isList || item.isInChain || folder == RVXNameTree::kNone) return false;
   const auto history = mHistories.find(folder);
   return history != mHistories.end() && history->second.chain != RVXNameTree::kNone &&
@@ -144,26 +144,22 @@ void RVXHistories::sortGenerations(History& history) {
     const std::string_view name = mInventory.names().name(generation.manifest);
     return std::pair(generationOf(name), name);
   };
-  std::sort(history.generations.begin(), history.generations.end(),
-            [&](const Generation& one, const Generation& other) { return key(one) < key(other); });
+  std::ranges::sort(history.generations, {}, key);
   for (size_t i = 0; i < history.generations.size(); ++i) mGenerations[history.generations[i].manifest] = i;
 }
 
 void RVXHistories::readRenames(Generation& generation) {
   RenameReader(mTexts, generation.renames).read(mInventory.names().path(generation.manifest));
-  std::stable_sort(generation.renames.begin(), generation.renames.end(),
-                   [this](const Rename& one, const Rename& other) {
-                     return mTexts.at(one.before) < mTexts.at(other.before);
-                   });
+  std::ranges::stable_sort(generation.renames, {},
+                           [this](const Rename& rename) { return mTexts.at(rename.before); });
 }
 
 std::string RVXHistories::renamed(const Generation& generation, const std::string& name) const {
   // The item itself, else the nearest folder above it.
   for (size_t end = name.size(); end != std::string::npos && end > 0; end = name.rfind('/', end - 1)) {
     const std::string_view part = std::string_view(name).substr(0, end);
-    const auto rename = std::lower_bound(
-        generation.renames.begin(), generation.renames.end(), part,
-        [this](const Rename& one, std::string_view sought) { return mTexts.at(one.before) < sought; });
+    const auto rename = std::ranges::lower_bound(generation.renames, part, {},
+                                                 [this](const Rename& one) { return mTexts.at(one.before); });
     if (rename == generation.renames.end() || mTexts.at(rename->before) != part) continue;
     return pathByAppendingComponent(mTexts.at(rename->after), std::string_view(name).substr(end));
   }

@@ -15,39 +15,37 @@
 // Knows which files later generations renamed, and which need not be listed.
 class RVXHistories {
  public:
-  using Node = RVXNameTree::Node;
-
   static constexpr std::string_view kFolder = "ascmhl";
   static constexpr std::string_view kChain = "ascmhl_chain.xml";
 
   RVXHistories(RVXInventory& inventory, const RVXPlaces& places) : mInventory(inventory), mPlaces(places) {}
 
   // Finds the histories among all lists, and reads what was renamed in them.
-  void find(const std::vector<Node>& lists);
+  void find(const std::vector<RVXNode>& lists);
 
   // Whether a folder that is a history has a chain.
-  [[nodiscard]] bool hasChain(Node folder) const;
+  [[nodiscard]] bool hasChain(RVXNode folder) const;
 
   // The newest generation's name for what the manifest calls `name`. Stops at the first generation whose name
   // is too long for a list.
-  [[nodiscard]] std::string nameNow(Node manifest, const std::string& name) const;
+  [[nodiscard]] std::string nameNow(RVXNode manifest, const std::string& name) const;
 
   // Sets the patterns of a manifest. Only those of the newest generation that has any are used.
-  void setPatterns(Node manifest, RVXIgnorePatterns&& patterns);
+  void setPatterns(RVXNode manifest, RVXIgnorePatterns&& patterns);
 
   // The history of the files in the folder `scope`: its folder "ascmhl", or kNone where there is none.
-  [[nodiscard]] Node historyOf(Node scope) const;
+  [[nodiscard]] RVXNode historyOf(RVXNode scope) const;
   // Of the history in that folder: its manifests from the oldest generation to the newest, the number of the
   // next generation, and the patterns in use.
-  [[nodiscard]] std::vector<Node> manifestsOf(Node folder) const;
-  [[nodiscard]] uint64_t nextNumber(Node folder) const;
-  [[nodiscard]] const std::vector<std::string>& patternsOf(Node folder) const;
+  [[nodiscard]] std::vector<RVXNode> manifestsOf(RVXNode folder) const;
+  [[nodiscard]] uint64_t nextNumber(RVXNode folder) const;
+  [[nodiscard]] const std::vector<std::string>& patternsOf(RVXNode folder) const;
 
   // Whether that file or folder need not be listed.
-  [[nodiscard]] bool excuse(Node item, bool isFolder) const;
+  [[nodiscard]] bool excuse(RVXNode item, bool isFolder) const;
 
   // Whether that is a manifest which the chain beside it, where there is one, does not name.
-  [[nodiscard]] bool isOutOfChain(Node file) const;
+  [[nodiscard]] bool isOutOfChain(RVXNode file) const;
 
  private:
   struct Rename {
@@ -55,11 +53,11 @@ class RVXHistories {
     RVXByteStore::Place after = 0;
   };
   struct Generation {
-    Node manifest = RVXNameTree::kNone;
+    RVXNode manifest = RVXNameTree::kNone;
     std::vector<Rename> renames;  // sorted by the name before
   };
   struct History {
-    Node chain = RVXNameTree::kNone;
+    RVXNode chain = RVXNameTree::kNone;
     std::vector<Generation> generations;  // from the oldest to the newest
     RVXIgnorePatterns patterns;
     size_t patternsOf = 0;  // a generation
@@ -72,8 +70,8 @@ class RVXHistories {
 
   RVXInventory& mInventory;
   const RVXPlaces& mPlaces;
-  std::map<Node, History> mHistories;       // by their folders
-  std::map<Node, const History*> mByScope;  // those with patterns, by the folder that they are about
-  std::map<Node, size_t> mGenerations;      // the places of the manifests
+  std::map<RVXNode, History> mHistories;       // by their folders
+  std::map<RVXNode, const History*> mByScope;  // those with patterns, by the folder that they are about
+  std::map<RVXNode, size_t> mGenerations;      // the places of the manifests
   RVXByteStore mTexts;
 };

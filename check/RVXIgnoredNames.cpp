@@ -16,8 +16,8 @@ bool isMeant(std::string_view pattern, std::string_view name) {
 }
 
 bool isLeftBySystems(std::string_view name) {
-  return std::any_of(kLeftBySystems.begin(), kLeftBySystems.end(),
-                     [&](std::string_view pattern) { return isMeant(pattern, name); });
+  return std::ranges::any_of(kLeftBySystems,
+                             [&](std::string_view pattern) { return isMeant(pattern, name); });
 }
 
 // A shell pattern as a line of gitignore(5).
@@ -32,15 +32,13 @@ std::string ignoreLine(const RVXNamePattern& pattern) {
 }  // namespace
 
 bool RVXIgnoredNames::contains(const std::string& name, const std::string& path) const {
-  return isLeftBySystems(name) ||
-         std::any_of(mAdded.begin(), mAdded.end(), [&](const RVXNamePattern& pattern) {
+  return isLeftBySystems(name) || std::ranges::any_of(mAdded, [&](const RVXNamePattern& pattern) {
            return pattern.matches(pattern.isForPaths() ? path : name);
          });
 }
 
 bool RVXIgnoredNames::needsPath() const {
-  return std::any_of(mAdded.begin(), mAdded.end(),
-                     [](const RVXNamePattern& pattern) { return pattern.isForPaths(); });
+  return std::ranges::any_of(mAdded, &RVXNamePattern::isForPaths);
 }
 
 std::vector<std::string> RVXIgnoredNames::linesOfSystems() {

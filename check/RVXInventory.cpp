@@ -19,36 +19,35 @@ std::vector<std::string> RVXInventory::textsOf(std::string_view text) {
   if (kind != DigestKind::XXH64) return texts;
   std::string bytes(text.substr(1));
   texts.push_back(textOf(kind, bytes, true));
-  std::reverse(bytes.begin(), bytes.end());
+  std::ranges::reverse(bytes);
   texts.push_back(textOf(kind, bytes, true));
   return texts;
 }
 
-void RVXInventory::addDigest(Node node, std::string_view text, uint32_t list, uint32_t line, int64_t size) {
+void RVXInventory::addDigest(RVXNode node, std::string_view text, uint32_t list, uint32_t line,
+                             int64_t size) {
   RVXItem& file = item(node);
   mDigests.push_back({node, mTexts.add(text), list, line, file.lastDigest, size});
   file.lastDigest = digestCount() - 1;
 }
 
-std::vector<uint32_t> RVXInventory::entriesOf(Node node) const {
+std::vector<uint32_t> RVXInventory::entriesOf(RVXNode node) const {
   std::vector<uint32_t> numbers;
   for (uint32_t n = mItems[node].lastDigest; n != RVXNameTree::kNone; n = mDigests[n].previous) {
     numbers.push_back(n);
   }
-  std::reverse(numbers.begin(), numbers.end());
+  std::ranges::reverse(numbers);
   return numbers;
 }
 
-std::vector<uint32_t> RVXInventory::digestsOf(Node node) const {
+std::vector<uint32_t> RVXInventory::digestsOf(RVXNode node) const {
   std::vector<uint32_t> numbers = entriesOf(node);
   const auto text = [this](uint32_t number) { return textOf(mDigests[number]); };
-  std::sort(numbers.begin(), numbers.end(), [&](uint32_t one, uint32_t other) {
-    return text(one) != text(other) ? text(one) < text(other) : one < other;
-  });
+  std::ranges::sort(numbers, {}, [&](uint32_t number) { return std::pair(text(number), number); });
   const auto end = std::unique(numbers.begin(), numbers.end(),
                                [&](uint32_t one, uint32_t other) { return text(one) == text(other); });
   numbers.erase(end, numbers.end());
-  std::sort(numbers.begin(), numbers.end());
+  std::ranges::sort(numbers);
   return numbers;
 }
 

@@ -49,7 +49,7 @@ struct RVXItem {
 struct RVXListedDigest {
   static constexpr int64_t kAnySize = -1;
 
-  RVXNameTree::Node node = RVXNameTree::kNone;
+  RVXNode node = RVXNameTree::kNone;
   RVXByteStore::Place text = 0;  // as RVXInventory::textOf(), or one of its other texts
   uint32_t list = 0;
   uint32_t line = 0;
@@ -58,7 +58,7 @@ struct RVXListedDigest {
 };
 
 struct RVXUsedList {
-  RVXNameTree::Node node = RVXNameTree::kNone;
+  RVXNode node = RVXNameTree::kNone;
   uint32_t listedName = RVXNameTree::kNone;  // in texts(): what a renamed copy is called in it
 };
 
@@ -85,17 +85,15 @@ struct RVXFinding {
 // files are read, the items' verdicts and the findings are RVXResults' to guard, and nothing else changes.
 class RVXInventory {
  public:
-  using Node = RVXNameTree::Node;
-
   RVXNameTree& names() { return mNames; }
   [[nodiscard]] const RVXNameTree& names() const { return mNames; }
 
   // Requires a node of the tree; makes its item where there is none yet.
-  RVXItem& item(Node node) {
+  RVXItem& item(RVXNode node) {
     addMissingItems();
     return mItems[node];
   }
-  [[nodiscard]] const RVXItem& item(Node node) const { return mItems[node]; }
+  [[nodiscard]] const RVXItem& item(RVXNode node) const { return mItems[node]; }
 
   // To be called before the inventory is only read: each node of the tree has an item from now on.
   void addMissingItems() {
@@ -114,7 +112,7 @@ class RVXInventory {
   static std::vector<std::string> textsOf(std::string_view text);
 
   // Adds an entry of that text to those of its file.
-  void addDigest(Node node, std::string_view text, uint32_t list, uint32_t line,
+  void addDigest(RVXNode node, std::string_view text, uint32_t list, uint32_t line,
                  int64_t size = RVXListedDigest::kAnySize);
   [[nodiscard]] const RVXListedDigest& digest(uint32_t number) const { return mDigests[number]; }
   [[nodiscard]] uint32_t digestCount() const { return static_cast<uint32_t>(mDigests.size()); }
@@ -122,8 +120,8 @@ class RVXInventory {
     return mTexts.at(digest.text);
   }
   // The numbers of a file's entries in the order of lists and lines; of identical ones only the first.
-  [[nodiscard]] std::vector<uint32_t> entriesOf(Node node) const;
-  [[nodiscard]] std::vector<uint32_t> digestsOf(Node node) const;
+  [[nodiscard]] std::vector<uint32_t> entriesOf(RVXNode node) const;
+  [[nodiscard]] std::vector<uint32_t> digestsOf(RVXNode node) const;
 
   [[nodiscard]] bool isFolder(const RVXListedDigest& digest) const { return textOf(digest) == kFolder; }
   [[nodiscard]] bool hasDigest(const RVXListedDigest& digest) const {
@@ -140,10 +138,10 @@ class RVXInventory {
   RVXByteStore& texts() { return mTexts; }
   [[nodiscard]] const RVXByteStore& texts() const { return mTexts; }
 
-  std::vector<RVXUsedList> lists;            // in the order of their printed paths
-  std::deque<RVXBadLines> badLines;          // in the order of the lists and lines
-  std::map<Node, std::string> folderErrors;  // of folders that can't be listed
-  std::map<Node, RVXFinding> findings;
+  std::vector<RVXUsedList> lists;               // in the order of their printed paths
+  std::deque<RVXBadLines> badLines;             // in the order of the lists and lines
+  std::map<RVXNode, std::string> folderErrors;  // of folders that can't be listed
+  std::map<RVXNode, RVXFinding> findings;
   bool hasPathWithoutList = false;
 
  private:

@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
-void RVXListEntries::begin(Node list, Node folder) {
+void RVXListEntries::begin(RVXNode list, RVXNode folder) {
   mList = static_cast<uint32_t>(mInventory.lists.size());
   mFolder = folder;
   mFirstBadLine = mInventory.badLines.size();
   mInventory.lists.push_back({list, RVXNameTree::kNone});
 }
 
-std::optional<RVXListEntries::Node> RVXListEntries::fileOf(uint32_t line, const std::string& name) {
+std::optional<RVXNode> RVXListEntries::fileOf(uint32_t line, const std::string& name) {
   if (name.starts_with('/')) {
     badLine(line, "absolute name");
     return std::nullopt;
@@ -25,7 +25,7 @@ std::optional<RVXListEntries::Node> RVXListEntries::fileOf(uint32_t line, const 
   return place->node;
 }
 
-void RVXListEntries::add(Node file, std::string_view text, uint32_t line, int64_t size) {
+void RVXListEntries::add(RVXNode file, std::string_view text, uint32_t line, int64_t size) {
   mInventory.addDigest(file, text, mList, line, size);
 }
 
@@ -43,7 +43,7 @@ void RVXListEntries::end(const RVXOutcome<>& done, const char* problem) {
     badLine(0, problem);
   }
   // They may come in any order; line 0, which stands for the whole list, is the first.
-  std::sort(badLines.begin() + static_cast<std::ptrdiff_t>(mFirstBadLine), badLines.end(),
-            [](const RVXBadLines& one, const RVXBadLines& other) { return one.first < other.first; });
+  std::ranges::sort(badLines.begin() + static_cast<std::ptrdiff_t>(mFirstBadLine), badLines.end(), {},
+                    &RVXBadLines::first);
   mInventory.item(mInventory.lists.back().node).hasBadLines = badLines.size() > mFirstBadLine;
 }

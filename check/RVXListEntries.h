@@ -12,17 +12,15 @@
 // means.
 class RVXListEntries {
  public:
-  using Node = RVXNameTree::Node;
-
   RVXListEntries(RVXInventory& inventory, RVXPlaces& places) : mInventory(inventory), mPlaces(places) {}
 
   // Begins a list; its names are relative to `folder`.
-  void begin(Node list, Node folder);
+  void begin(RVXNode list, RVXNode folder);
 
   // The file that a name means; none, and a bad line, where it can't be taken.
-  std::optional<Node> fileOf(uint32_t line, const std::string& name);
+  std::optional<RVXNode> fileOf(uint32_t line, const std::string& name);
   // An entry of a file, as RVXInventory::addDigest().
-  void add(Node file, std::string_view text, uint32_t line, int64_t size = RVXListedDigest::kAnySize);
+  void add(RVXNode file, std::string_view text, uint32_t line, int64_t size = RVXListedDigest::kAnySize);
   void badLine(uint32_t line, const std::string& problem);
 
   // Ends the list. `done` says whether it could be read to its end. `problem` is null unless the list has no
@@ -35,6 +33,6 @@ class RVXListEntries {
 
   // Of the list in use:
   uint32_t mList = 0;
-  Node mFolder = RVXNameTree::kNone;
+  RVXNode mFolder = RVXNameTree::kNone;
   size_t mFirstBadLine = 0;
 };

@@ -29,7 +29,7 @@ std::optional<std::string> nameBeside(const std::string& listed) {
 
 }  // namespace
 
-void RVXListUse::use(Node list) {
+void RVXListUse::use(RVXNode list) {
   mFolder = mPlaces.folderAbove(list);
   mEntryCount = 0;
   mOnlyEntry.reset();

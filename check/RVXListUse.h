@@ -16,10 +16,9 @@ class RVXListUse : private RVXDigestListReader::Receiver {
       : mInventory(inventory), mPlaces(places), mEntries(inventory, places) {}
 
   // To be called with each list, in the order of their printed paths.
-  void use(RVXNameTree::Node list);
+  void use(RVXNode list);
 
  private:
-  using Node = RVXNameTree::Node;
   struct Entry {
     uint32_t line = 0;
     RVXDigestLine listed;
@@ -41,7 +40,7 @@ class RVXListUse : private RVXDigestListReader::Receiver {
   RVXListEntries mEntries;
 
   // Of the list in use:
-  Node mFolder = RVXNameTree::kNone;
+  RVXNode mFolder = RVXNameTree::kNone;
   size_t mEntryCount = 0;
   std::optional<Entry> mOnlyEntry;  // held back until another one shows that it is not the only one
   std::optional<std::string> mOriginalFiles;

@@ -30,15 +30,14 @@ RVXListCreator creatorNow(int64_t started) {
 RVXListWriting::RVXListWriting(RVXInventory& inventory, const RVXPlaces& places, RVXNewList kind)
     : mInventory(inventory), mPlaces(places), mKind(kind), mStarted(currentTime()) {}
 
-std::vector<RVXListWriting::Node> RVXListWriting::prepare(const std::vector<Node>& folders,
-                                                          const RVXHistories& histories,
-                                                          const RVXIgnoredNames& ignored,
-                                                          RVXVolumeTable& volumes, RVXReadFacts& facts) {
+std::vector<RVXNode> RVXListWriting::prepare(const std::vector<RVXNode>& folders,
+                                             const RVXHistories& histories, const RVXIgnoredNames& ignored,
+                                             RVXVolumeTable& volumes, RVXReadFacts& facts) {
   mScopes = RVXScopeSurvey(mInventory, mPlaces, histories, ignored, mKind).scopesOf(folders);
-  std::vector<Node> toRead;
+  std::vector<RVXNode> toRead;
   for (const RVXScope& scope : mScopes) {
     if (scope.obstacle) continue;
-    for (const Node manifest : scope.manifests) facts.wantC4(manifest);
+    for (const RVXNode manifest : scope.manifests) facts.wantC4(manifest);
     for (const RVXScope::Entry& entry : scope.entries) {
       if (entry.isFolder) continue;
       const bool isNew = facts.want(entry.node);
@@ -50,7 +49,7 @@ std::vector<RVXListWriting::Node> RVXListWriting::prepare(const std::vector<Node
   return toRead;
 }
 
-bool RVXListWriting::examine(Node file, RVXVolumeTable& volumes, RVXReadFacts& facts) {
+bool RVXListWriting::examine(RVXNode file, RVXVolumeTable& volumes, RVXReadFacts& facts) {
   const std::string path = mInventory.names().path(file);
   const auto attributes = attributesOfItem(path);
   if (attributes.failed()) {
@@ -94,15 +93,15 @@ RVXOutcome<std::string> RVXListWriting::write(const RVXScope& scope, const RVXLi
 }
 
 void RVXListWriting::findUncleanFolders() {
-  for (Node node = 0; node < mInventory.names().size(); ++node) {
+  for (RVXNode node = 0; node < mInventory.names().size(); ++node) {
     if (isClean(node)) continue;
-    for (Node above = node; above != RVXNameTree::kNone; above = mPlaces.folderAbove(above)) {
+    for (RVXNode above = node; above != RVXNameTree::kNone; above = mPlaces.folderAbove(above)) {
       if (!mUncleanFolders.insert(above).second) break;
     }
   }
 }
 
-bool RVXListWriting::isClean(Node node) const {
+bool RVXListWriting::isClean(RVXNode node) const {
   const RVXItem& item = std::as_const(mInventory).item(node);
   return (item.verdict == RVXVerdict::none || item.verdict == RVXVerdict::ok) && !item.hasBadLines &&
          !item.hasNoList && !item.isOutOfChain && !mInventory.folderErrors.contains(node);
@@ -111,7 +110,7 @@ bool RVXListWriting::isClean(Node node) const {
 std::optional<std::string> RVXListWriting::obstacleOf(const RVXScope& scope,
                                                       const RVXReadFacts& facts) const {
   if (mUncleanFolders.contains(scope.path)) return "not clean";
-  for (const Node inner : mNewHistories) {
+  for (const RVXNode inner : mNewHistories) {
     if (isBelow(inner, scope.path)) {
       return mInventory.names().printedPath(inner) + RVXScope::kHasHistory;
     }
@@ -134,7 +133,7 @@ std::optional<std::string> RVXListWriting::obstacleOfContents(const RVXScope& sc
   return scope.entries.empty() ? "no file to list" : error;
 }
 
-bool RVXListWriting::isBelow(Node folder, Node above) const {
+bool RVXListWriting::isBelow(RVXNode folder, RVXNode above) const {
   while (folder != RVXNameTree::kNone && folder != above) folder = mPlaces.folderAbove(folder);
   return folder == above;
 }

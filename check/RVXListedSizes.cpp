@@ -9,8 +9,7 @@ void RVXListedSizes::find(const RVXInventory& inventory) {
     if (item.verdict != RVXVerdict::pending || !isOfUse(inventory, listed)) continue;
     mSizes.push_back({item.size, 1U << static_cast<unsigned>(inventory.kindOf(listed))});
   }
-  std::sort(mSizes.begin(), mSizes.end(),
-            [](const ListedSize& one, const ListedSize& other) { return one.size < other.size; });
+  std::ranges::sort(mSizes, {}, &ListedSize::size);
   size_t kept = 0;
   for (const ListedSize& next : mSizes) {
     if (kept > 0 && mSizes[kept - 1].size == next.size) {
@@ -22,14 +21,12 @@ void RVXListedSizes::find(const RVXInventory& inventory) {
   mSizes.resize(kept);
 }
 
-std::vector<DigestKind> RVXListedSizes::kindsFor(int64_t size) const {
-  const auto listed =
-      std::lower_bound(mSizes.begin(), mSizes.end(), size,
-                       [](const ListedSize& one, int64_t sought) { return one.size < sought; });
-  std::vector<DigestKind> kinds;
+std::set<DigestKind> RVXListedSizes::kindsFor(int64_t size) const {
+  const auto listed = std::ranges::lower_bound(mSizes, size, {}, &ListedSize::size);
+  std::set<DigestKind> kinds;
   if (listed == mSizes.end() || listed->size != size) return kinds;
   for (const DigestKind kind : kDigestKinds) {
-    if ((listed->kinds & (1U << static_cast<unsigned>(kind))) != 0) kinds.push_back(kind);
+    if ((listed->kinds & (1U << static_cast<unsigned>(kind))) != 0) kinds.insert(kind);
   }
   return kinds;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <vector>
 
 #include "check/RVXInventory.h"
@@ -12,7 +13,7 @@ class RVXListedSizes {
   void find(const RVXInventory& inventory);
 
   // None where no file of that size is listed.
-  [[nodiscard]] std::vector<DigestKind> kindsFor(int64_t size) const;
+  [[nodiscard]] std::set<DigestKind> kindsFor(int64_t size) const;
 
   // Whether a listed digest can tell that a file is a copy: one of 32 bits is too short for that.
   static bool isOfUse(const RVXInventory& inventory, const RVXListedDigest& listed);

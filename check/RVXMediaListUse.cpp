@@ -9,14 +9,14 @@
 
 using Expected = RVXMediaHashListReader::Expected;
 
-bool RVXMediaListUse::isOne(const RVXInventory& inventory, Node list) {
-  const Node folder = inventory.names().parent(list);
+bool RVXMediaListUse::isOne(const RVXInventory& inventory, RVXNode list) {
+  const RVXNode folder = inventory.names().parent(list);
   const bool isInHistory = folder != RVXNameTree::kNone && inventory.item(folder).isHistory;
   return inventory.item(list).isHistory || isInHistory || isMediaHashListName(inventory.names().name(list));
 }
 
-void RVXMediaListUse::use(Node list) {
-  const Node folder = mPlaces.folderAbove(list);
+void RVXMediaListUse::use(RVXNode list) {
+  const RVXNode folder = mPlaces.folderAbove(list);
   if (mInventory.item(list).isHistory) {
     useHistory(list);
   } else if (!mInventory.item(folder).isHistory) {
@@ -29,13 +29,13 @@ void RVXMediaListUse::use(Node list) {
   }
 }
 
-void RVXMediaListUse::useHistory(Node folder) {
+void RVXMediaListUse::useHistory(RVXNode folder) {
   if (mHistories.hasChain(folder) || mInventory.folderErrors.contains(folder)) return;
   mEntries.begin(folder, folder);
   mEntries.end({}, "no ascmhl_chain.xml");
 }
 
-void RVXMediaListUse::useList(Node list, Node folder, Expected expected) {
+void RVXMediaListUse::useList(RVXNode list, RVXNode folder, Expected expected) {
   mList = list;
   mFolder = folder;
   mExpected = expected;
@@ -69,7 +69,7 @@ void RVXMediaListUse::entry(RVXMediaHash&& entry) {
   if (mExpected == Expected::chain) takeManifest(*file, entry.line);
 }
 
-void RVXMediaListUse::takeManifest(Node file, uint32_t line) {
+void RVXMediaListUse::takeManifest(RVXNode file, uint32_t line) {
   RVXItem& item = mInventory.item(file);
   if (mPlaces.folderAbove(file) == mFolder) item.isInChain = true;
   // A file that is there but is not read as a list would have its digest checked, and its entries not.
@@ -91,6 +91,6 @@ std::string RVXMediaListUse::nameOf(const RVXMediaHash& entry) const {
   if (!entry.mayHaveBackslashes) return entry.path;
   std::string name = entry.path;
   const std::string path = pathByAppendingComponent(mInventory.names().path(mFolder), name);
-  if (attributesOfItem(path).failed()) std::replace(name.begin(), name.end(), '\\', '/');
+  if (attributesOfItem(path).failed()) std::ranges::replace(name, '\\', '/');
   return name;
 }

@@ -13,26 +13,24 @@
 // Enters into the inventory what the media hash lists hold, single ones and those of histories.
 class RVXMediaListUse : private RVXMediaHashListReader::Receiver {
  public:
-  using Node = RVXNameTree::Node;
-
   RVXMediaListUse(RVXInventory& inventory, RVXPlaces& places, RVXHistories& histories)
       : mInventory(inventory), mPlaces(places), mHistories(histories), mEntries(inventory, places) {}
 
   // Whether `list` is a media hash list, by its name and place, or the folder of a history.
-  [[nodiscard]] static bool isOne(const RVXInventory& inventory, Node list);
+  [[nodiscard]] static bool isOne(const RVXInventory& inventory, RVXNode list);
 
-  void use(Node list);
+  void use(RVXNode list);
 
  private:
-  void useHistory(Node folder);
-  void useList(Node list, Node folder, RVXMediaHashListReader::Expected expected);
+  void useHistory(RVXNode folder);
+  void useList(RVXNode list, RVXNode folder, RVXMediaHashListReader::Expected expected);
 
   void entry(RVXMediaHash&& entry) override;
   void badLine(uint32_t line, const char* problem) override;
   void ignorePattern(const std::string& pattern) override;
 
   // Takes a manifest that the chain in use names.
-  void takeManifest(Node file, uint32_t line);
+  void takeManifest(RVXNode file, uint32_t line);
   [[nodiscard]] std::string nameOf(const RVXMediaHash& entry) const;
 
   RVXInventory& mInventory;
@@ -41,8 +39,8 @@ class RVXMediaListUse : private RVXMediaHashListReader::Receiver {
   RVXListEntries mEntries;
 
   // Of the list in use:
-  Node mList = RVXNameTree::kNone;
-  Node mFolder = RVXNameTree::kNone;
+  RVXNode mList = RVXNameTree::kNone;
+  RVXNode mFolder = RVXNameTree::kNone;
   RVXMediaHashListReader::Expected mExpected = RVXMediaHashListReader::Expected::list;
   RVXIgnorePatterns mPatterns;
   bool mIsEmpty = true;

@@ -6,17 +6,11 @@
 #include "check/RVXPrintedText.h"
 #include "platform/files/RVXPathText.h"
 
-namespace {
-
-constexpr size_t kFirstSlots = 1024;  // a power of two, and always doubled
-
-}  // namespace
-
-RVXNameTree::Node RVXNameTree::addRoot(std::string_view text) {
+RVXNode RVXNameTree::addRoot(std::string_view text) {
   return store(kNone, text);
 }
 
-RVXNameTree::Node RVXNameTree::add(Node parent, std::string_view name) {
+RVXNode RVXNameTree::add(RVXNode parent, std::string_view name) {
   if ((mUsedSlots + 1) * 4 > mSlots.size() * 3) growSlots();
   const size_t slot = slotOf(parent, name);
   if (mSlots[slot] == kNone) {
@@ -26,16 +20,16 @@ RVXNameTree::Node RVXNameTree::add(Node parent, std::string_view name) {
   return mSlots[slot];
 }
 
-RVXNameTree::Node RVXNameTree::find(Node parent, std::string_view name) const {
+RVXNode RVXNameTree::find(RVXNode parent, std::string_view name) const {
   return mSlots.empty() ? kNone : mSlots[slotOf(parent, name)];
 }
 
-RVXNameTree::Node RVXNameTree::store(Node parent, std::string_view name) {
+RVXNode RVXNameTree::store(RVXNode parent, std::string_view name) {
   mNodes.push_back({parent, mNames.add(name)});
-  return static_cast<Node>(mNodes.size() - 1);
+  return static_cast<RVXNode>(mNodes.size() - 1);
 }
 
-size_t RVXNameTree::slotOf(Node parent, std::string_view name) const {
+size_t RVXNameTree::slotOf(RVXNode parent, std::string_view name) const {
   constexpr size_t kOddFactor = 0x9E3779B97F4A7C15;
   size_t slot = (std::hash<std::string_view>()(name) ^ (parent * kOddFactor)) & (mSlots.size() - 1);
   while (mSlots[slot] != kNone &&
@@ -46,16 +40,17 @@ size_t RVXNameTree::slotOf(Node parent, std::string_view name) const {
 }
 
 void RVXNameTree::growSlots() {
+  constexpr size_t kFirstSlots = 1024;  // a power of two, and always doubled
   const size_t count = std::max(kFirstSlots, mSlots.size() * 2);
   mSlots = {};  // first, so that the old and the new ones never take memory together
   mSlots.assign(count, kNone);
-  for (Node node = 0; node < mNodes.size(); ++node) {
+  for (RVXNode node = 0; node < mNodes.size(); ++node) {
     if (parent(node) != kNone) mSlots[slotOf(parent(node), name(node))] = node;
   }
 }
 
-std::string RVXNameTree::path(Node node) const {
-  std::vector<Node> below;  // the root, from the node upwards
+std::string RVXNameTree::path(RVXNode node) const {
+  std::vector<RVXNode> below;  // the root, from the node upwards
   for (; parent(node) != kNone; node = parent(node)) below.push_back(node);
   std::string path(name(node));
   for (auto next = below.rbegin(); next != below.rend(); ++next) {
@@ -65,17 +60,17 @@ std::string RVXNameTree::path(Node node) const {
   return path;
 }
 
-std::string RVXNameTree::printedPath(Node node) const {
+std::string RVXNameTree::printedPath(RVXNode node) const {
   const std::string text = path(node);
   return printedText(text.empty() ? "." : text);
 }
 
-std::string RVXNameTree::pathBelowRoot(Node node) const {
+std::string RVXNameTree::pathBelowRoot(RVXNode node) const {
   if (parent(node) == kNone) return "";
   return pathByAppendingComponent(pathBelowRoot(parent(node)), name(node));
 }
 
-bool RVXNameTree::comesBefore(Node one, Node other) const {
+bool RVXNameTree::comesBefore(RVXNode one, RVXNode other) const {
   const size_t depthOfOne = depth(one);
   const size_t depthOfOther = depth(other);
   Ancestor a{one, false};
@@ -92,7 +87,7 @@ bool RVXNameTree::comesBefore(Node one, Node other) const {
   return order != 0 ? order < 0 : one < other;
 }
 
-size_t RVXNameTree::depth(Node node) const {
+size_t RVXNameTree::depth(RVXNode node) const {
   size_t depth = 0;
   for (; parent(node) != kNone; node = parent(node)) ++depth;
   return depth;

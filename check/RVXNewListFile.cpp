@@ -40,5 +40,5 @@ RVXOutcome<> RVXNewListFile::finish() {
   std::atomic<int64_t> bytesRead{0};  // no contents that were checked
   const RVXContents read = RVXContents::read(mItem.path(), {DigestKind::C4}, bytesRead);
   const bool isRead = !read.error && read.isRegularFile;
-  return isRead && read.digests.front() == mSHA512 ? RVXOutcome<>() : failureFromErrno(EIO);
+  return isRead && read.digests.at(DigestKind::C4) == mSHA512 ? RVXOutcome<>() : failureFromErrno(EIO);
 }

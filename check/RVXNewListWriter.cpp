@@ -128,7 +128,7 @@ void RVXNewListWriter::fillManifest(RVXNewListFile& file) const {
 void RVXNewListWriter::fillChain(RVXNewListFile& file, const std::string& name,
                                  const std::string& sha512) const {
   RVXNewChain writer(sinkOf(file));
-  for (const RVXNameTree::Node manifest : mScope.manifests) {
+  for (const RVXNode manifest : mScope.manifests) {
     writer.addManifest(std::string(mInventory.names().name(manifest)), mFacts.c4Of(manifest));
   }
   writer.addManifest(name, sha512);
@@ -141,12 +141,11 @@ RVXNewFileHash RVXNewListWriter::hashOf(const Entry& entry) const {
           std::string(fact.xxh64.begin(), fact.xxh64.end()), isKnown(entry.node)};
 }
 
-bool RVXNewListWriter::isKnown(RVXNameTree::Node file) const {
+bool RVXNewListWriter::isKnown(RVXNode file) const {
   if (mScope.history == RVXNameTree::kNone) return false;
-  const auto entries = mInventory.entriesOf(file);
-  return std::any_of(entries.begin(), entries.end(), [this](uint32_t number) {
+  return std::ranges::any_of(mInventory.entriesOf(file), [this](uint32_t number) {
     const RVXListedDigest& listed = mInventory.digest(number);
-    const RVXNameTree::Node list = mInventory.lists[listed.list].node;
+    const RVXNode list = mInventory.lists[listed.list].node;
     return mInventory.hasDigest(listed) && mInventory.names().parent(list) == mScope.history;
   });
 }

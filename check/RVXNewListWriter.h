@@ -34,7 +34,7 @@ class RVXNewListWriter {
 
   [[nodiscard]] std::string folder() const { return mInventory.names().path(mScope.path); }
   [[nodiscard]] RVXNewFileHash hashOf(const Entry& entry) const;
-  [[nodiscard]] bool isKnown(RVXNameTree::Node file) const;
+  [[nodiscard]] bool isKnown(RVXNode file) const;
   void fillManifest(RVXNewListFile& file) const;
   void fillChain(RVXNewListFile& file, const std::string& name, const std::string& sha512) const;
   [[nodiscard]] RVXOutcome<Files> makeFiles(const std::string& history, const std::string& name) const;

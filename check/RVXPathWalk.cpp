@@ -22,9 +22,9 @@ bool isTextListName(std::string_view name) {
       std::to_array<std::string_view>({".sha1", ".md5", ".sha256", ".sha512"});
   static constexpr auto kNames =
       std::to_array<std::string_view>({"SHA1SUMS", "MD5SUMS", "SHA256SUMS", "SHA512SUMS"});
-  return std::any_of(kExtensions.begin(), kExtensions.end(),
-                     [&](std::string_view extension) { return hasExtension(name, extension); }) ||
-         std::find(kNames.begin(), kNames.end(), name) != kNames.end();
+  return std::ranges::any_of(kExtensions,
+                             [&](std::string_view extension) { return hasExtension(name, extension); }) ||
+         std::ranges::find(kNames, name) != kNames.end();
 }
 
 // What lists, and folders of lists, are called until they are complete.
@@ -41,7 +41,8 @@ bool isMediaHashListName(std::string_view name) {
 void RVXPathWalk::add(const std::string& path) {
   const auto attributes = attributesOfTarget(path);
   if (attributes.failed()) {
-    addUnreadable(path, attributes.failure());
+    // It was there when the arguments were looked at.
+    foundUnreadableFolder(mInventory.names().addRoot(path), attributes.failure());
   } else if (attributes.value().type == RVXFileType::folder) {
     addFolder(path, attributes.value().identity);
   } else {
@@ -49,42 +50,38 @@ void RVXPathWalk::add(const std::string& path) {
   }
 }
 
-void RVXPathWalk::addUnreadable(const std::string& path, const RVXIOFailure& failure) {
-  mInventory.folderErrors.emplace(mInventory.names().addRoot(path), failure.reason);
-}
-
 void RVXPathWalk::addFolder(const std::string& path, const RVXFileIdentity& identity) {
-  const Node root = mPlaces.addRoot(path, identity);
+  const RVXNode root = mPlaces.addRoot(path, identity);
   mFolderPaths.push_back(root);
   RVXItem& item = mInventory.item(root);
   if (item.isFound) return;  // below an earlier PATH
   item.isFound = true;
-  RVXFolderWalk(mInventory.names(), mIgnored, *this).walk(root);
+  walk(mInventory.names(), root, mIgnored);
 }
 
 void RVXPathWalk::addList(const std::string& path) {
   const std::string folder = pathWithoutLastComponent(path);
   const auto attributes = attributesOfTarget(folder.empty() ? "." : folder);
   if (attributes.failed()) {
-    addUnreadable(folder, attributes.failure());
+    foundUnreadableFolder(mInventory.names().addRoot(folder), attributes.failure());
     return;
   }
   noteList(
       mInventory.names().add(mPlaces.addRoot(folder, attributes.value().identity), lastPathComponent(path)));
 }
 
-void RVXPathWalk::noteList(Node list) {
+void RVXPathWalk::noteList(RVXNode list) {
   RVXItem& item = mInventory.item(list);
   if (item.isList) return;
   item.isList = true;
   mLists.push_back(list);
 }
 
-std::vector<RVXNameTree::Node> RVXPathWalk::finish() {
-  std::sort(mLists.begin(), mLists.end(),
-            [this](Node one, Node other) { return mInventory.names().comesBefore(one, other); });
-  for (const Node list : mLists) markFoldersAbove(list);
-  for (const Node folder : mFolderPaths) {
+std::vector<RVXNode> RVXPathWalk::finish() {
+  std::ranges::sort(
+      mLists, [this](RVXNode one, RVXNode other) { return mInventory.names().comesBefore(one, other); });
+  for (const RVXNode list : mLists) markFoldersAbove(list);
+  for (const RVXNode folder : mFolderPaths) {
     if (mInventory.item(folder).isListFolder) continue;
     mInventory.item(folder).hasNoList = true;
     mInventory.hasPathWithoutList = true;
@@ -92,18 +89,18 @@ std::vector<RVXNameTree::Node> RVXPathWalk::finish() {
   return std::move(mLists);
 }
 
-void RVXPathWalk::markFoldersAbove(Node list) {
-  for (Node folder = mPlaces.folderAbove(list); folder != RVXNameTree::kNone;
+void RVXPathWalk::markFoldersAbove(RVXNode list) {
+  for (RVXNode folder = mPlaces.folderAbove(list); folder != RVXNameTree::kNone;
        folder = mPlaces.folderAbove(folder)) {
     if (mInventory.item(folder).isListFolder) return;
     mInventory.item(folder).isListFolder = true;
   }
 }
 
-RVXPathWalk::Node RVXPathWalk::enterFolder(Node parent, const std::string& name) {
+RVXNode RVXPathWalk::enterFolder(RVXNode parent, const std::string& name) {
   if (mInventory.item(parent).isHistory || isTemporaryName(name)) return RVXNameTree::kNone;
   RVXNameTree& names = mInventory.names();
-  Node folder = RVXNameTree::kNone;
+  RVXNode folder = RVXNameTree::kNone;
   if (mAreSeveral) {
     const auto attributes = attributesOfItem(pathByAppendingComponent(names.path(parent), name));
     if (attributes.succeeded()) folder = mPlaces.knownFolder(attributes.value().identity);
@@ -125,13 +122,13 @@ RVXPathWalk::Node RVXPathWalk::enterFolder(Node parent, const std::string& name)
   return folder;
 }
 
-void RVXPathWalk::foundFile(Node parent, const std::string& name, RVXFileType type) {
+void RVXPathWalk::foundFile(RVXNode parent, const std::string& name, RVXFileType type) {
   const bool isRegular = type == RVXFileType::regular;
   const bool isMediaHashList = isMediaHashListName(name);
   const bool isInHistory = mInventory.item(parent).isHistory;
   if (isInHistory && !(isRegular && (isMediaHashList || name == RVXHistories::kChain))) return;
   if ((!isRegular && type != RVXFileType::symbolicLink) || isTemporaryName(name)) return;
-  const Node file = mInventory.names().add(parent, name);
+  const RVXNode file = mInventory.names().add(parent, name);
   RVXItem& item = mInventory.item(file);
   item.isFound = true;
   item.isRegular = isRegular;
@@ -142,6 +139,6 @@ void RVXPathWalk::foundFile(Node parent, const std::string& name, RVXFileType ty
   if (isUsed) noteList(file);
 }
 
-void RVXPathWalk::foundUnreadableFolder(Node folder, const RVXIOFailure& failure) {
+void RVXPathWalk::foundUnreadableFolder(RVXNode folder, const RVXIOFailure& failure) {
   mInventory.folderErrors.emplace(folder, failure.reason);
 }

@@ -9,7 +9,7 @@
 #include "check/RVXPlaces.h"
 
 // Finds all files and lists of the PATHs and enters them into the inventory.
-class RVXPathWalk : private RVXFolderWalk::Visitor {
+class RVXPathWalk : private RVXFolderWalk {
  public:
   // With several PATHs one may lie in another: `areSeveral` makes the walk look out for that, which takes
   // memory for each folder.
@@ -21,31 +21,27 @@ class RVXPathWalk : private RVXFolderWalk::Visitor {
 
   // The lists that were found, each once and in the order of their printed paths; says in the inventory which
   // folders lack one.
-  std::vector<RVXNameTree::Node> finish();
+  std::vector<RVXNode> finish();
 
   // The PATHs that are folders.
-  [[nodiscard]] const std::vector<RVXNameTree::Node>& folderPaths() const { return mFolderPaths; }
+  [[nodiscard]] const std::vector<RVXNode>& folderPaths() const { return mFolderPaths; }
 
  private:
-  using Node = RVXNameTree::Node;
-
-  // A PATH that is gone since the arguments were looked at, or can't be examined any more.
-  void addUnreadable(const std::string& path, const RVXIOFailure& failure);
   void addFolder(const std::string& path, const RVXFileIdentity& identity);
   void addList(const std::string& path);
-  void noteList(Node list);
-  void markFoldersAbove(Node list);
+  void noteList(RVXNode list);
+  void markFoldersAbove(RVXNode list);
 
-  Node enterFolder(Node parent, const std::string& name) override;
-  void foundFile(Node parent, const std::string& name, RVXFileType type) override;
-  void foundUnreadableFolder(Node folder, const RVXIOFailure& failure) override;
+  RVXNode enterFolder(RVXNode parent, const std::string& name) override;
+  void foundFile(RVXNode parent, const std::string& name, RVXFileType type) override;
+  void foundUnreadableFolder(RVXNode folder, const RVXIOFailure& failure) override;
 
   RVXInventory& mInventory;
   RVXPlaces& mPlaces;
   const RVXIgnoredNames& mIgnored;
   const bool mAreSeveral;
-  std::vector<Node> mFolderPaths;
-  std::vector<Node> mLists;
+  std::vector<RVXNode> mFolderPaths;
+  std::vector<RVXNode> mLists;
 };
 
 // Whether a list of that name is a media hash list and not a text file.

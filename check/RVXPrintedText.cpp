@@ -25,7 +25,7 @@ std::string escapeOf(char byte) {
 }  // namespace
 
 std::string printedText(std::string_view text) {
-  if (std::all_of(text.begin(), text.end(), isPrintedAsItIs)) return std::string(text);
+  if (std::ranges::all_of(text, isPrintedAsItIs)) return std::string(text);
   std::string printed;
   for (const char byte : text) {
     if (isPrintedAsItIs(byte)) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-void RVXReaders::readDisk(std::vector<Node> files, size_t atOnce) {
+void RVXReaders::readDisk(std::vector<RVXNode> files, size_t atOnce) {
   Queue& queue = mQueues.emplace_back();
   queue.files = std::move(files);
   for (size_t i = 0; i < std::min(atOnce, queue.files.size()); ++i) {

@@ -23,34 +23,32 @@ void RVXReport::tell(const RVXResults::Told& told) {
   tellVerdict(told);
   if (item.isOutOfChain) mOutput.addLine("unlisted", mInventory.names().printedPath(told.node));
   const auto error = mInventory.folderErrors.find(told.node);
-  if (error != mInventory.folderErrors.end()) {
-    mOutput.addLine("unreadable", mInventory.names().printedPath(told.node) + inBrackets(error->second));
-  }
-  if (item.hasNoList) {
-    mOutput.addLine("no-list", mInventory.names().printedPath(told.node) + inBrackets("no list below it"));
-  }
+  if (error != mInventory.folderErrors.end()) addLine("unreadable", told.node, error->second);
+  if (item.hasNoList) addLine("no-list", told.node, "no list below it");
   if (item.hasBadLines) tellBadLines(told.node);
 }
 
-void RVXReport::tellRenamed(Node node) {
+void RVXReport::addLine(const char* word, RVXNode node, const std::string& remark) {
+  mOutput.addLine(word, mInventory.names().printedPath(node) + inBrackets(remark));
+}
+
+void RVXReport::tellRenamed(RVXNode node) {
   for (const uint32_t digest : mInventory.digestsOf(node)) {
     const uint32_t listedName = mInventory.lists[mInventory.digest(digest).list].listedName;
     if (listedName == RVXNameTree::kNone) continue;
-    mOutput.addLine("renamed", mInventory.names().printedPath(node) +
-                                   inBrackets("listed as " + printedText(mInventory.texts().at(listedName)) +
-                                              " in " + printedList(digest)));
+    addLine("renamed", node,
+            "listed as " + printedText(mInventory.texts().at(listedName)) + " in " + printedList(digest));
   }
 }
 
 void RVXReport::tellVerdict(const RVXResults::Told& told) {
-  const std::string path = mInventory.names().printedPath(told.node);
   switch (mInventory.item(told.node).verdict) {
     case RVXVerdict::none:
     case RVXVerdict::noDigest:
     case RVXVerdict::pending:
       break;
     case RVXVerdict::ok:
-      if (mTellsGoodFiles) mOutput.addLine("ok", path);
+      if (mTellsGoodFiles) mOutput.addLine("ok", mInventory.names().printedPath(told.node));
       break;
     case RVXVerdict::changed:
       tellChanged(told);
@@ -59,22 +57,20 @@ void RVXReport::tellVerdict(const RVXResults::Told& told) {
       tellNoRegularFile(told.node);
       break;
     case RVXVerdict::missing:
-      mOutput.addLine("missing",
-                      path + inBrackets("listed in " + printedList(mInventory.digestsOf(told.node).front())));
+      addLine("missing", told.node, "listed in " + printedList(mInventory.digestsOf(told.node).front()));
       break;
     case RVXVerdict::unreadable:
-      mOutput.addLine("unreadable", path + inBrackets(told.finding.error));
+      addLine("unreadable", told.node, told.finding.error);
       break;
     case RVXVerdict::unlisted:
-      mOutput.addLine("unlisted", path);
+      mOutput.addLine("unlisted", mInventory.names().printedPath(told.node));
       break;
   }
 }
 
 void RVXReport::tellChanged(const RVXResults::Told& told) {
-  const std::string path = mInventory.names().printedPath(told.node);
   for (const RVXFinding::Difference& difference : told.finding.differences) {
-    mOutput.addLine("changed", path + inBrackets(textOf(difference)));
+    addLine("changed", told.node, textOf(difference));
   }
 }
 
@@ -89,14 +85,13 @@ std::string RVXReport::textOf(const RVXFinding::Difference& difference) const {
          digestText(kind, difference.read);
 }
 
-void RVXReport::tellNoRegularFile(Node node) {
+void RVXReport::tellNoRegularFile(RVXNode node) {
   for (const uint32_t digest : mInventory.digestsOf(node)) {
-    mOutput.addLine("changed", mInventory.names().printedPath(node) +
-                                   inBrackets("no regular file, listed in " + printedList(digest)));
+    addLine("changed", node, "no regular file, listed in " + printedList(digest));
   }
 }
 
-void RVXReport::tellBadLines(Node list) {
+void RVXReport::tellBadLines(RVXNode list) {
   const auto isOfList = [&] {
     return mNextBadLines < mInventory.badLines.size() &&
            mInventory.lists[mInventory.badLines[mNextBadLines].list].node == list;
@@ -118,7 +113,7 @@ std::string RVXReport::printedList(uint32_t digest) const {
 
 void RVXReport::tellUnsafe(const RVXCard::Judgement& judgement) {
   for (const auto& [node, reason] : judgement.unsafe) {
-    mOutput.addLine("unsafe", mInventory.names().printedPath(node) + inBrackets(reason));
+    addLine("unsafe", node, reason);
   }
 }
 

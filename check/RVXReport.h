@@ -11,8 +11,6 @@
 // The words for what was found. Used by the main thread.
 class RVXReport {
  public:
-  using Node = RVXNameTree::Node;
-
   RVXReport(const RVXInventory& inventory, bool tellsGoodFiles, RVXOutput& output)
       : mInventory(inventory), mTellsGoodFiles(tellsGoodFiles), mOutput(output) {}
 
@@ -28,12 +26,14 @@ class RVXReport {
                 bool isInterrupted);
 
  private:
-  void tellRenamed(Node node);
+  // A line about the item, with what there is to say of it in brackets.
+  void addLine(const char* word, RVXNode node, const std::string& remark);
+  void tellRenamed(RVXNode node);
   void tellVerdict(const RVXResults::Told& told);
   void tellChanged(const RVXResults::Told& told);
   [[nodiscard]] std::string textOf(const RVXFinding::Difference& difference) const;
-  void tellNoRegularFile(Node node);
-  void tellBadLines(Node list);
+  void tellNoRegularFile(RVXNode node);
+  void tellBadLines(RVXNode list);
   [[nodiscard]] std::string printedList(uint32_t digest) const;
 
   const RVXInventory& mInventory;

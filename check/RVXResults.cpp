@@ -10,7 +10,7 @@ RVXResults::RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pend
   const RVXMutexLock lock(mLock);
   mInventory.addMissingItems();
   sortNodes();
-  for (const Node node : mOrder) {
+  for (const RVXNode node : mOrder) {
     count(node);
     if (std::as_const(mInventory).item(node).isOutOfChain) ++mCounts.unlisted;
   }
@@ -19,7 +19,7 @@ RVXResults::RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pend
   passSilent();
 }
 
-void RVXResults::post(Node node, Checked&& checked) {
+void RVXResults::post(RVXNode node, Checked&& checked) {
   const RVXMutexLock lock(mLock);
   if (mIsClosed) return;
   RVXItem& item = mInventory.item(node);
@@ -75,26 +75,26 @@ RVXCounts RVXResults::counts() const {
 }
 
 void RVXResults::sortNodes() {
-  for (Node node = 0; node < mInventory.names().size(); ++node) {
+  for (RVXNode node = 0; node < mInventory.names().size(); ++node) {
     if (mayTell(node)) mOrder.push_back(node);
   }
-  std::sort(mOrder.begin(), mOrder.end(),
-            [this](Node one, Node other) { return mInventory.names().comesBefore(one, other); });
+  std::ranges::sort(
+      mOrder, [this](RVXNode one, RVXNode other) { return mInventory.names().comesBefore(one, other); });
 }
 
-bool RVXResults::mayTell(Node node) const {
+bool RVXResults::mayTell(RVXNode node) const {
   const RVXItem& item = std::as_const(mInventory).item(node);
   return item.verdict != RVXVerdict::none || item.hasBadLines || item.hasNoList || item.isOutOfChain ||
          mInventory.folderErrors.contains(node);
 }
 
-bool RVXResults::isSilent(Node node) const {
+bool RVXResults::isSilent(RVXNode node) const {
   const RVXItem& item = std::as_const(mInventory).item(node);
   return item.verdict == RVXVerdict::ok && !mTellsGoodFiles && !item.isRenamed && !item.hasBadLines &&
          !item.hasNoList && !item.isOutOfChain && !mInventory.folderErrors.contains(node);
 }
 
-void RVXResults::count(Node node) {
+void RVXResults::count(RVXNode node) {
   const auto finding = mInventory.findings.find(node);
   if (std::as_const(mInventory).item(node).lastDigest != RVXNameTree::kNone) ++mCounts.files;
   switch (std::as_const(mInventory).item(node).verdict) {

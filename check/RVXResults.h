@@ -23,8 +23,6 @@ struct RVXCounts {
 // of the printed paths, each as soon as all before it are known.
 class RVXResults {
  public:
-  using Node = RVXNameTree::Node;
-
   // Verdicts that the inventory has already need not be posted. `pendingOthers` further files are being read.
   RVXResults(RVXInventory& inventory, bool tellsGoodFiles, size_t pendingOthers);
 
@@ -36,12 +34,12 @@ class RVXResults {
   };
   // Takes the verdict of a pending file, from any thread. Wakes the main thread when there is something to
   // do.
-  void post(Node node, Checked&& checked) RVX_EXCLUDES(mLock);
+  void post(RVXNode node, Checked&& checked) RVX_EXCLUDES(mLock);
   // One of the further files has been read.
   void postOther() RVX_EXCLUDES(mLock);
 
   struct Told {
-    Node node = RVXNameTree::kNone;
+    RVXNode node = RVXNameTree::kNone;
     RVXFinding finding;
   };
   // The next one to tell; none where it is not known yet, or none is left.
@@ -56,16 +54,16 @@ class RVXResults {
 
  private:
   void sortNodes() RVX_REQUIRES(mLock);
-  [[nodiscard]] bool mayTell(Node node) const;
-  [[nodiscard]] bool isSilent(Node node) const;
-  void count(Node node) RVX_REQUIRES(mLock);
+  [[nodiscard]] bool mayTell(RVXNode node) const;
+  [[nodiscard]] bool isSilent(RVXNode node) const;
+  void count(RVXNode node) RVX_REQUIRES(mLock);
   void passSilent() RVX_REQUIRES(mLock);
   [[nodiscard]] bool isNextKnown() const RVX_REQUIRES(mLock);
 
   RVXInventory& mInventory;
   const bool mTellsGoodFiles;
   mutable RVXMutex mLock;
-  std::vector<Node> mOrder RVX_GUARDED_BY(mLock);
+  std::vector<RVXNode> mOrder RVX_GUARDED_BY(mLock);
   size_t mNext RVX_GUARDED_BY(mLock) = 0;  // in mOrder
   size_t mPendingOthers RVX_GUARDED_BY(mLock);
   RVXCounts mCounts RVX_GUARDED_BY(mLock);

@@ -12,22 +12,20 @@
 
 // A PATH that is to get a new list, and what that list is to hold.
 struct RVXScope {
-  using Node = RVXNameTree::Node;
-
   struct Entry {
     RVXByteStore::Place path = 0;  // in `paths`, from below the PATH on
-    Node node = RVXNameTree::kNone;
+    RVXNode node = RVXNameTree::kNone;
     bool isFolder = false;
   };
 
-  Node path = RVXNameTree::kNone;
+  RVXNode path = RVXNameTree::kNone;
   std::string name;  // the folder's own
   RVXByteStore paths;
   std::vector<Entry> entries;  // in the order of their paths, bytewise
 
   // These four are for the next generation of a history:
-  Node history = RVXNameTree::kNone;  // none yet
-  std::vector<Node> manifests;        // from the oldest generation to the newest
+  RVXNode history = RVXNameTree::kNone;  // none yet
+  std::vector<RVXNode> manifests;        // from the oldest generation to the newest
   uint64_t number = 1;                // of the next generation
   std::vector<std::string> patterns;  // its gitignore lines
 
@@ -37,8 +35,7 @@ struct RVXScope {
   static constexpr const char* kHasHistory = " has a history of its own";
 
   [[nodiscard]] size_t fileCount() const {
-    return static_cast<size_t>(
-        std::count_if(entries.begin(), entries.end(), [](const Entry& entry) { return !entry.isFolder; }));
+    return static_cast<size_t>(std::ranges::count(entries, false, &Entry::isFolder));
   }
   [[nodiscard]] std::string_view pathOf(const Entry& entry) const { return paths.at(entry.path); }
 };

@@ -47,7 +47,7 @@ bool RVXScopeSelection::takes(const Entry& entry) {
 
 bool RVXScopeSelection::takesFolder(const Entry& entry) {
   if (mInventory.item(entry.node).isHistory) {
-    const Node scope = mPlaces.folderAbove(entry.node);
+    const RVXNode scope = mPlaces.folderAbove(entry.node);
     if (mIsForHistory && scope != mScope.path && mInnerHistory.empty()) {
       mInnerHistory = mInventory.names().printedPath(scope) + RVXScope::kHasHistory;
     }

@@ -22,7 +22,6 @@ class RVXScopeSelection {
   void select();
 
  private:
-  using Node = RVXNameTree::Node;
   using Entry = RVXScope::Entry;
 
   [[nodiscard]] bool takes(const Entry& entry);
@@ -37,7 +36,7 @@ class RVXScopeSelection {
   const bool mIsForHistory;
   RVXScope& mScope;
   RVXIgnorePatterns mPatterns;
-  std::set<Node> mClosedFolders;  // nothing in them is taken
+  std::set<RVXNode> mClosedFolders;  // nothing in them is taken
 
   // The first obstacle of each kind; empty: none.
   std::string mInnerHistory;

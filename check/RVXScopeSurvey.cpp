@@ -6,24 +6,21 @@
 
 #include "check/RVXScopeSelection.h"
 
-std::vector<RVXScope> RVXScopeSurvey::scopesOf(const std::vector<Node>& folders) const {
+std::vector<RVXScope> RVXScopeSurvey::scopesOf(const std::vector<RVXNode>& folders) const {
   std::vector<RVXScope> scopes;
-  for (const Node folder : folders) {
-    const auto isOfFolder = [&](const RVXScope& scope) { return scope.path == folder; };
-    if (std::none_of(scopes.begin(), scopes.end(), isOfFolder)) scopes.push_back(emptyScope(folder));
+  for (const RVXNode folder : folders) {
+    const bool isNew = std::ranges::find(scopes, folder, &RVXScope::path) == scopes.end();
+    if (isNew) scopes.push_back(emptyScope(folder));
   }
   addFoundItems(scopes);
   for (RVXScope& scope : scopes) {
-    std::sort(scope.entries.begin(), scope.entries.end(),
-              [&](const RVXScope::Entry& one, const RVXScope::Entry& other) {
-                return scope.pathOf(one) < scope.pathOf(other);
-              });
+    std::ranges::sort(scope.entries, {}, [&](const RVXScope::Entry& entry) { return scope.pathOf(entry); });
     RVXScopeSelection(mInventory, mPlaces, mHistories, mKind, scope).select();
   }
   return scopes;
 }
 
-RVXScope RVXScopeSurvey::emptyScope(Node folder) const {
+RVXScope RVXScopeSurvey::emptyScope(RVXNode folder) const {
   RVXScope scope;
   scope.path = folder;
   scope.name = mPlaces.nameOf(folder);
@@ -45,7 +42,7 @@ std::vector<std::string> RVXScopeSurvey::patternsOf(const RVXScope& scope) const
   const std::vector<std::string> temporary = {".rvxcopy-*.tmp"};
   for (const auto& lines : {always, RVXIgnoredNames::linesOfSystems(), temporary, mIgnored.linesOfUser()}) {
     for (const std::string& line : lines) {
-      const bool isNew = std::find(patterns.begin(), patterns.end(), line) == patterns.end();
+      const bool isNew = std::ranges::find(patterns, line) == patterns.end();
       if (isNew && !line.empty()) patterns.push_back(line);
     }
   }
@@ -53,11 +50,11 @@ std::vector<std::string> RVXScopeSurvey::patternsOf(const RVXScope& scope) const
 }
 
 void RVXScopeSurvey::addFoundItems(std::vector<RVXScope>& scopes) const {
-  std::map<Node, RVXScope*> scopeOf;
+  std::map<RVXNode, RVXScope*> scopeOf;
   for (RVXScope& scope : scopes) scopeOf[scope.path] = &scope;
-  for (Node node = 0; node < mInventory.names().size(); ++node) {
+  for (RVXNode node = 0; node < mInventory.names().size(); ++node) {
     if (!mInventory.item(node).isFound) continue;
-    Node folder = mPlaces.folderAbove(node);
+    RVXNode folder = mPlaces.folderAbove(node);
     for (; folder != RVXNameTree::kNone; folder = mPlaces.folderAbove(folder)) {
       const auto scope = scopeOf.find(folder);
       if (scope != scopeOf.end()) add(*scope->second, node);
@@ -65,13 +62,13 @@ void RVXScopeSurvey::addFoundItems(std::vector<RVXScope>& scopes) const {
   }
 }
 
-void RVXScopeSurvey::add(RVXScope& scope, Node node) const {
+void RVXScopeSurvey::add(RVXScope& scope, RVXNode node) const {
   scope.entries.push_back(
       {scope.paths.add(pathBelow(scope.path, node)), node, mInventory.item(node).isFolder});
 }
 
-std::string RVXScopeSurvey::pathBelow(Node folder, Node node) const {
-  const Node parent = mPlaces.folderAbove(node);
+std::string RVXScopeSurvey::pathBelow(RVXNode folder, RVXNode node) const {
+  const RVXNode parent = mPlaces.folderAbove(node);
   const std::string name = mPlaces.nameBelow(node);
   return parent == folder ? name : pathBelow(folder, parent) + "/" + name;
 }

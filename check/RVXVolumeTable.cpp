@@ -2,17 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/files/RVXFolderReader.h"
-
-namespace {
-
-bool haveOneInCommon(const std::vector<std::string>& some, const std::vector<std::string>& others) {
-  return std::any_of(some.begin(), some.end(), [&](const std::string& disk) {
-    return std::find(others.begin(), others.end(), disk) != others.end();
-  });
-}
-
-}  // namespace
+#include "platform/files/RVXFileSystem.h"
 
 RVXVolumeTable::Number RVXVolumeTable::numberOf(const RVXFileIdentity& identity, const std::string& path) {
   const RVXMutexLock lock(mLock);
@@ -38,8 +28,8 @@ bool RVXVolumeTable::isOnDisk(Number volume) const {
 
 bool RVXVolumeTable::isRotational(size_t disk) const {
   const RVXMutexLock lock(mLock);
-  return std::any_of(mEntries.begin(), mEntries.end(),
-                     [&](const Entry& entry) { return entry.disk == disk && entry.volume.isRotational; });
+  return std::ranges::any_of(
+      mEntries, [&](const Entry& entry) { return entry.disk == disk && entry.volume.isRotational; });
 }
 
 void RVXVolumeTable::noteRead(const RVXFileIdentity& identity, const std::string& path) {
@@ -54,13 +44,12 @@ std::vector<std::string> RVXVolumeTable::mountPointsReadFromMemory() const {
   for (const Entry& entry : mEntries) {
     if (entry.isReadFromMemory.value_or(false)) mountPoints.push_back(entry.volume.mountPoint);
   }
-  std::sort(mountPoints.begin(), mountPoints.end());
+  std::ranges::sort(mountPoints);
   return mountPoints;
 }
 
 RVXVolumeTable::Entry* RVXVolumeTable::known(const RVXFileIdentity& identity) {
-  const auto entry = std::find_if(mEntries.begin(), mEntries.end(),
-                                  [&](const Entry& one) { return one.device == identity.device; });
+  const auto entry = std::ranges::find(mEntries, identity.device, &Entry::device);
   return entry != mEntries.end() ? &*entry : nullptr;
 }
 
@@ -82,7 +71,8 @@ void RVXVolumeTable::joinSharedDisks() {
   const Entry& added = mEntries.back();
   const size_t disk = added.disk;
   for (const Entry& entry : mEntries) {
-    if (entry.disk == disk || !haveOneInCommon(entry.volume.disks, added.volume.disks)) continue;
+    const auto shared = std::ranges::find_first_of(entry.volume.disks, added.volume.disks);
+    if (entry.disk == disk || shared == entry.volume.disks.end()) continue;
     const size_t joined = entry.disk;
     for (Entry& other : mEntries) {
       if (other.disk == joined) other.disk = disk;

@@ -1,12 +1,10 @@
 #include "check/RVXWay.h"
 
-#include <algorithm>
+#include "include/SplitText.h"
 
 RVXWay RVXWay::of(std::string_view name) {
   RVXWay way;
-  while (!name.empty()) {
-    const std::string_view component = name.substr(0, name.find('/'));
-    name.remove_prefix(std::min(name.size(), component.size() + 1));
+  for (const std::string_view component : splitAt(name, '/')) {
     if (component.empty() || component == ".") continue;
     if (component != "..") {
       way.down.push_back(component);

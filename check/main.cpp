@@ -10,7 +10,6 @@
 #include "check/RVXPrintedText.h"
 #include "include/EndProcess.h"
 #include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXIOFailure.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/system/RVXHost.h"

@@ -81,8 +81,7 @@ std::optional<std::string> withoutEscapes(std::string_view name) {
       continue;
     }
     if (++i == name.size()) return std::nullopt;
-    const auto* const escape = std::find_if(kEscapes.begin(), kEscapes.end(),
-                                            [&](const auto& known) { return known.first == name[i]; });
+    const auto* const escape = std::ranges::find(kEscapes, name[i], &std::pair<char, char>::first);
     if (escape == kEscapes.end()) return std::nullopt;
     text += escape->second;
   }

@@ -9,21 +9,13 @@
 
 namespace {
 
-std::optional<int> hexValue(char digit) {
-  if (digit >= '0' && digit <= '9') return digit - '0';
-  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-  return std::nullopt;
-}
-
 std::optional<std::string> bytesOfHex(std::string_view digits) {
   std::string bytes;
-  bytes.reserve(digits.size() / 2);
-  for (size_t i = 0; i + 1 < digits.size(); i += 2) {
-    const auto high = hexValue(digits[i]);
-    const auto low = hexValue(digits[i + 1]);
-    if (!high || !low) return std::nullopt;
-    bytes += static_cast<char>(*high * 16 + *low);
+  for (; !digits.empty(); digits.remove_prefix(2)) {
+    uint8_t byte = 0;
+    const char* const end = digits.data() + 2;
+    if (std::from_chars(digits.data(), end, byte, 16).ptr != end) return std::nullopt;
+    bytes += static_cast<char>(byte);
   }
   return bytes;
 }

@@ -3,6 +3,7 @@
 #include "formats/CPSystemInformation.h"
 #include "formats/RVXHashListLine.h"
 #include "include/Print.h"
+#include "include/SplitText.h"
 #include "platform/files/RVXTextFile.h"
 #include "platform/system/RVXHost.h"
 #include "platform/system/RVXUTCTime.h"
@@ -80,20 +81,18 @@ std::vector<std::string> RVXHashList::filePaths() const {
 
 std::optional<RVXHashList::Entries> RVXHashList::entriesOfText(std::string_view text) {
   Entries entries;
-  for (unsigned long number = 1;; ++number) {
-    const size_t lineEnd = text.find('\n');
-    const std::string_view line = text.substr(0, lineEnd);
-    if (!line.empty() && !line.starts_with('#')) {
-      const auto entry = RVXHashListLine::parse(line);
-      if (!entry) {
-        print("ERROR: couldn't parse hash file in line #%lu: %s\n", number, std::string(line).c_str());
-        return std::nullopt;
-      }
-      entries[entry->name] = entryValue(entry->label, entry->digest);
+  unsigned long number = 0;
+  for (const std::string_view line : splitAt(text, '\n')) {
+    ++number;
+    if (line.empty() || line.starts_with('#')) continue;
+    const auto entry = RVXHashListLine::parse(line);
+    if (!entry) {
+      print("ERROR: couldn't parse hash file in line #%lu: %s\n", number, std::string(line).c_str());
+      return std::nullopt;
     }
-    if (lineEnd == std::string_view::npos) return entries;
-    text.remove_prefix(lineEnd + 1);
+    entries[entry->name] = entryValue(entry->label, entry->digest);
   }
+  return entries;
 }
 
 std::string RVXHashList::header() const {

@@ -98,8 +98,8 @@ class RVXIgnorePattern::Parser {
     auto& tokens = mPattern.mTokens;
     Name name{mNameStart, tokens.size() - mNameStart, false};
     name.isDeep = mPattern.mIsForPaths && name.count > 1 &&
-                  std::all_of(tokens.end() - static_cast<std::ptrdiff_t>(name.count), tokens.end(),
-                              [](const Token& token) { return token.kind == Token::Kind::star; });
+                  std::ranges::all_of(std::span(tokens).last(name.count),
+                                      [](const Token& token) { return token.kind == Token::Kind::star; });
     mPattern.mNames.push_back(name);
     mNameStart = tokens.size();
     return true;

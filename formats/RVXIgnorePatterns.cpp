@@ -3,19 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-
-std::vector<std::string_view> namesOf(std::string_view path) {
-  std::vector<std::string_view> names;
-  for (size_t slash = 0; (slash = path.find('/')) != std::string_view::npos;) {
-    names.push_back(path.substr(0, slash));
-    path.remove_prefix(slash + 1);
-  }
-  names.push_back(path);
-  return names;
-}
-
-}  // namespace
+#include "include/SplitText.h"
 
 void RVXIgnorePatterns::add(std::string_view line) {
   mBytes += line.size();
@@ -25,7 +13,7 @@ void RVXIgnorePatterns::add(std::string_view line) {
 }
 
 bool RVXIgnorePatterns::ignores(std::string_view path, bool isFolder) const {
-  const std::vector<std::string_view> names = namesOf(path);
+  const std::vector<std::string_view> names = splitAt(path, '/');
   for (size_t depth = 1; depth < names.size(); ++depth) {
     if (areIgnored(Names(names).first(depth), true)) return true;
   }
@@ -33,7 +21,7 @@ bool RVXIgnorePatterns::ignores(std::string_view path, bool isFolder) const {
 }
 
 bool RVXIgnorePatterns::ignoresItself(std::string_view path, bool isFolder) const {
-  return areIgnored(namesOf(path), isFolder);
+  return areIgnored(splitAt(path, '/'), isFolder);
 }
 
 bool RVXIgnorePatterns::areIgnored(Names names, bool isFolder) const {

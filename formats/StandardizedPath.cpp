@@ -1,9 +1,9 @@
 #include "formats/StandardizedPath.h"
 
-#include <algorithm>
 #include <optional>
 #include <vector>
 
+#include "include/SplitText.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/system/RVXHost.h"
 
@@ -17,25 +17,15 @@ std::string withTildeExpanded(std::string_view path) {
   return *home + std::string(path.substr(1 + user.size()));
 }
 
-std::vector<std::string_view> componentsOf(std::string_view path) {
-  std::vector<std::string_view> components;
-  while (!path.empty()) {
-    const std::string_view component = path.substr(0, path.find('/'));
-    if (!component.empty()) components.push_back(component);
-    path.remove_prefix(std::min(path.size(), component.size() + 1));
-  }
-  return components;
-}
-
 }  // namespace
 
 std::string standardizedPath(std::string_view path) {
   const std::string expanded = withTildeExpanded(path);
   const bool isAbsolute = expanded.starts_with('/');
   std::vector<std::string_view> kept;
-  for (const std::string_view component : componentsOf(expanded)) {
+  for (const std::string_view component : splitAt(expanded, '/')) {
     const bool isFirstOfRelative = !isAbsolute && kept.empty();
-    if (component == "." && !isFirstOfRelative) continue;
+    if (component.empty() || (component == "." && !isFirstOfRelative)) continue;
     if (component == ".." && isAbsolute) {
       if (!kept.empty()) kept.pop_back();
       continue;

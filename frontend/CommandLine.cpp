@@ -1,5 +1,7 @@
 #include "frontend/CommandLine.h"
 
+#include <span>
+
 #include "frontend/UsageText.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
@@ -45,20 +47,13 @@ bool writeHashListFrom(const std::optional<std::string>& value) {
   return leadingNumber(*value) != 0;
 }
 
-// Hands out the arguments one after the other.
-class ArgumentsInOrder {
- public:
-  explicit ArgumentsInOrder(const std::vector<std::string>& arguments) : mArguments(arguments) {}
-
-  std::optional<std::string> next() {
-    if (mNext == mArguments.size()) return std::nullopt;
-    return mArguments[mNext++];
-  }
-
- private:
-  const std::vector<std::string>& mArguments;
-  size_t mNext = 0;
-};
+// Takes the first of the arguments that are left; none when there is none.
+std::optional<std::string> takeNext(std::span<const std::string>& arguments) {
+  if (arguments.empty()) return std::nullopt;
+  const std::string& next = arguments.front();
+  arguments = arguments.subspan(1);
+  return next;
+}
 
 }  // namespace
 
@@ -72,8 +67,8 @@ void requireTwoArguments(const std::vector<std::string>& arguments) {
 CopyJobOptions parseArguments(const std::vector<std::string>& arguments) {
   CopyJobOptions options;
   bool hasSource = false;
-  ArgumentsInOrder inOrder(arguments);
-  while (const auto argument = inOrder.next()) {
+  std::span<const std::string> left = arguments;
+  while (const auto argument = takeNext(left)) {
     // Prefixes on purpose: drivers write -verbose. The accepted price is that a path -video.mov is -v as
     // well.
     if (argument->starts_with("-v")) {
@@ -83,11 +78,11 @@ CopyJobOptions parseArguments(const std::vector<std::string>& arguments) {
     } else if (argument->starts_with("-f")) {
       options.forceOverwrite = true;
     } else if (argument->starts_with("-p")) {
-      options.preserveDepth = preserveDepthFrom(inOrder.next());
+      options.preserveDepth = preserveDepthFrom(takeNext(left));
     } else if (argument->starts_with("-t")) {
-      options.algorithm = algorithmFrom(inOrder.next());
+      options.algorithm = algorithmFrom(takeNext(left));
     } else if (argument->starts_with("-o")) {
-      options.writeHashList = writeHashListFrom(inOrder.next());
+      options.writeHashList = writeHashListFrom(takeNext(left));
     } else if (argument->starts_with("-n")) {
       options.skipVerification = true;
     } else if (!hasSource) {

@@ -15,7 +15,6 @@ namespace {
 // Copies one file and returns its size in bytes.
 uint64_t copyFile(const CopyJobOptions& options, const CopyPlan& plan, const RVXSourceFile& file,
                   uint64_t bytesCopied, RVXHashList& hashList, RVXFlushGroup& flushGroup) {
-  const std::string algorithmName = hashAlgorithmLabel(options.algorithm);
   std::vector<std::string> filenames;
   for (const auto& copy : file.copies) filenames.push_back(copy.name);
   const auto operation = RVXCopyOperationThreaded::initWithSourcePath(
@@ -25,13 +24,12 @@ uint64_t copyFile(const CopyJobOptions& options, const CopyPlan& plan, const RVX
   operation->setAllFilesSize(static_cast<int64_t>(plan.allFilesSize));
   operation->setSizeOfAllFilesProcessed(static_cast<int64_t>(bytesCopied));
   operation->main();
-  const auto fileSize = static_cast<uint64_t>(operation->fileSize());
   if (operation->isFailed()) endProcessOnCopyError(*operation->error());
   if (!options.skipVerification) {
-    hashList.addHash(operation->hash().value_or(""), algorithmName, file.hashListKey);
+    hashList.addHash(operation->hash().value_or(""), hashAlgorithmLabel(options.algorithm), file.hashListKey);
   }
   flushGroup.add(operation->takeCopies());
-  return fileSize;
+  return static_cast<uint64_t>(operation->fileSize());
 }
 
 // A copy is safe from a power cut only when its name is, too. Each folder is synced once for all its files,

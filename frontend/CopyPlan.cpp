@@ -26,6 +26,20 @@ void createDestinationFolder(const std::string& folder, size_t k) {
   endProcess(ExitStatus::destinationFolderNotCreated);
 }
 
+void planDestinations(const CopyJobOptions& options, CopyPlan& plan) {
+  plan.relativeFolder = relativeFolderOf(options);
+  size_t k = 0;
+  for (const std::string& argument : options.destinationArguments) {
+    const bool isFolderArgument = argument.ends_with('/');
+    const std::string folder = isFolderArgument ? argument : pathWithoutLastComponent(argument);
+    const std::string targetFolder = pathByAppendingComponent(folder, plan.relativeFolder);
+    createDestinationFolder(targetFolder, ++k);
+    plan.destinationPaths.push_back(targetFolder);
+    plan.destinationFilenames.push_back(
+        lastPathComponent(isFolderArgument ? options.sourceArgument : argument));
+  }
+}
+
 uint64_t frameSize(const RVXFileSequence& sequence, uint64_t index) {
   return filesizeCFI(*sequence.filenameForIndex(index));
 }
@@ -47,27 +61,9 @@ CopyPlan planCopy(const CopyJobOptions& options, const std::optional<RVXFileSequ
   CopyPlan plan;
   plan.sequence = sequence;
   planDestinations(options, plan);
-  planSources(options, plan);
+  plan.fileCount = sequence ? sequence->duration() : 1;
+  plan.allFilesSize = sequence ? sizeOfAllFrames(*sequence) : filesizeCFI(options.sourceArgument);
   return plan;
-}
-
-void planDestinations(const CopyJobOptions& options, CopyPlan& plan) {
-  plan.relativeFolder = relativeFolderOf(options);
-  size_t k = 0;
-  for (const std::string& argument : options.destinationArguments) {
-    const bool isFolderArgument = argument.ends_with('/');
-    const std::string folder = isFolderArgument ? argument : pathWithoutLastComponent(argument);
-    const std::string targetFolder = pathByAppendingComponent(folder, plan.relativeFolder);
-    createDestinationFolder(targetFolder, ++k);
-    plan.destinationPaths.push_back(targetFolder);
-    plan.destinationFilenames.push_back(
-        lastPathComponent(isFolderArgument ? options.sourceArgument : argument));
-  }
-}
-
-void planSources(const CopyJobOptions& options, CopyPlan& plan) {
-  plan.fileCount = plan.sequence ? plan.sequence->duration() : 1;
-  plan.allFilesSize = plan.sequence ? sizeOfAllFrames(*plan.sequence) : filesizeCFI(options.sourceArgument);
 }
 
 void visitExistingFrames(const RVXFileSequence& sequence,

@@ -20,18 +20,13 @@ struct CopyPlan {
   uint64_t allFilesSize = 0;                      // bytes; for long sequences an estimate
 };
 
-// The whole plan. Creates the destination folders: see planDestinations().
+// The whole plan. Tells folders from file names (only a trailing "/" makes a folder), and creates each folder
+// with `relativeFolder` in it. On a failure it prints "ERROR: Can't create destination folder #%u (%s).\n"
+// and ends the process with ExitStatus::destinationFolderNotCreated; earlier folders stay. Then it counts the
+// files and their bytes. A sequence of more than three frames whose first, middle and last frame are equally
+// large is taken to have only frames of that size. Otherwise every frame is looked at; those after a gap of
+// kMostMissingFrames do not count.
 CopyPlan planCopy(const CopyJobOptions& options, const std::optional<RVXFileSequence>& sequence);
-
-// The two steps of planCopy(), which expect the plan's sequence to be set.
-// planDestinations() tells folders from file names (only a trailing "/" makes a folder), and creates each
-// folder with `relativeFolder` in it. On a failure it prints "ERROR: Can't create destination folder #%u
-// (%s).\n" and ends the process with ExitStatus::destinationFolderNotCreated; earlier folders stay.
-void planDestinations(const CopyJobOptions& options, CopyPlan& plan);
-// planSources() counts the files and their bytes. A sequence of more than three frames whose first, middle
-// and last frame are equally large is taken to have only frames of that size. Otherwise every frame is looked
-// at; those after a gap of kMostMissingFrames do not count.
-void planSources(const CopyJobOptions& options, CopyPlan& plan);
 
 // Calls `visit` with the path of each frame that exists, in order. An identifier may name two billion frames,
 // so after kMostMissingFrames missing ones in a row no further frame is looked for.

@@ -34,8 +34,8 @@ void runHashListPhase(const CopyJobOptions& options, const CopyPlan& plan, RVXHa
       print("ERROR: Can't create folder for hashes (%s).\n", folder.c_str());
       endProcess(ExitStatus::hashFolderNotCreated);
     }
-    const std::string path = pathByAppendingExtension(
-        pathByAppendingComponent(folder, plan.destinationFilenames[k]), algorithmName);
+    const std::string path =
+        pathByAppendingComponent(folder, plan.destinationFilenames[k]) + "." + algorithmName;
     if (isSourceOrCopy(path, options, plan) || !hashList.writeToFile(path, true)) {
       print("ERROR: Can't write hash file (%s).\n", path.c_str());
       endProcess(ExitStatus::hashListNotWritten);

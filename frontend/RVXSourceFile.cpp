@@ -10,9 +10,8 @@ RVXSourceFile RVXSourceFile::ofPlan(const CopyPlan& plan, const std::string& pat
   const std::string ownName = lastPathComponent(path);
   RVXSourceFile file{path, "../" + ownName, {}};
   for (size_t k = 0; k < plan.destinationPaths.size(); ++k) {
-    const std::string& folder = plan.destinationPaths[k];
     const std::string& name = plan.sequence ? ownName : plan.destinationFilenames[k];
-    file.copies.push_back({folder, name, pathByAppendingComponent(folder, name)});
+    file.copies.push_back({name, pathByAppendingComponent(plan.destinationPaths[k], name)});
   }
   return file;
 }

@@ -10,7 +10,6 @@
 // One source file of a run, and what becomes of it at each destination.
 struct RVXSourceFile {
   struct Copy {
-    std::string folder;
     std::string name;  // a frame's is always its own
     std::string path;
   };

@@ -4,7 +4,7 @@
 #include <array>
 #include <charconv>
 #include <csignal>
-#include <cstring>
+#include <string_view>
 
 #include "platform/system/RVXSignalSafe.h"
 
@@ -12,30 +12,23 @@ namespace {
 
 constexpr size_t kLongestReport = 16384;  // bytes; a longer call stack is cut
 
-const char* knownSignalName(int signalNumber) {
-  switch (signalNumber) {
-    case SIGABRT:
-      return "SIGABRT";
-    case SIGFPE:
-      return "SIGFPE";
-    case SIGKILL:
-      return "SIGKILL";
-    case SIGSEGV:
-      return "SIGSEGV";
-    default:
-      return nullptr;
-  }
-}
+struct Signal {
+  int number;
+  std::string_view name;
+};
+constexpr auto kReported = std::to_array<Signal>(
+    {{SIGABRT, "SIGABRT"}, {SIGSEGV, "SIGSEGV"}, {SIGKILL, "SIGKILL"}, {SIGFPE, "SIGFPE"}});
 
 }  // namespace
 
 void signalHandler(int signalNumber) {
-  constexpr char kIntroduction[] = "Received signal: ";
+  constexpr std::string_view kIntroduction = "Received signal: ";
   constexpr size_t kLongestNumber = 12;
   std::array<char, kLongestReport> report;
-  char* end = std::copy(std::begin(kIntroduction), std::end(kIntroduction) - 1, report.begin());
-  if (const char* name = knownSignalName(signalNumber)) {
-    end = std::copy(name, name + std::strlen(name), end);
+  char* end = std::copy(kIntroduction.begin(), kIntroduction.end(), report.begin());
+  const auto* const known = std::ranges::find(kReported, signalNumber, &Signal::number);
+  if (known != kReported.end()) {
+    end = std::copy(known->name.begin(), known->name.end(), end);
   } else {
     end = std::to_chars(end, end + kLongestNumber, signalNumber).ptr;
   }
@@ -45,5 +38,5 @@ void signalHandler(int signalNumber) {
 
 void installSignalHandler() {
   prepareCallStack();
-  for (const int signalNumber : {SIGABRT, SIGSEGV, SIGKILL, SIGFPE}) std::signal(signalNumber, signalHandler);
+  for (const Signal& reported : kReported) std::signal(reported.number, signalHandler);
 }

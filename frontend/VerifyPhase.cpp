@@ -20,15 +20,11 @@ void announceVerification(const CopyJobOptions& options, const CopyPlan& plan) {
   print("INFO: verifying %s\n", sourceFolder(options).c_str());
 }
 
-std::string stringByDeletingPrefix(const std::string& text, const std::string& prefix) {
-  return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
-}
-
 std::string expectedDigest(const CopyJobOptions& options, const RVXHashList& hashList,
                            const RVXSourceFile& file) {
-  const std::string algorithmName = hashAlgorithmLabel(options.algorithm);
+  const std::string label = hashAlgorithmLabel(options.algorithm) + ":";
   const std::string entry = hashList.hashStringForFile(file.hashListKey).value_or("");
-  return stringByDeletingPrefix(entry, algorithmName + ":");
+  return entry.starts_with(label) ? entry.substr(label.size()) : entry;
 }
 
 // One operation for each copy, in the order of the destinations, and last one for the source.

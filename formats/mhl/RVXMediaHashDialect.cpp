@@ -40,27 +40,22 @@ bool isVersion1(std::string_view version) {
 
 }  // namespace
 
-const Dialect* Dialect::ofList(std::string_view space, std::string_view root, const char* version) {
-  const bool isOldList =
-      space == kVersion1.space && root == "hashlist" && version != nullptr && ::isVersion1(version);
-  return isOldList ? &kVersion1 : ofManifest(space, root, version);
-}
-
-const Dialect* Dialect::ofManifest(std::string_view space, std::string_view root, const char* version) {
-  const bool isManifest = space == kManifest.space && root == "hashlist" && version != nullptr &&
-                          std::string_view(version) == "2.0";
-  return isManifest ? &kManifest : nullptr;
-}
-
-const Dialect* Dialect::ofChain(std::string_view space, std::string_view root) {
-  return space == kChain.space && root == "ascmhldirectory" ? &kChain : nullptr;
+const Dialect* Dialect::of(Expected expected, std::string_view space, std::string_view root,
+                           const char* version) {
+  if (expected == Expected::chain) {
+    return space == kChain.space && root == "ascmhldirectory" ? &kChain : nullptr;
+  }
+  if (root != "hashlist" || version == nullptr) return nullptr;
+  if (space == kManifest.space && std::string_view(version) == "2.0") return &kManifest;
+  const bool mayBeOld = expected == Expected::list;
+  return mayBeOld && space == kVersion1.space && ::isVersion1(version) ? &kVersion1 : nullptr;
 }
 
 RVXMediaHashElement Dialect::elementOf(RVXMediaHashElement parent, std::string_view elementSpace,
                                        std::string_view name) const {
   if (elementSpace != space) return passedOver;
-  const auto rule = std::find_if(rules.begin(), rules.end(),
-                                 [&](const Rule& one) { return one.parent == parent && one.name == name; });
+  const auto rule =
+      std::ranges::find_if(rules, [&](const Rule& one) { return one.parent == parent && one.name == name; });
   if (rule != rules.end()) return rule->element;
   return parent == entry && RVXMediaHashDigestName::find(name) != nullptr ? digest : passedOver;
 }
@@ -77,7 +72,6 @@ const RVXMediaHashDigestName* RVXMediaHashDigestName::find(std::string_view name
                                              {"xxhash", DigestKind::XXH32, Form::decimal},
                                              {"xxhash64", DigestKind::XXH64, Form::inAnyOrder},
                                              {"xxhash64be", DigestKind::XXH64}});
-  const auto* const found = std::find_if(kNames.begin(), kNames.end(),
-                                         [&](const RVXMediaHashDigestName& one) { return one.name == name; });
+  const auto* const found = std::ranges::find(kNames, name, &RVXMediaHashDigestName::name);
   return found != kNames.end() ? found : nullptr;
 }

@@ -32,16 +32,16 @@ struct RVXMediaHashDialect {
     RVXMediaHashElement element;
   };
 
+  // What a list may be: a list of either format, a manifest of a history, or the chain of one.
+  enum class Expected { list, manifest, chain };
+
   bool isVersion1 = false;
   std::string_view space;  // of all its elements
   std::span<const Rule> rules;
 
-  // The format of a list with that root element; null: it is none of them.
-  static const RVXMediaHashDialect* ofList(std::string_view space, std::string_view root,
-                                           const char* version);
-  static const RVXMediaHashDialect* ofManifest(std::string_view space, std::string_view root,
-                                               const char* version);
-  static const RVXMediaHashDialect* ofChain(std::string_view space, std::string_view root);
+  // By the root of a list, whose version may be null; null: none of those expected.
+  static const RVXMediaHashDialect* of(Expected expected, std::string_view space, std::string_view root,
+                                       const char* version);
 
   // What the element is in its parent.
   [[nodiscard]] RVXMediaHashElement elementOf(RVXMediaHashElement parent, std::string_view elementSpace,

@@ -28,18 +28,6 @@ std::optional<int64_t> sizeOf(std::string_view text) {
   return isNumber ? std::optional(size) : std::nullopt;
 }
 
-const RVXMediaHashDialect* dialectOf(RVXMediaHashListReader::Expected expected, std::string_view space,
-                                     std::string_view root, const char* version) {
-  switch (expected) {
-    case RVXMediaHashListReader::Expected::manifest:
-      return RVXMediaHashDialect::ofManifest(space, root, version);
-    case RVXMediaHashListReader::Expected::chain:
-      return RVXMediaHashDialect::ofChain(space, root);
-    default:
-      return RVXMediaHashDialect::ofList(space, root, version);
-  }
-}
-
 }  // namespace
 
 RVXOutcome<> RVXMediaHashListReader::read(const std::string& path, Expected expected, Receiver& receiver) {
@@ -70,7 +58,7 @@ void RVXMediaHashListReader::startElement(std::string_view space, std::string_vi
 
 void RVXMediaHashListReader::startRoot(std::string_view space, std::string_view name,
                                        const RVXXMLAttributes& attributes) {
-  mDialect = dialectOf(mExpected, space, name, attributes.find("version"));
+  mDialect = RVXMediaHashDialect::of(mExpected, space, name, attributes.find("version"));
   mOpen.push_back(list);
   if (mDialect != nullptr) return;
   mReceiver.badLine(0, "no media hash list that is known");
@@ -136,7 +124,7 @@ void RVXMediaHashListReader::takeDigest() {
 }
 
 void RVXMediaHashListReader::addProblem(const char* problem) {
-  if (std::find(mProblems.begin(), mProblems.end(), problem) != mProblems.end()) return;
+  if (std::ranges::find(mProblems, problem) != mProblems.end()) return;
   mProblems.push_back(problem);
   mReceiver.badLine(mEntry.line, problem);
 }

@@ -26,8 +26,7 @@ class RVXMediaHashListReader : private RVXXMLParser::Handler {
     virtual void ignorePattern(const std::string& pattern) = 0;
   };
 
-  // What the file is to be: a list of either format, a manifest of a history, or a history's chain.
-  enum class Expected { list, manifest, chain };
+  using Expected = RVXMediaHashDialect::Expected;
 
   static constexpr size_t kLongestText = 4095;  // bytes of a path or pattern
   static constexpr const char* kTooLong = "path of more than 4095 bytes";

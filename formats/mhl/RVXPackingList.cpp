@@ -26,7 +26,8 @@ class ProcessFinder : private RVXXMLParser::Handler {
       return;
     }
     mOpen.push_back(list);
-    mDialect = RVXMediaHashDialect::ofManifest(space, name, attributes.find("version"));
+    mDialect = RVXMediaHashDialect::of(RVXMediaHashDialect::Expected::manifest, space, name,
+                                       attributes.find("version"));
     if (mDialect == nullptr) mParser.stop();
   }
 

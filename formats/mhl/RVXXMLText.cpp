@@ -8,12 +8,11 @@
 
 bool isXMLText(std::string_view text) {
   constexpr std::string_view kNoCharacters[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"};  // U+FFFE, U+FFFF
-  const bool hasControl = std::any_of(text.begin(), text.end(), [](char byte) {
+  const bool hasControl = std::ranges::any_of(text, [](char byte) {
     return static_cast<unsigned char>(byte) < 0x20 && byte != '\t' && byte != '\n' && byte != '\r';
   });
   const auto isIn = [&](std::string_view none) { return text.find(none) != std::string_view::npos; };
-  return !hasControl && !std::any_of(std::begin(kNoCharacters), std::end(kNoCharacters), isIn) &&
-         isValidUTF8(text);
+  return !hasControl && !std::ranges::any_of(kNoCharacters, isIn) && isValidUTF8(text);
 }
 
 std::string xmlEscaped(std::string_view text) {
@@ -26,8 +25,7 @@ std::string xmlEscaped(std::string_view text) {
                                                                                      {'\r', "&#13;"}});
   std::string escaped;
   for (const char byte : text) {
-    const auto* const escape = std::find_if(kEscapes.begin(), kEscapes.end(),
-                                            [&](const auto& known) { return known.first == byte; });
+    const auto* const escape = std::ranges::find(kEscapes, byte, &std::pair<char, std::string_view>::first);
     if (escape == kEscapes.end()) {
       escaped += byte;
     } else {

@@ -2,6 +2,8 @@
 
 #include <xxhash.h>
 
+#include <type_traits>
+
 #include "include/EndProcess.h"
 #include "platform/system/RVXDigest.h"
 
@@ -19,86 +21,56 @@ class CryptoComputation : public Computation {
   RVXDigest mDigest;
 };
 
-// The library's functions for each kind; `canonical` puts the most significant byte first.
-struct XXH32Functions {
-  using State = XXH32_state_t;
-  using Canonical = XXH32_canonical_t;
-  static constexpr auto create = XXH32_createState;
-  static constexpr auto free = XXH32_freeState;
-  static auto reset(State* state) { return XXH32_reset(state, 0); }
-  static constexpr auto update = XXH32_update;
-  static constexpr auto digest = XXH32_digest;
-  static constexpr auto canonical = XXH32_canonicalFromHash;
-};
-
-struct XXH64Functions {
-  using State = XXH64_state_t;
-  using Canonical = XXH64_canonical_t;
-  static constexpr auto create = XXH64_createState;
-  static constexpr auto free = XXH64_freeState;
-  static auto reset(State* state) { return XXH64_reset(state, 0); }
-  static constexpr auto update = XXH64_update;
-  static constexpr auto digest = XXH64_digest;
-  static constexpr auto canonical = XXH64_canonicalFromHash;
-};
-
-struct XXH3Functions {
-  using State = XXH3_state_t;
-  using Canonical = XXH64_canonical_t;
-  static constexpr auto create = XXH3_createState;
-  static constexpr auto free = XXH3_freeState;
-  static constexpr auto reset = XXH3_64bits_reset;
-  static constexpr auto update = XXH3_64bits_update;
-  static constexpr auto digest = XXH3_64bits_digest;
-  static constexpr auto canonical = XXH64_canonicalFromHash;
-};
-
-struct XXH128Functions {
-  using State = XXH3_state_t;
-  using Canonical = XXH128_canonical_t;
-  static constexpr auto create = XXH3_createState;
-  static constexpr auto free = XXH3_freeState;
-  static constexpr auto reset = XXH3_128bits_reset;
-  static constexpr auto update = XXH3_128bits_update;
-  static constexpr auto digest = XXH3_128bits_digest;
-  static constexpr auto canonical = XXH128_canonicalFromHash;
-};
-
-template <typename Functions>
+// By the library's functions for one kind; `canonical` puts the most significant byte first.
+template <auto create, auto release, auto reset, auto updateState, auto digest, typename Canonical,
+          auto canonical>
 class XXHComputation : public Computation {
  public:
-  XXHComputation() : mState(Functions::create()) {
+  XXHComputation() {
+    constexpr int kSeed = 0;
     if (!mState) endProcessWithoutMemory();
-    Functions::reset(mState.get());  // it and update() fail only where there is no state
+    reset(mState.get(), kSeed);  // it and update fail only where there is no state
   }
 
   void update(std::span<const std::byte> bytes) override {
-    Functions::update(mState.get(), bytes.data(), bytes.size());
+    updateState(mState.get(), bytes.data(), bytes.size());
   }
 
   std::string finalBytes() override {
-    typename Functions::Canonical canonical{};
-    Functions::canonical(&canonical, Functions::digest(mState.get()));
-    return {reinterpret_cast<const char*>(canonical.digest), sizeof canonical.digest};
+    Canonical bytes{};
+    canonical(&bytes, digest(mState.get()));
+    return {reinterpret_cast<const char*>(bytes.digest), sizeof bytes.digest};
   }
 
  private:
+  using State = std::remove_pointer_t<decltype(create())>;
   struct Free {
-    void operator()(typename Functions::State* state) const { Functions::free(state); }
+    void operator()(State* state) const { release(state); }
   };
-  std::unique_ptr<typename Functions::State, Free> mState;
+  std::unique_ptr<State, Free> mState{create()};
 };
+
+using XXH32Computation = XXHComputation<XXH32_createState, XXH32_freeState, XXH32_reset, XXH32_update,
+                                        XXH32_digest, XXH32_canonical_t, XXH32_canonicalFromHash>;
+using XXH64Computation = XXHComputation<XXH64_createState, XXH64_freeState, XXH64_reset, XXH64_update,
+                                        XXH64_digest, XXH64_canonical_t, XXH64_canonicalFromHash>;
+using XXH3Computation =
+    XXHComputation<XXH3_createState, XXH3_freeState, XXH3_64bits_reset_withSeed, XXH3_64bits_update,
+                   XXH3_64bits_digest, XXH64_canonical_t, XXH64_canonicalFromHash>;
+using XXH128Computation =
+    XXHComputation<XXH3_createState, XXH3_freeState, XXH3_128bits_reset_withSeed, XXH3_128bits_update,
+                   XXH3_128bits_digest, XXH128_canonical_t, XXH128_canonicalFromHash>;
 
 std::unique_ptr<Computation> computationOf(DigestKind kind) {
   switch (kind) {
     case DigestKind::XXH32:
-      return std::make_unique<XXHComputation<XXH32Functions>>();
+      return std::make_unique<XXH32Computation>();
     case DigestKind::XXH64:
-      return std::make_unique<XXHComputation<XXH64Functions>>();
+      return std::make_unique<XXH64Computation>();
     case DigestKind::XXH3:
-      return std::make_unique<XXHComputation<XXH3Functions>>();
+      return std::make_unique<XXH3Computation>();
     case DigestKind::XXH128:
-      return std::make_unique<XXHComputation<XXH128Functions>>();
+      return std::make_unique<XXH128Computation>();
     case DigestKind::C4:
       return std::make_unique<CryptoComputation>(DigestKind::SHA512);
     default:

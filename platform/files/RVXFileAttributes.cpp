@@ -2,15 +2,6 @@
 
 namespace {
 
-RVXFileType typeOf(mode_t mode) {
-  if (S_ISREG(mode)) return RVXFileType::regular;
-  if (S_ISDIR(mode)) return RVXFileType::folder;
-  if (S_ISLNK(mode)) return RVXFileType::symbolicLink;
-  if (S_ISFIFO(mode)) return RVXFileType::fifo;
-  if (S_ISBLK(mode)) return RVXFileType::blockDevice;
-  return RVXFileType::other;
-}
-
 RVXFileIdentity identityOf(const struct stat& status) {
   constexpr ino_t kNoInode = 0;  // which no file has
   if (S_ISBLK(status.st_mode)) return {status.st_rdev, kNoInode};
@@ -19,6 +10,15 @@ RVXFileIdentity identityOf(const struct stat& status) {
 
 }  // namespace
 
+RVXFileType fileTypeOf(mode_t mode) {
+  if (S_ISREG(mode)) return RVXFileType::regular;
+  if (S_ISDIR(mode)) return RVXFileType::folder;
+  if (S_ISLNK(mode)) return RVXFileType::symbolicLink;
+  if (S_ISFIFO(mode)) return RVXFileType::fifo;
+  if (S_ISBLK(mode)) return RVXFileType::blockDevice;
+  return RVXFileType::other;
+}
+
 RVXFileAttributes RVXFileAttributes::of(const struct stat& status) {
-  return {typeOf(status.st_mode), status.st_size, identityOf(status), status.st_mtim.tv_sec};
+  return {fileTypeOf(status.st_mode), status.st_size, identityOf(status), status.st_mtim.tv_sec};
 }

@@ -7,6 +7,9 @@
 
 enum class RVXFileType { regular, folder, symbolicLink, fifo, blockDevice, other };
 
+// By the type bits of st_mode.
+RVXFileType fileTypeOf(mode_t mode);
+
 // Tells whether two paths name the same file: their identities are then equal. A block device may have any
 // number of nodes; its identity is that of the device.
 struct RVXFileIdentity {

@@ -214,9 +214,9 @@ bool RVXFileHandle::setDirect(bool isDirect) {
 bool RVXFileHandle::mayBeReadFromMemory() {
   static constexpr auto kTypes = std::to_array<decltype(statfs::f_type)>(
       {TMPFS_MAGIC, RAMFS_MAGIC, static_cast<decltype(statfs::f_type)>(HUGETLBFS_MAGIC), kFUSE});
-  struct statfs fileSystem {};
-  if (::fstatfs(mDescriptor, &fileSystem) != 0) return false;
-  if (std::find(kTypes.begin(), kTypes.end(), fileSystem.f_type) != kTypes.end()) return true;
+  const auto type = fileSystemType(mDescriptor);
+  if (type == kUnknownType) return false;
+  if (std::ranges::find(kTypes, type) != kTypes.end()) return true;
   return !setDirect(true) && ::posix_fadvise(mDescriptor, 0, 0, POSIX_FADV_DONTNEED) != 0;
 }
 

@@ -1,5 +1,6 @@
 #include "platform/files/RVXFileSystem.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,9 +9,11 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
 
 #include "platform/files/RVXFileHandle.h"
-#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
 
 namespace {
@@ -19,6 +22,17 @@ constexpr mode_t kNewFolderPermissions = 0777;  // less the umask
 
 std::string folderPath(const std::string& path) {
   return path.empty() ? "." : path;
+}
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+using Folder = std::unique_ptr<DIR, CloseFolder>;
+
+RVXFileType typeOf(const dirent& entry, const std::string& folder) {
+  if (entry.d_type != DT_UNKNOWN) return fileTypeOf(static_cast<mode_t>(DTTOIF(entry.d_type)));
+  const auto attributes = attributesOfItem(pathByAppendingComponent(folder, entry.d_name));
+  return attributes.succeeded() ? attributes.value().type : RVXFileType::regular;
 }
 
 }  // namespace
@@ -97,11 +111,27 @@ RVXOutcome<> syncFolder(const std::string& path) {
   return {};
 }
 
+RVXOutcome<> readFolder(const std::string& path,
+                        const std::function<void(const char* name, RVXFileType type)>& take) {
+  const Folder folder(::opendir(folderPath(path).c_str()));
+  if (!folder) return failureFromErrno(errno);
+  while (true) {
+    errno = 0;
+    const dirent* const entry =
+        ::readdir(folder.get());  // NOLINT(concurrency-mt-unsafe): a stream of our own
+    if (entry == nullptr) break;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") take(entry->d_name, typeOf(*entry, path));
+  }
+  if (errno != 0) return failureFromErrno(errno);
+  return {};
+}
+
 std::vector<std::string> folderEntries(const std::string& path) {
   std::vector<std::string> names;
   [[maybe_unused]] const auto ignored =
       readFolder(path, [&](const char* name, RVXFileType /*type*/) { names.emplace_back(name); });
-  std::sort(names.begin(), names.end());
+  std::ranges::sort(names);
   return names;
 }
 
@@ -115,4 +145,12 @@ RVXOutcome<std::string> linkTarget(const std::string& path) {
 RVXOutcome<> createSymbolicLink(const std::string& target, const std::string& path) {
   if (::symlink(target.c_str(), path.c_str()) != 0) return failureFromErrno(errno);
   return {};
+}
+
+std::optional<std::string> realPath(const std::string& path) {
+  struct Free {
+    void operator()(char* text) const { std::free(text); }
+  };
+  const std::unique_ptr<char, Free> resolved(::realpath(folderPath(path).c_str(), nullptr));
+  return resolved ? std::optional<std::string>(resolved.get()) : std::nullopt;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -43,6 +44,12 @@ RVXOutcome<> createFolderWithIntermediates(const std::string& path);
 // no such sync.
 RVXOutcome<> syncFolder(const std::string& path);
 
+// Calls `take` with each entry of the folder, in no order, "." and ".." left out, and with the type of the
+// entry itself, a link not followed; one that can't be examined counts as a regular file. Fails where the
+// folder, or the rest of it, can't be listed.
+RVXOutcome<> readFolder(const std::string& path,
+                        const std::function<void(const char* name, RVXFileType type)>& take);
+
 // The names of the folder's entries, sorted; "." and ".." are left out. Empty when it can't be listed.
 std::vector<std::string> folderEntries(const std::string& path);
 
@@ -51,3 +58,6 @@ RVXOutcome<std::string> linkTarget(const std::string& path);
 
 // Fails when anything, even a link to nothing, stands at `path`.
 RVXOutcome<> createSymbolicLink(const std::string& target, const std::string& path);
+
+// The path of what `path` leads to, absolute and without links; none where there is nothing.
+std::optional<std::string> realPath(const std::string& path);

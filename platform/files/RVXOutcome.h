@@ -1,15 +1,19 @@
 #pragma once
 
 #include <optional>
+#include <type_traits>
 #include <utility>
+#include <variant>
 
 #include "platform/files/RVXIOFailure.h"
 
-// What an operation on a file or folder gave: its value, or why it failed. There is no conversion to bool on
-// purpose: each use says whether it asks for success or for failure.
-template <typename Value = void>
+// What an operation on a file or folder gave: its value, or why it failed. RVXOutcome<> is for one that gives
+// nothing but success. There is no conversion to bool on purpose: each use says whether it asks for success
+// or for failure.
+template <typename Value = std::monostate>
 class [[nodiscard]] RVXOutcome {
  public:
+  RVXOutcome() requires std::is_same_v<Value, std::monostate> : mValue(Value()) {}  // success
   RVXOutcome(Value value) : mValue(std::move(value)) {}
   RVXOutcome(RVXIOFailure failure) : mFailure(std::move(failure)) {}
 
@@ -25,19 +29,4 @@ class [[nodiscard]] RVXOutcome {
  private:
   std::optional<Value> mValue;  // none after a failure
   RVXIOFailure mFailure;
-};
-
-// The same for an operation that gives nothing but success.
-template <>
-class [[nodiscard]] RVXOutcome<void> {
- public:
-  RVXOutcome() = default;  // success
-  RVXOutcome(RVXIOFailure failure) : mFailure(std::move(failure)) {}
-
-  [[nodiscard]] bool succeeded() const { return !mFailure.has_value(); }
-  [[nodiscard]] bool failed() const { return mFailure.has_value(); }
-  [[nodiscard]] const RVXIOFailure& failure() const { return *mFailure; }
-
- private:
-  std::optional<RVXIOFailure> mFailure;
 };

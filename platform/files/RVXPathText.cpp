@@ -2,17 +2,17 @@
 
 namespace {
 
-std::string_view withoutTrailingSlashes(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-  return path;
-}
-
 std::string_view withoutLeadingSlashes(std::string_view path) {
   while (path.starts_with('/')) path.remove_prefix(1);
   return path;
 }
 
 }  // namespace
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  return path;
+}
 
 std::string lastPathComponent(std::string_view path) {
   path = withoutTrailingSlashes(path);
@@ -34,8 +34,4 @@ std::string pathByAppendingComponent(std::string_view path, std::string_view com
   std::string joined(withoutTrailingSlashes(path));
   if (joined != "/") joined += '/';
   return joined.append(component);
-}
-
-std::string pathByAppendingExtension(std::string_view path, std::string_view extension) {
-  return std::string(path).append(".").append(extension);
 }

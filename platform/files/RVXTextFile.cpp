@@ -47,8 +47,7 @@ std::optional<bool> storageHolds(const std::string& path, std::string_view text)
   RVXBlock block = RVXBlock::withCapacity(kReadBackSize);
   while (reader.readUpToCapacity(block).succeeded()) {
     const auto expected = std::as_bytes(std::span(text.substr(0, block.length())));
-    const auto found = block.bytes();
-    if (!std::equal(found.begin(), found.end(), expected.begin(), expected.end())) return false;
+    if (!std::ranges::equal(block.bytes(), expected)) return false;
     text.remove_prefix(expected.size());
     if (block.length() < kReadBackSize) return text.empty();
   }

@@ -9,9 +9,9 @@
 #include <optional>
 #include <string_view>
 
+#include "include/SplitText.h"
 #include "platform/files/RVXFileHandle.h"
 #include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXFolderReader.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/files/RVXTextFile.h"
 
@@ -25,16 +25,6 @@ struct Mount {
   std::string source;
   std::string options;  // the file system's own
 };
-
-std::vector<std::string> splitAt(std::string_view text, char separator) {
-  std::vector<std::string> parts;
-  while (true) {
-    const size_t end = text.find(separator);
-    parts.emplace_back(text.substr(0, end));
-    if (end == std::string_view::npos) return parts;
-    text.remove_prefix(end + 1);
-  }
-}
 
 // The table writes blanks, line ends and backslashes as three octal digits.
 std::string withoutOctalEscapes(std::string_view text) {
@@ -53,11 +43,12 @@ std::string withoutOctalEscapes(std::string_view text) {
 std::optional<Mount> mountNumber(const std::string& number) {
   const auto table = readTextFile("/proc/self/mountinfo");
   if (table.failed()) return std::nullopt;
-  for (const std::string& line : splitAt(table.value(), '\n')) {
-    const std::vector<std::string> fields = splitAt(line, ' ');
-    const auto dash = std::find(fields.begin(), fields.end(), "-");
+  for (const std::string_view line : splitAt(table.value(), '\n')) {
+    const std::vector<std::string_view> fields = splitAt(line, ' ');
+    const auto dash = std::ranges::find(fields, std::string_view("-"));
     if (fields.front() != number || fields.end() - dash < 4) continue;
-    return Mount{fields[2], withoutOctalEscapes(fields[4]), dash[1], withoutOctalEscapes(dash[2]), dash[3]};
+    return Mount{std::string(fields[2]), withoutOctalEscapes(fields[4]), std::string(dash[1]),
+                 withoutOctalEscapes(dash[2]), std::string(dash[3])};
   }
   return std::nullopt;
 }
@@ -80,9 +71,7 @@ std::optional<std::string> systemFolder(const std::string& name) {
 }
 
 void addDisk(RVXVolume& volume, const std::string& name) {
-  if (std::find(volume.disks.begin(), volume.disks.end(), name) == volume.disks.end()) {
-    volume.disks.push_back(name);
-  }
+  if (std::ranges::find(volume.disks, name) == volume.disks.end()) volume.disks.push_back(name);
 }
 
 // Disks of virtual machines (virtio, Xen) call themselves rotational whatever lies behind them.
@@ -121,17 +110,15 @@ void addBtrfsDevices(RVXVolume& volume, const std::string& sourceNumber) {
   for (const std::string& fileSystem : folderEntries(all)) {
     const std::string folder = pathByAppendingComponent(all, fileSystem) + "/devices";
     const std::vector<std::string> members = folderEntries(folder);
-    if (!source || std::find(members.begin(), members.end(), lastPathComponent(*source)) == members.end()) {
-      continue;
-    }
+    if (!source || std::ranges::find(members, lastPathComponent(*source)) == members.end()) continue;
     for (const std::string& member : members) addBlockDevice(volume, "/sys/class/block/" + member);
   }
 }
 
 std::optional<std::string> addressOption(const std::string& options) {
   constexpr std::string_view kAddress = "addr=";
-  for (const std::string& option : splitAt(options, ',')) {
-    if (option.starts_with(kAddress)) return option.substr(kAddress.size());
+  for (const std::string_view option : splitAt(options, ',')) {
+    if (option.starts_with(kAddress)) return std::string(option.substr(kAddress.size()));
   }
   return std::nullopt;
 }
@@ -142,9 +129,7 @@ std::optional<std::string> serverOf(const Mount& mount) {
       std::to_array<std::string_view>({"nfs", "nfs4", "ceph", "lustre", "glusterfs", "afs"});
   static constexpr auto kNamedBehindSlashes = std::to_array<std::string_view>({"cifs", "smb3", "smbfs"});
   static constexpr auto kOfTheHost = std::to_array<std::string_view>({"9p", "virtiofs"});
-  const auto isOneOf = [&](const auto& types) {
-    return std::find(types.begin(), types.end(), mount.type) != types.end();
-  };
+  const auto isOneOf = [&](const auto& types) { return std::ranges::find(types, mount.type) != types.end(); };
   const bool isBehindSlashes = isOneOf(kNamedBehindSlashes);
   if (!isBehindSlashes && !isOneOf(kNamedInSource)) {
     return isOneOf(kOfTheHost) ? std::optional<std::string>("the host") : std::nullopt;

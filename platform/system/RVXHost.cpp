@@ -14,6 +14,7 @@
 #include <memory>
 #include <string_view>
 
+#include "include/SplitText.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/files/RVXTextFile.h"
@@ -45,11 +46,8 @@ std::optional<std::string> prettyHostName() {
   const auto machineInfo = readTextFile("/etc/machine-info");
   if (machineInfo.failed()) return std::nullopt;
   constexpr std::string_view kKey = "PRETTY_HOSTNAME=";
-  std::string_view rest = machineInfo.value();
-  while (!rest.empty()) {
-    const std::string_view line = rest.substr(0, rest.find('\n'));
+  for (const std::string_view line : splitAt(machineInfo.value(), '\n')) {
     if (line.starts_with(kKey)) return unquoted(line.substr(kKey.size()));
-    rest.remove_prefix(std::min(rest.size(), line.size() + 1));
   }
   return std::nullopt;
 }
@@ -59,8 +57,7 @@ bool isRealFileSystem(const mntent& mount) {
       {"nfs", "nfs4", "cifs", "smb3", "smbfs", "9p", "afs", "ceph", "glusterfs", "lustre", "virtiofs"});
   const std::string_view type = mount.mnt_type;
   return std::string_view(mount.mnt_fsname).starts_with("/dev/") || type == "fuse" ||
-         type.starts_with("fuse.") ||
-         std::find(kNetworkTypes.begin(), kNetworkTypes.end(), type) != kNetworkTypes.end();
+         type.starts_with("fuse.") || std::ranges::find(kNetworkTypes, type) != kNetworkTypes.end();
 }
 
 std::vector<std::string> mountFolders() {

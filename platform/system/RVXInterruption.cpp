@@ -17,16 +17,11 @@ namespace {
 std::atomic<int> receivedSignal{0};
 int wakeEvent = -1;
 
-void notify() {
-  // One write. It fails only where more are pending than can be counted; the waiter then wakes all the same.
-  ::eventfd_write(wakeEvent, 1);
-}
-
 void receive(int signalNumber) {
   const int interruptedErrno = errno;
   int none = 0;
   receivedSignal.compare_exchange_strong(none, signalNumber, std::memory_order_relaxed);
-  notify();
+  RVXInterruption::wake();
   errno = interruptedErrno;
 }
 
@@ -53,7 +48,8 @@ std::optional<int> RVXInterruption::signalNumber() {
 }
 
 void RVXInterruption::wake() {
-  notify();
+  // One write. It fails only where more are pending than can be counted; the waiter then wakes all the same.
+  ::eventfd_write(wakeEvent, 1);
 }
 
 void RVXInterruption::wait(std::optional<std::chrono::milliseconds> longest) {

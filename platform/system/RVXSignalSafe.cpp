@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdint>
 #include <string_view>
 
@@ -27,13 +28,9 @@ class RVXFixedText {
 
   void appendHexadecimal(uintptr_t number) {
     std::array<char, 2 * sizeof number> digits;
-    size_t first = digits.size();
-    do {
-      digits[--first] = "0123456789abcdef"[number & 0xFU];
-      number >>= 4U;
-    } while (number != 0);
+    const char* const end = std::to_chars(digits.begin(), digits.end(), number, 16).ptr;
     append("0x");
-    append({digits.data() + first, digits.size() - first});
+    append({digits.data(), end});
   }
 
   [[nodiscard]] size_t length() const { return mLength; }

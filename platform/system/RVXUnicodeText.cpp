@@ -81,12 +81,11 @@ bool isValidUTF8(std::string_view text) {
 
 bool isSameIgnoringCase(std::string_view one, std::string_view other) {
   const auto upper = [](char byte) { return byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte; };
-  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                    [&](char a, char b) { return upper(a) == upper(b); });
+  return std::ranges::equal(one, other, {}, upper, upper);
 }
 
 std::optional<int> decimalDigitValue(char32_t character) {
-  const auto* const next = std::upper_bound(kDigitZeros.begin(), kDigitZeros.end(), character);
+  const auto* const next = std::ranges::upper_bound(kDigitZeros, character);
   if (next == kDigitZeros.begin()) return std::nullopt;
   const char32_t distance = character - *std::prev(next);
   return distance < 10 ? std::optional<int>(static_cast<int>(distance)) : std::nullopt;

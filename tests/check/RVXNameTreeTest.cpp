@@ -8,7 +8,7 @@
 TEST(RVXNameTreeTest, ANameIsOneNodeHoweverOftenItIsAdded) {
   RVXNameTree tree;
   const auto root = tree.addRoot("p");
-  std::vector<RVXNameTree::Node> nodes;
+  std::vector<RVXNode> nodes;
   for (int i = 0; i < 5000; ++i) nodes.push_back(tree.add(root, "name" + std::to_string(i)));
   for (int i = 0; i < 5000; ++i) {
     const std::string name = "name" + std::to_string(i);
@@ -34,8 +34,8 @@ TEST(RVXNameTreeTest, TheOrderIsThatOfThePrintedPaths) {
   std::mt19937 random(7);
   constexpr std::string_view kBytes = "ab./0\n\\\xC3 -";
   RVXNameTree tree;
-  std::vector<RVXNameTree::Node> nodes = {tree.addRoot("r"), tree.addRoot("r/a"), tree.addRoot(""),
-                                          tree.addRoot("/"), tree.addRoot("r-")};
+  std::vector<RVXNode> nodes = {tree.addRoot("r"), tree.addRoot("r/a"), tree.addRoot(""), tree.addRoot("/"),
+                                tree.addRoot("r-")};
   while (nodes.size() < 120) {
     std::string name(1 + random() % 3, ' ');
     for (char& byte : name) byte = kBytes[random() % kBytes.size()];

@@ -18,9 +18,7 @@ class CopyPlanTest : public testing::Test {
     options.sourceArgument = source;
     options.destinationArguments = destinations;
     options.preserveDepth = depth;
-    CopyPlan plan;
-    planDestinations(options, plan);
-    return plan;
+    return planCopy(options, std::nullopt);
   }
 
   // A sequence of frames with these sizes, planned. A negative size is a frame that is missing.

@@ -13,7 +13,6 @@ TEST(RVXSourceFileTest, MovieHasTheNamesOfItsDestinations) {
   EXPECT_EQ(file.hashListKey, "../clip.mov");
   ASSERT_EQ(file.copies.size(), 3U);
   EXPECT_EQ(file.copies[0].path, "/d1/clip.mov");
-  EXPECT_EQ(file.copies[1].folder, "/d2");
   EXPECT_EQ(file.copies[1].name, "take.mov");
   EXPECT_EQ(file.copies[1].path, "/d2/take.mov");
   EXPECT_EQ(file.copies[2].path, "here.mov");

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <map>
 
 #include "include/Print.h"
 #include "platform/files/RVXFileSystem.h"
@@ -164,6 +165,27 @@ TEST_F(RVXFileSystemTest, FolderThatCantBeReadIsSyncedWithEverythingElse) {
   EXPECT_EQ(end.output, "not readable, synced");
 }
 
+TEST_F(RVXFileSystemTest, FolderIsReadWithTheOwnTypeOfEachEntry) {
+  fs::create_directory(mFolder.path("folder"));
+  fs::create_symlink("folder", mFolder.path("link"));
+  ::mkfifo(mFolder.path("fifo").c_str(), 0600);
+  std::map<std::string, RVXFileType> found;
+  const auto take = [&](const char* name, RVXFileType type) { found[name] = type; };
+  EXPECT_TRUE(readFolder(mFolder.path(), take).succeeded());
+  const std::map<std::string, RVXFileType> expected = {{"file", RVXFileType::regular},
+                                                       {"folder", RVXFileType::folder},
+                                                       {"link", RVXFileType::symbolicLink},
+                                                       {"fifo", RVXFileType::fifo}};
+  EXPECT_EQ(found, expected);
+}
+
+TEST_F(RVXFileSystemTest, FolderThatCantBeListedIsAFailure) {
+  const auto ignore = [](const char*, RVXFileType) {};
+  EXPECT_EQ(failureOf(readFolder("/nowhere", ignore)), "ENOENT");
+  EXPECT_EQ(failureOf(readFolder("/dev/null", ignore)), "ENOTDIR");
+  EXPECT_TRUE(readFolder("", ignore).succeeded());
+}
+
 TEST_F(RVXFileSystemTest, FolderEntriesAreSorted) {
   for (const char* name : {"b", "a", ".hidden", "c"}) mFolder.folder(name);
   EXPECT_EQ(folderEntries(mFolder.path()), (std::vector<std::string>{".hidden", "a", "b", "c", "file"}));
@@ -187,4 +209,10 @@ TEST_F(RVXFileSystemTest, LinkIsNotMadeOverAnything) {
   EXPECT_EQ(failureOf(createSymbolicLink("new", mFolder.path("link"))), "EEXIST");
   EXPECT_EQ(failureOf(createSymbolicLink("new", mFolder.path("missing/link"))), "ENOENT");
   EXPECT_EQ(fs::read_symlink(mFolder.path("link")), "nothing");
+}
+
+TEST_F(RVXFileSystemTest, RealPathHasNoLinks) {
+  fs::create_symlink("/usr/bin/../share", mFolder.path("link"));
+  EXPECT_EQ(realPath(mFolder.path("link")), "/usr/share");
+  EXPECT_EQ(realPath("/nowhere/at/all"), std::nullopt);
 }

@@ -77,8 +77,3 @@ TEST(RVXPathTextTest, AppendingAComponent) {
     EXPECT_EQ(pathByAppendingComponent(path, added), expected) << path << " and " << added;
   }
 }
-
-TEST(RVXPathTextTest, AppendingAnExtensionJoinsWithOneDot) {
-  EXPECT_EQ(pathByAppendingExtension("/d1/sha1/clip.mov", "sha1"), "/d1/sha1/clip.mov.sha1");
-  EXPECT_EQ(pathByAppendingExtension("clip", "md5"), "clip.md5");
-}
