@@ -26,8 +26,8 @@ struct RVXScope {
   // These four are for the next generation of a history:
   RVXNode history = RVXNameTree::kNone;  // none yet
   std::vector<RVXNode> manifests;        // from the oldest generation to the newest
-  uint64_t number = 1;                // of the next generation
-  std::vector<std::string> patterns;  // its gitignore lines
+  uint64_t number = 1;                   // of the next generation
+  std::vector<std::string> patterns;     // its gitignore lines
 
   // Why no list can be written, where that is known before anything is read.
   std::optional<std::string> obstacle;
