@@ -260,18 +260,6 @@ class LeaseTest(ProcessTest):
 
 
 class OpenFailureTest(ProcessTest):
-    def test_cache_request_of_a_failed_open_leaves_standard_input_alone(self):
-        self.write("clip.mov", b"movie")
-        os.makedirs(self.path("d/clip.mov"))
-        for standard_input in (os.pipe()[0], os.open(self.path("clip.mov"), os.O_RDONLY)):
-            flags = subprocess.run(["cat", "/proc/self/fdinfo/0"], stdin=standard_input, stdout=subprocess.PIPE).stdout
-            run = subprocess.run(self.command("-f", "clip.mov", "d/"), cwd=self.folder, stdin=standard_input,
-                                 env=self.environment(), stdout=subprocess.PIPE, timeout=60)
-            self.assertEqual(run.returncode, 201)
-            after = subprocess.run(["cat", "/proc/self/fdinfo/0"], stdin=standard_input, stdout=subprocess.PIPE).stdout
-            self.assertEqual(after, flags)
-            os.close(standard_input)
-
     def test_cache_request_of_a_failed_open_goes_to_standard_input(self):
         self.write("clip.mov", b"movie")
         os.makedirs(self.path("d/clip.mov"))
