@@ -76,15 +76,6 @@ TEST_F(RVXFileHandleTest, FailedOpeningTellsWhy) {
   EXPECT_EQ(failureOf(RVXFileHandle::openWithoutPeer(mFolder.path("missing"), O_RDONLY)), "ENOENT");
 }
 
-TEST_F(RVXFileHandleTest, NewFileHasThePermissionsThatTheUmaskLeaves) {
-  const mode_t before = ::umask(027);
-  openFile(mFolder.path("new"), O_WRONLY | O_CREAT);
-  ::umask(before);
-  struct stat status {};
-  ASSERT_EQ(::stat(mFolder.path("new").c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777U, 0640U);
-}
-
 TEST_F(RVXFileHandleTest, ClosesOnce) {
   RVXFileHandle handle = openFile(mFile, O_RDONLY);
   EXPECT_TRUE(handle.close().succeeded());
@@ -214,13 +205,6 @@ TEST_F(RVXFileHandleFIFOTest, WhatHasNoSyncIsNoFailure) {
   EXPECT_TRUE(openFile("/dev/null", O_WRONLY).waitForWriteBack(0, 0).succeeded());
 }
 
-TEST_F(RVXFileHandleTest, ReadOfAFolderFails) {
-  RVXFileHandle folder = openFile(mFolder.path(), O_RDONLY);
-  std::string bytes(10, '\0');
-  EXPECT_EQ(failureOf(folder.readSome(storageOf(bytes))), "EISDIR");
-  EXPECT_EQ(failureOf(folder.readWhole(storageOf(bytes))), "EISDIR");
-}
-
 TEST_F(RVXFileHandleTest, ReadWholeEndsWhereTheFileEnds) {
   RVXFileHandle handle = openFile(mFile, O_RDONLY);
   std::string bytes(10, '\0');
@@ -265,15 +249,6 @@ TEST_F(RVXFileHandleTest, DirectTransfersAreSwitchedAloneAndRefusedByDevices) {
   EXPECT_EQ(flagsOf(mFile), before | O_DIRECT);
   EXPECT_TRUE(handle.setDirect(false));
   EXPECT_EQ(flagsOf(mFile), before);
-}
-
-TEST_F(RVXFileHandleTest, DroppedFileLeavesNoPages) {
-  if (!hasObservableCache(mFolder.path())) GTEST_SKIP() << "no observable cache";
-  writeFile(mFile, patternBytes(1000000));
-  ASSERT_GT(residentPages(mFile), 0U);
-  openFile(mFile, O_RDONLY).dropCachedFile();
-  EXPECT_EQ(residentPages(mFile), 0U);
-  EXPECT_TRUE(readFile(mFile) == patternBytes(1000000));
 }
 
 TEST_F(RVXFileHandleTest, DroppedRangeLeavesTheOtherPages) {

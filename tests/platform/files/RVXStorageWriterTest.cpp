@@ -137,22 +137,3 @@ TEST_F(RVXStorageWriterTest, FailureAfterAShortWriteIsTheFailingCalls) {
   EXPECT_EQ(end.output, "EFBIG");
   EXPECT_TRUE(readFile(mFile) == patternBytes(10000).substr(0, 5000));
 }
-
-// Sizes around every boundary of blocks, pages and disk blocks.
-class RVXStorageWriterSizeTest : public testing::TestWithParam<size_t> {};
-
-TEST_P(RVXStorageWriterSizeTest, FileIsWhatWasWritten) {
-  const std::string bytes = patternBytes(GetParam());
-  for (const std::string& parent : parentsOfTestFolders()) {
-    const TemporaryFolder folder(parent);
-    EXPECT_TRUE(writeInBlocks(openBypassing(folder.path("file")), bytes));
-    EXPECT_TRUE(readFile(folder.path("file")) == bytes) << parent;
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Bytes, RVXStorageWriterSizeTest,
-                         testing::Values(0, 1, 511, 512, 513, 4095, 4096, 4097, 2 * kMebibyte - 1,
-                                         2 * kMebibyte, 2 * kMebibyte + 1, 2 * kMebibyte + 4096,
-                                         4 * kMebibyte - 1, 4 * kMebibyte, 4 * kMebibyte + 1,
-                                         6 * kMebibyte + 513),
-                         [](const auto& test) { return std::to_string(test.param); });
