@@ -6,12 +6,9 @@
 #include <filesystem>
 #include <thread>
 
-#include "include/Print.h"
 #include "platform/files/RVXFileHandle.h"
 #include "tests/platform/files/ResidentPages.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
-#include "tests/support/Interruptions.h"
 #include "tests/support/Outcomes.h"
 #include "tests/support/Waiting.h"
 
@@ -140,17 +137,6 @@ TEST_F(RVXFileHandleFIFOTest, OnlyTheOpeningDoesntWait) {
   EXPECT_EQ(flagsOf(mFIFO) & O_NONBLOCK, 0);
 }
 
-TEST_F(RVXFileHandleFIFOTest, InterruptedOpeningGoesOn) {
-  const std::string fifo = madeFIFO(mFolder.path("other"));
-  const Interruptions interruptions;
-  RVXFileHandle peer;
-  const std::jthread peersThread([&] {
-    Interruptions::waitForSome();
-    peer = RVXFileHandle::openWithoutPeer(fifo, O_RDONLY).value();
-  });
-  EXPECT_TRUE(RVXFileHandle::open(fifo, O_WRONLY).succeeded());
-}
-
 TEST_F(RVXFileHandleFIFOTest, ReadSomeGivesWhatIsThereAndNothingAtTheEnd) {
   writePiece("abc");
   std::string bytes(10, '\0');
@@ -170,32 +156,6 @@ TEST_F(RVXFileHandleFIFOTest, ReadWholeContinuesShortReads) {
   std::string bytes(10, '\0');
   EXPECT_EQ(mReadEnd.readWhole(storageOf(bytes)).value(), 10U);
   EXPECT_EQ(bytes, "abcdefghij");
-}
-
-TEST_F(RVXFileHandleFIFOTest, InterruptedAndShortWritesGoOn) {
-  const std::string bytes = patternBytes(1000000);  // far more than a pipe holds
-  std::string received(bytes.size(), '\0');
-  std::jthread reader([&] {
-    Interruptions::waitForSome();
-    EXPECT_EQ(mReadEnd.readWhole(storageOf(received)).value(), bytes.size());
-  });
-  {
-    const Interruptions interruptions;
-    EXPECT_TRUE(mWriteEnd.writeWhole(bytesOf(bytes)).succeeded());
-  }
-  reader.join();
-  EXPECT_TRUE(received == bytes);
-}
-
-TEST_F(RVXFileHandleFIFOTest, InterruptedReadIsRepeated) {
-  const std::jthread writer([&] {
-    Interruptions::waitForSome();
-    writePiece("abc");
-  });
-  const Interruptions interruptions;
-  std::string bytes(3, '\0');
-  EXPECT_EQ(mReadEnd.readSome(storageOf(bytes)).value(), 3U);
-  EXPECT_EQ(bytes, "abc");
 }
 
 TEST_F(RVXFileHandleFIFOTest, WhatHasNoSyncIsNoFailure) {

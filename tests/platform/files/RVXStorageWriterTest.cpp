@@ -1,11 +1,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <filesystem>
 
 #include "include/Print.h"
@@ -110,30 +108,8 @@ TEST_F(RVXStorageWriterTest, WithoutBypassItWritesAsWell) {
   EXPECT_TRUE(readFile(mFile) == patternBytes(100000));
 }
 
-TEST_F(RVXStorageWriterTest, MoreThanMayBeUnsettled) {
-  const std::string bytes =
-      patternBytes(static_cast<size_t>(RVXStorageWriter::kMostUnsettled) + 3 * kBlock + 5);
-  for (const std::string& parent : parentsOfTestFolders()) {
-    const TemporaryFolder folder(parent);
-    EXPECT_TRUE(writeInBlocks(openBypassing(folder.path("file")), bytes));
-    EXPECT_TRUE(readFile(folder.path("file")) == bytes) << parent;
-  }
-}
-
 TEST_F(RVXStorageWriterTest, LeavesNoPagesInTheCache) {
   if (!hasObservableCache(mFolder.path())) GTEST_SKIP() << "no observable cache";
   EXPECT_TRUE(writeInBlocks(openBypassing(mFile), patternBytes(9 * kMebibyte + 17)));
   EXPECT_EQ(residentPages(mFile), 0U);
-}
-
-TEST_F(RVXStorageWriterTest, FailureAfterAShortWriteIsTheFailingCalls) {
-  const ChildEnd end = runInChild([&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{5000, 5000};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    auto writer = openBypassing(mFile);
-    print("%s", failureOf(writer.write(bytesOf(patternBytes(10000)))).c_str());
-  });
-  EXPECT_EQ(end.output, "EFBIG");
-  EXPECT_TRUE(readFile(mFile) == patternBytes(10000).substr(0, 5000));
 }

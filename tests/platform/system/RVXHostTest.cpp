@@ -1,35 +1,12 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "include/Print.h"
 #include "platform/system/RVXHost.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/OtherRoot.h"
 #include "tests/support/Text.h"
 #include "tests/support/Tools.h"
-
-TEST(RVXHostTest, MissingStandardDescriptorsAreOpened) {
-  const ChildEnd end = runInChild([] {
-    const int output = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 10);
-    ::close(STDIN_FILENO);
-    ::close(STDOUT_FILENO);
-    ::close(STDERR_FILENO);
-    openMissingStandardDescriptors();
-    struct stat null {};
-    ::stat("/dev/null", &null);
-    std::string text;
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-      struct stat status {};
-      text += ::fstat(descriptor, &status) == 0 && status.st_rdev == null.st_rdev ? "1" : "0";
-    }
-    ::dup2(output, STDOUT_FILENO);
-    print("%s", text.c_str());
-  });
-  EXPECT_EQ(end.output, "111");
-}
 
 // A machine that is made up.
 class RVXHostOtherRootTest : public testing::Test {
