@@ -18,9 +18,6 @@ GOOD = "<xxh64>%s</xxh64>" % XXH64
 
 
 class MediaTest(CheckRuns, ProcessTest):
-    def check(self, *arguments, status=0, lines="", **counts):
-        self.assert_run(self.run_tool(*arguments), status, lines + summary(**counts))
-
     def check_one(self, elements, status=0, lines="", **counts):
         """A file p/a and a list of it in the third line."""
         self.write("p/a", A)
