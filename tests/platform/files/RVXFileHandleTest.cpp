@@ -7,16 +7,11 @@
 #include <thread>
 
 #include "platform/files/RVXFileHandle.h"
+#include "tests/platform/files/FileTest.h"
 #include "tests/platform/files/ResidentPages.h"
-#include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
-#include "tests/support/Waiting.h"
 
 namespace {
-
-std::span<const std::byte> bytesOf(const std::string& text) {
-  return std::as_bytes(std::span(text));
-}
 
 std::span<std::byte> storageOf(std::string& text) {
   return std::as_writable_bytes(std::span(text));
@@ -40,11 +35,9 @@ int flagsOf(const std::string& path) {
   return ::fcntl(descriptorOf(path), F_GETFL);
 }
 
-class RVXFileHandleTest : public testing::Test {
+class RVXFileHandleTest : public FileTest {
  protected:
-  const Deadline mDeadline;
-  TemporaryFolder mFolder;
-  std::string mFile = writeFile(mFolder.path("file"), "abc");
+  RVXFileHandleTest() { writeFile(mFile, "abc"); }
 };
 
 // A FIFO with both its ends.

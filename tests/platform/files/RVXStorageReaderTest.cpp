@@ -5,10 +5,9 @@
 
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXStorageReader.h"
+#include "tests/platform/files/FileTest.h"
 #include "tests/platform/files/ResidentPages.h"
-#include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
-#include "tests/support/Waiting.h"
 
 namespace {
 
@@ -44,12 +43,7 @@ RVXStorageReader openBypassing(const std::string& path) {
   return reader;
 }
 
-class RVXStorageReaderTest : public testing::Test {
- protected:
-  const Deadline mDeadline;
-  TemporaryFolder mFolder;
-  std::string mFile = mFolder.path("file");
-};
+using RVXStorageReaderTest = FileTest;
 
 }  // namespace
 

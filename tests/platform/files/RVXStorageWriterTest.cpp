@@ -9,20 +9,15 @@
 #include "include/Print.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXStorageWriter.h"
+#include "tests/platform/files/FileTest.h"
 #include "tests/platform/files/ResidentPages.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
-#include "tests/support/Waiting.h"
 
 namespace {
 
 constexpr size_t kMebibyte = size_t{1024} * 1024;
 constexpr size_t kBlock = 2 * kMebibyte;
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-  return std::as_bytes(std::span(text));
-}
 
 RVXStorageWriter openBypassing(const std::string& path) {
   auto opened = RVXStorageWriter::openForWriting(path);
@@ -38,12 +33,7 @@ bool writeInBlocks(RVXStorageWriter writer, std::string_view text, size_t block 
   return writer.makeDurable().succeeded() && writer.close().succeeded();
 }
 
-class RVXStorageWriterTest : public testing::Test {
- protected:
-  const Deadline mDeadline;
-  TemporaryFolder mFolder;
-  std::string mFile = mFolder.path("file");
-};
+using RVXStorageWriterTest = FileTest;
 
 }  // namespace
 

@@ -4,19 +4,15 @@
 
 #include "include/Print.h"
 #include "platform/files/RVXTextFile.h"
+#include "tests/platform/files/FileTest.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class RVXTextFileTest : public testing::Test {
- protected:
-  TemporaryFolder mFolder;
-  std::string mFile = mFolder.path("file");
-};
+using RVXTextFileTest = FileTest;
 
 // Both ways of writing.
 class RVXTextFileWriteTest : public RVXTextFileTest, public testing::WithParamInterface<bool> {
