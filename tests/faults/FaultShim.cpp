@@ -242,6 +242,12 @@ int guarded(const Fault& fault, Call call) {
   return fault.isLie ? 0 : call();
 }
 
+// The same for a call that is nothing but its system call.
+template <typename Where, typename... Arguments>
+int guardedCall(const char* call, Where where, long number, Arguments... arguments) {
+  return guarded(faultFor(call, where), [&] { return static_cast<int>(::syscall(number, arguments...)); });
+}
+
 // Fails, halves or fakes a transfer of `size` bytes.
 template <typename Call>
 ssize_t guardedTransfer(const Fault& fault, size_t size, Call call) {
@@ -251,12 +257,6 @@ ssize_t guardedTransfer(const Fault& fault, size_t size, Call call) {
   }
   if (fault.isLie) return static_cast<ssize_t>(size);
   return call(fault.isShort && size > 1 ? size / 2 : size);
-}
-
-int guardedOpen(const char* path, int flags, mode_t mode) {
-  const bool isForReading = (flags & O_ACCMODE) == O_RDONLY;
-  return guarded(faultFor(isForReading ? "openr" : "openw", path),
-                 [&] { return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode)); });
 }
 
 // Until the rules are read, nothing is refused.
@@ -272,10 +272,6 @@ bool isMemoryRefused(const char* function) {
   const int error = faultFor("memory", function).error;
   errno = error != 0 ? error : interruptedErrno;
   return error != 0;
-}
-
-mode_t modeArgument(int flags, va_list arguments) {
-  return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
 }
 
 }  // namespace
@@ -307,17 +303,10 @@ void* mmap(void* address, size_t size, int protection, int flags, int descriptor
 int open(const char* path, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
-  const mode_t mode = modeArgument(flags, arguments);
+  const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
-  return guardedOpen(path, flags, mode);
-}
-
-int open64(const char* path, int flags, ...) {
-  va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = modeArgument(flags, arguments);
-  va_end(arguments);
-  return guardedOpen(path, flags, mode);
+  const bool isForReading = (flags & O_ACCMODE) == O_RDONLY;
+  return guardedCall(isForReading ? "openr" : "openw", path, SYS_openat, AT_FDCWD, path, flags, mode);
 }
 
 ssize_t read(int descriptor, void* bytes, size_t size) {
@@ -351,13 +340,11 @@ ssize_t pwritev2(int descriptor, const struct iovec* pieces, int count, off_t of
 }
 
 int fdatasync(int descriptor) {
-  return guarded(faultFor("fdatasync", descriptor),
-                 [&] { return static_cast<int>(::syscall(SYS_fdatasync, descriptor)); });
+  return guardedCall("fdatasync", descriptor, SYS_fdatasync, descriptor);
 }
 
 int fsync(int descriptor) {
-  return guarded(faultFor("fsync", descriptor),
-                 [&] { return static_cast<int>(::syscall(SYS_fsync, descriptor)); });
+  return guardedCall("fsync", descriptor, SYS_fsync, descriptor);
 }
 
 int close(int descriptor) {
@@ -368,22 +355,19 @@ int close(int descriptor) {
 }
 
 int sync_file_range(int descriptor, off64_t offset, off64_t length, unsigned flags) {
-  return guarded(faultFor("range", descriptor), [&] {
-    return static_cast<int>(::syscall(SYS_sync_file_range, descriptor, offset, length, flags));
-  });
+  return guardedCall("range", descriptor, SYS_sync_file_range, descriptor, offset, length, flags);
 }
 
 int rename(const char* from, const char* to) noexcept {
-  return guarded(faultFor("rename", to), [&] { return static_cast<int>(::syscall(SYS_rename, from, to)); });
+  return guardedCall("rename", to, SYS_rename, from, to);
 }
 
 int mkdir(const char* path, mode_t mode) noexcept {
-  return guarded(faultFor("mkdir", path), [&] { return static_cast<int>(::syscall(SYS_mkdir, path, mode)); });
+  return guardedCall("mkdir", path, SYS_mkdir, path, mode);
 }
 
 int symlink(const char* target, const char* path) noexcept {
-  return guarded(faultFor("symlink", path),
-                 [&] { return static_cast<int>(::syscall(SYS_symlink, target, path)); });
+  return guardedCall("symlink", path, SYS_symlink, target, path);
 }
 
 ssize_t readlink(const char* path, char* target, size_t size) noexcept {
@@ -392,39 +376,31 @@ ssize_t readlink(const char* path, char* target, size_t size) noexcept {
 }
 
 int unlink(const char* path) noexcept {
-  return guarded(faultFor("unlink", path), [&] { return static_cast<int>(::syscall(SYS_unlink, path)); });
+  return guardedCall("unlink", path, SYS_unlink, path);
 }
 
 int stat(const char* path, struct stat* status) noexcept {
-  return guarded(faultFor("stat", path),
-                 [&] { return static_cast<int>(::syscall(SYS_newfstatat, AT_FDCWD, path, status, 0)); });
+  return guardedCall("stat", path, SYS_newfstatat, AT_FDCWD, path, status, 0);
 }
 
 int lstat(const char* path, struct stat* status) noexcept {
-  return guarded(faultFor("lstat", path), [&] {
-    return static_cast<int>(::syscall(SYS_newfstatat, AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW));
-  });
+  return guardedCall("lstat", path, SYS_newfstatat, AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW);
 }
 
 int fstat(int descriptor, struct stat* status) noexcept {
-  return guarded(faultFor("fstat", descriptor), [&] {
-    return static_cast<int>(::syscall(SYS_newfstatat, descriptor, "", status, AT_EMPTY_PATH));
-  });
+  return guardedCall("fstat", descriptor, SYS_newfstatat, descriptor, "", status, AT_EMPTY_PATH);
 }
 
 int fstatfs(int descriptor, struct statfs* status) noexcept {
-  return guarded(faultFor("statfs", descriptor),
-                 [&] { return static_cast<int>(::syscall(SYS_fstatfs, descriptor, status)); });
+  return guardedCall("statfs", descriptor, SYS_fstatfs, descriptor, status);
 }
 
 int ftruncate(int descriptor, off_t size) noexcept {
-  return guarded(faultFor("truncate", descriptor),
-                 [&] { return static_cast<int>(::syscall(SYS_ftruncate, descriptor, size)); });
+  return guardedCall("truncate", descriptor, SYS_ftruncate, descriptor, size);
 }
 
 int fchmod(int descriptor, mode_t mode) noexcept {
-  return guarded(faultFor("chmod", descriptor),
-                 [&] { return static_cast<int>(::syscall(SYS_fchmod, descriptor, mode)); });
+  return guardedCall("chmod", descriptor, SYS_fchmod, descriptor, mode);
 }
 
 off_t lseek(int descriptor, off_t offset, int whence) noexcept {
@@ -448,8 +424,7 @@ int fcntl(int descriptor, int command, ...) {
   va_start(arguments, command);
   const long argument = va_arg(arguments, long);
   va_end(arguments);
-  return guarded(faultFor("fcntl", descriptor),
-                 [&] { return static_cast<int>(::syscall(SYS_fcntl, descriptor, command, argument)); });
+  return guardedCall("fcntl", descriptor, SYS_fcntl, descriptor, command, argument);
 }
 
 // The library itself refuses, with a reason of its own, whatever errno the rule names.

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <random>
 #include <vector>
 
 #include "formats/RVXDigestLine.h"
@@ -18,23 +17,6 @@ std::string parsed(std::string_view line) {
   const auto& entry = std::get<RVXDigestLine>(result);
   return std::string(digestLabel(entry.kind)) + " " + digestString(std::as_bytes(std::span(entry.digest))) +
          " " + entry.name;
-}
-
-// The escapes of the coreutils.
-std::string escaped(std::string_view name) {
-  std::string text;
-  for (const char byte : name) {
-    if (byte == '\\') {
-      text += "\\\\";
-    } else if (byte == '\n') {
-      text += "\\n";
-    } else if (byte == '\r') {
-      text += "\\r";
-    } else {
-      text += byte;
-    }
-  }
-  return text;
 }
 
 }  // namespace
@@ -66,10 +48,6 @@ TEST(RVXDigestLineTest, EveryLabelAndLength) {
   }
 }
 
-TEST(RVXDigestLineTest, DigitsOfAnyCase) {
-  EXPECT_EQ(parsed("58A7D90CBF2b1ced5acfeb94a7e29158  a"), "MD5 " + kMD5 + " a");
-}
-
 TEST(RVXDigestLineTest, ALabelledNameEndsAtTheLastBracket) {
   EXPECT_EQ(parsed("MD5(a)= b) = c)= " + kMD5), "MD5 " + kMD5 + " a)= b) = c");
   EXPECT_EQ(parsed("MD5 (a) = b)= c) = " + kMD5), "MD5 " + kMD5 + " a) = b)= c");
@@ -98,23 +76,6 @@ TEST(RVXDigestLineTest, OtherLines) {
   }
 }
 
-// Whatever the name, each form gives it back.
-TEST(RVXDigestLineTest, AnyNameComesBack) {
-  std::mt19937 random(20);
-  constexpr std::string_view kBytes = "ab ()=*\\\n\r\t#\xFF\xC3";
-  for (int i = 0; i < 3000; ++i) {
-    std::string name(1 + random() % 12, ' ');
-    for (char& byte : name) byte = kBytes[random() % kBytes.size()];
-    const std::string expected = "SHA1 " + kSHA1 + " " + name;
-    const std::string text = escaped(name);
-    for (const std::string& line :
-         {"\\SHA1 (" + text + ") = " + kSHA1, "\\SHA1(" + text + ")= " + kSHA1, "\\" + kSHA1 + "  " + text,
-          "\\" + kSHA1 + " *" + text, "SHA1 (" + name + ") = " + kSHA1, kSHA1 + "  " + name}) {
-      ASSERT_EQ(parsed(line), expected) << line;
-    }
-  }
-}
-
 TEST(RVXDigestLineTest, DigestsOfMediaHashListsAreNone) {
   for (const auto& [label, length] :
        {std::pair("XXH32", 8), {"XXH64", 16}, {"XXH3", 16}, {"XXH128", 32}, {"C4", 128}}) {
@@ -122,5 +83,5 @@ TEST(RVXDigestLineTest, DigestsOfMediaHashListsAreNone) {
     EXPECT_EQ(parsed(std::string(label) + "(a)= " + digits), RVXDigestLine::kNoDigestLine);
   }
   EXPECT_EQ(parsed("eeeeeeeeeeeeeeee  a"), RVXDigestLine::kWrongLength);
-  EXPECT_EQ(parsed("58a7d90cbf2b1ced5acfeb94a7e29158  a"), "MD5 " + kMD5 + " a");
+  EXPECT_EQ(parsed("58A7D90CBF2b1ced5acfeb94a7e29158  a"), "MD5 " + kMD5 + " a");  // no XXH128
 }

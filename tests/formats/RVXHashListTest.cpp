@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <ctime>
 
 #include "formats/RVXHashList.h"
 #include "include/Print.h"
@@ -11,7 +10,6 @@
 #include "tests/support/OtherRoot.h"
 #include "tests/support/OutputCapture.h"
 #include "tests/support/Text.h"
-#include "tests/support/Tools.h"
 
 namespace {
 
@@ -48,32 +46,6 @@ std::vector<std::string> entryLinesOf(const std::string& text) {
 }
 
 }  // namespace
-
-TEST_F(RVXHashListTest, HeaderNamesUserComputerTimeAndOriginalFiles) {
-  ::setenv("USER", "%s%n", 1);
-  ::setenv("TZ", "XYZ-5:30", 1);  // far from UTC
-  ::tzset();
-  auto list = RVXHashList::init();
-  list.setOriginalFiles("/V/%n_1-100####.dpx");
-  const std::time_t before = std::time(nullptr);
-  const auto lines = linesOf(written(list));
-  const std::time_t after = std::time(nullptr);
-  ::unsetenv("TZ");
-  ::tzset();
-
-  ASSERT_EQ(lines.size(), 2U);
-  EXPECT_EQ(lines[1], "# original file(s): /V/%n_1-100####.dpx ");
-  const std::string introduction = "# hash created by rvxvscopy by %s%n on " + toolComputerName() + " ";
-  ASSERT_EQ(lines[0].substr(0, introduction.size()), introduction);
-  const std::string date = lines[0].substr(introduction.size());
-  ASSERT_EQ(date.size(), std::string("2026-11-15 00:22:04 +0000").size());
-  std::tm utc{};
-  const char* const end = ::strptime(date.c_str(), "%Y-%m-%d %H:%M:%S", &utc);
-  ASSERT_NE(end, nullptr) << date;
-  EXPECT_STREQ(end, " +0000");
-  EXPECT_GE(::timegm(&utc), before);
-  EXPECT_LE(::timegm(&utc), after);
-}
 
 TEST_F(RVXHashListTest, ComputerWithoutANameIsAnUnknownHost) {
   if (!OtherRoot::isAllowed()) GTEST_SKIP() << "to change the root folder needs root";

@@ -49,15 +49,6 @@ void expectStandardizedToBeFinal(const std::string& path) {
   expectTrue("no slash at the end", standardized == "/" || !standardized.ends_with('/'));
 }
 
-// Of a relative path without a tilde: each component but the empty ones, and each "." that is not the first.
-std::vector<std::string> componentsThatStay(const std::string& path) {
-  std::vector<std::string> components = piecesEndedBy('/', path);
-  std::erase(components, "");
-  if (components.empty()) return {};
-  components.erase(std::remove(components.begin() + 1, components.end(), "."), components.end());
-  return components;
-}
-
 void expectStandardizedToLeadToTheSame(const std::string& path) {
   const std::string standardized = standardizedPath(path);
   if (path.starts_with('/')) {
@@ -68,8 +59,6 @@ void expectStandardizedToLeadToTheSame(const std::string& path) {
     expectTrue("no user's name has a zero", user.find('\0') == std::string::npos);
     expectEqual("below a home folder", standardized,
                 standardizedPath(standardizedPath(user) + path.substr(user.size())));
-  } else {
-    expectEqual("relative", piecesEndedBy('/', standardized), componentsThatStay(path));
   }
 }
 

@@ -55,7 +55,14 @@ def build_package(sources, kind, **variables):
     return built.stdout.decode().split("\n")[-2]
 
 
-class PackageTest(StorageTest):
+class InstalledTest(StorageTest):
+    def assert_copies(self, program):
+        self.write("clip.mov", b"movie")
+        self.assertEqual(run(program, self.path("clip.mov"), self.path("d/")), "")
+        self.assert_checks("d/sha1/clip.mov.sha1")
+
+
+class PackageTest(InstalledTest):
     @classmethod
     def setUpClass(cls):
         if os.geteuid() != 0:
@@ -156,11 +163,7 @@ class PackageTest(StorageTest):
             self.assertEqual(run("man", "-M", root + "/usr/share/man", "--where", section, name).strip(),
                              "%s/usr/share/man/%s.gz" % (root, page))
 
-        self.write("clip.mov", b"movie")
-        self.assertEqual(run(root + "/usr/bin/rvxcopy", self.path("clip.mov"), self.path("d/")), "")
-        self.assertEqual(self.read("d/clip.mov"), b"movie")
-        self.assert_checks("d/sha1/clip.mov.sha1")
-
+        self.assert_copies(root + "/usr/bin/rvxcopy")
         run(*dpkg, "--purge", "rvxcopy")
         left = {path for path in files_below(root) - before if not path.startswith("var/lib/dpkg/")}
         self.assertEqual(left, set())
@@ -188,20 +191,16 @@ class PackageTest(StorageTest):
         rpm = ("rpm", "--root", root, "--dbpath", "/var/lib/rpm")
         run(*rpm, "--install", "--nodeps", package)  # the other packages are Debian's
         self.assertEqual(run(*rpm, "--verify", "--nodeps", "rvxcopy"), "")
-        self.write("clip.mov", b"movie")
-        run(root + "/usr/bin/rvxcopy", self.path("clip.mov"), self.path("d/"))
-        self.assert_checks("d/sha1/clip.mov.sha1")
+        self.assert_copies(root + "/usr/bin/rvxcopy")
         run(*rpm, "--erase", "rvxcopy")
         self.assertEqual([path for path in files_below(root) if "rvxcopy" in path], [])
 
 
-class InstallTest(StorageTest):
+class InstallTest(InstalledTest):
     def test_installed_below_another_folder(self):
         run("cmake", "--install", BUILD, "--prefix", self.path("usr"))
         self.assertEqual(files_below(self.folder), files_of_other_systems())
-        self.write("clip.mov", b"movie")
-        run(self.path("usr/bin/rvxcopy"), self.path("clip.mov"), self.path("d/"))
-        self.assert_checks("d/sha1/clip.mov.sha1")
+        self.assert_copies(self.path("usr/bin/rvxcopy"))
 
 
 if __name__ == "__main__":

@@ -68,6 +68,9 @@ class CheckRuns:
     def command(self, *arguments):
         return [RVXCHECK, *arguments]
 
+    def check(self, *arguments, status=0, lines="", **counts):
+        self.assert_run(self.run_tool(*arguments), status, lines + summary(**counts))
+
     def list(self, name, *files, tool=("sha1sum",)):
         """Writes a list of files, named from the list's own folder, as the tool does."""
         path = self.path(name)

@@ -23,9 +23,6 @@ class CheckTest(CheckRuns, ProcessTest):
         for name in names:
             self.write(name, data)
 
-    def check(self, *arguments, status=0, lines="", **counts):
-        self.assert_run(self.run_tool(*arguments), status, lines + summary(**counts))
-
 
 class ArgumentsTest(CheckTest):
     def test_wrong_ones_get_a_line_and_the_usage(self):

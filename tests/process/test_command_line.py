@@ -6,7 +6,7 @@ import signal
 import subprocess
 
 from output_texts import USAGE
-from support import LONGEST_RUN, ProcessTest, await_asleep, main
+from support import ProcessTest, await_asleep, main
 
 WRONG_DEPTH = "ERROR: Wrong arguments - -p must be followed by a number between 0 and 6.\n"
 WRONG_HASH_TYPE = "ERROR: Wrong arguments - -t must be followed by md5 or sha1.\n"
@@ -45,35 +45,6 @@ class WrongArgumentsTest(ProcessTest):
 
 
 class ProcessSetUpTest(ProcessTest):
-    def test_every_line_is_delivered_at_once_through_a_pipe(self):
-        self.write("clip.mov", b"x" * 3000000)
-        # The first write of the destination holds the run until the test has read the first line.
-        os.mkfifo(self.path("gate"))
-        gate = self.script("wait", "read line < gate")
-        process = subprocess.Popen(self.command("-v", "clip.mov", "d/"), cwd=self.folder,
-                                   env=self.environment(["write d/clip.mov 1 1 run=" + gate]),
-                                   stdout=subprocess.PIPE)
-        self.assertEqual(process.stdout.readline(), b"INFO: copying ...\n")
-        self.assertEqual(process.stdout.readline(), b"INFO: copied 0 of 3000000 bytes\n")
-        self.write("gate", b"go\n")
-        process.communicate(timeout=LONGEST_RUN)
-        self.assertEqual(process.returncode, 0)
-
-    def run_with_signal(self, number):
-        self.write("clip.mov", b"x" * 3000000)
-        return self.run_tool("-f", "clip.mov", "d/", faults=["write d/clip.mov 1 1 signal=%d" % number])
-
-    def test_a_signal_is_reported_and_the_run_goes_on(self):
-        for number in (signal.SIGSEGV, signal.SIGFPE, signal.SIGABRT):
-            with self.subTest(number.name):
-                result = self.run_with_signal(number)
-                self.assertEqual(result.status, 0)
-                name = ("Received signal: " + number.name).encode()
-                self.assertTrue(result.output.startswith(name), result.output)
-                self.assertIn(b"rvxcopy(", result.output[len(name):])
-                self.assertNotIn(b"\n", result.output)
-                self.assertEqual(self.read("d/clip.mov"), b"x" * 3000000)
-
     def test_a_signal_is_reported_where_standard_output_is_full_and_does_not_block(self):
         self.write("clip.mov", b"movie")
         reading, writing = os.pipe()

@@ -18,9 +18,6 @@ GOOD = "<xxh64>%s</xxh64>" % XXH64
 
 
 class MediaTest(CheckRuns, ProcessTest):
-    def check(self, *arguments, status=0, lines="", **counts):
-        self.assert_run(self.run_tool(*arguments), status, lines + summary(**counts))
-
     def check_one(self, elements, status=0, lines="", **counts):
         """A file p/a and a list of it in the third line."""
         self.write("p/a", A)
@@ -30,28 +27,21 @@ class MediaTest(CheckRuns, ProcessTest):
 
 class DigestsTest(MediaTest):
     def test_each_algorithm(self):
-        for name, text, label, other in (
-                ("md5", MD5, "MD5", OTHER_MD5), ("sha1", digest(A), "SHA1", digest(B)), ("c4", c4(A), "C4", c4(B)),
-                ("xxh64", XXH64, "XXH64", OTHER_XXH64), ("xxh3", XXH3, "XXH3", OTHER_XXH3),
-                ("xxh128", "d71608ae26ada58b328ee22fb35accf7", "XXH128", "7796b8aff6c7f651bfdff46481bdf732"),
-                ("xxhash64be", XXH64, "XXH64", OTHER_XXH64)):
+        c4s = c4(A), c4(B)
+        for name, text, label, listed, other in (
+                ("md5", MD5.upper(), "MD5", MD5, OTHER_MD5), ("sha1", digest(A).upper(), "SHA1", digest(A), digest(B)),
+                ("c4", c4s[0], "C4", *c4s), ("xxh64", XXH64.upper(), "XXH64", XXH64, OTHER_XXH64),
+                ("xxh3", XXH3, "XXH3", XXH3, OTHER_XXH3),
+                ("xxh128", "d71608ae26ada58b328ee22fb35accf7", "XXH128", "d71608ae26ada58b328ee22fb35accf7",
+                 "7796b8aff6c7f651bfdff46481bdf732"),
+                ("xxhash", "2442465453", "XXH32", "919510ad", "5a546389"), ("xxhash64be", XXH64, "XXH64", XXH64, OTHER_XXH64),
+                ("xxhash64", XXH64, "XXH64", XXH64, OTHER_XXH64),
+                ("xxhash64", "4b64df187fa88453", "XXH64", "4b64df187fa88453", OTHER_XXH64)):
             with self.subTest(name):
-                element = "<%s>%s</%s>" % (name, text if name == "c4" else text.upper(), name)
-                self.check_one(element, size="8 B", ok=1)
+                self.check_one("<%s>%s</%s>" % (name, text, name), size="8 B", ok=1)
                 self.write("p/a", B)
                 self.check("p", status=11, files=1, size="8 B", changed=1,
-                           lines="changed    p/a (%s %s listed in p/l.mhl, read %s)\n" % (label, text, other))
-
-    def test_xxhash_is_a_decimal_number(self):
-        self.check_one("<xxhash>2442465453</xxhash>", size="8 B", ok=1)
-        self.check_one("<xxhash>46947589</xxhash>", status=11, size="8 B", changed=1,
-                       lines="changed    p/a (XXH32 02cc5d05 listed in p/l.mhl, read 919510ad)\n")
-
-    def test_xxhash64_is_good_in_either_byte_order(self):
-        for text in ("4b64df187fa88453", XXH64):
-            self.check_one("<xxhash64>%s</xxhash64>" % text, size="8 B", ok=1)
-        self.check_one("<xxhash64>99e9d85137db46ef</xxhash64>", status=11, size="8 B", changed=1,
-                       lines="changed    p/a (XXH64 99e9d85137db46ef listed in p/l.mhl, read %s)\n" % XXH64)
+                           lines="changed    p/a (%s %s listed in p/l.mhl, read %s)\n" % (label, listed, other))
         self.check_one("<xxhash64be>4b64df187fa88453</xxhash64be>", status=11, size="8 B", changed=1,
                        lines="changed    p/a (XXH64 4b64df187fa88453 listed in p/l.mhl, read %s)\n" % XXH64)
 
@@ -89,33 +79,14 @@ class DigestsTest(MediaTest):
 
 
 class OldListsTest(MediaTest):
-    def test_a_complete_list(self):
-        self.write("p/Clips/B007C001.mov", A)
-        self.write("p/B007.md5", b"%s  Clips/B007C001.mov\n" % MD5.encode())
-        self.write("p/B007_2026-11-22_073000.MHL", b"""<?xml version="1.0" encoding="UTF-8"?>
-<hashlist version="1.1">
-  <creatorinfo>
-    <username>kim</username>
-    <hostname>cart-2</hostname>
-    <tool>rvxcheck 1.0</tool>
-    <startdate>2026-11-22T07:30:00Z</startdate>
-    <finishdate>2026-11-22T07:30:02Z</finishdate>
-  </creatorinfo>
-  <hash>
-    <file>Clips/B007C001.mov</file>
-    <size>8</size>
-    <lastmodificationdate>2026-11-21T18:03:22Z</lastmodificationdate>
-    <xxhash64be>5384a87f18df644b</xxhash64be>
-    <hashdate>2026-11-22T07:30:02Z</hashdate>
-  </hash>
-</hashlist>
-""")
-        self.check("-v", "p", files=1, size="8 B", ok=1, lines="ok         p/Clips/B007C001.mov\n")
-        self.check("-v", "p/B007_2026-11-22_073000.MHL", files=1, size="8 B", ok=1,
-                   lines="ok         p/Clips/B007C001.mov\n")
-        os.rename(self.path("p/Clips/B007C001.mov"), self.path("p/Clips/x"))
-        self.check("p", status=10, files=1, missing=1, unlisted=1, lines="missing    p/Clips/B007C001.mov (listed in "
-                   "p/B007.md5)\nunlisted   p/Clips/x\n")
+    def test_a_file_that_two_lists_name(self):
+        self.write("p/a", A)
+        self.list("p/l.md5", "a", tool=("md5sum",))
+        self.write("p/m.MHL", old_list(("a", GOOD)))
+        self.check("-v", "p/m.MHL", files=1, size="8 B", ok=1, lines="ok         p/a\n")
+        os.rename(self.path("p/a"), self.path("p/b"))
+        self.check("p", status=10, files=1, missing=1, unlisted=1,
+                   lines="missing    p/a (listed in p/l.md5)\nunlisted   p/b\n")
 
     def test_names_as_windows_writes_them(self):
         for name in ("p/Clips/a", "p/x\\y"):
@@ -140,35 +111,21 @@ class BadListsTest(MediaTest):
         self.check("p", status=status, lines=lines, bad=len(problems), **counts)
 
     def test_what_is_no_list(self):
-        for data, problem in ((b"", (":1", "not well-formed")), (b"text\n", (":1", "not well-formed")),
-                              (b"<hashlist/>", ("", "no media hash list that is known")),
-                              (b"<ascmhldirectory xmlns='urn:ASC:MHL:DIRECTORY:v2.0'/>",
-                               ("", "no media hash list that is known")), (old_list(), ("", "no entry"))):
+        for data, problem in ((b"text\n", (":1", "not well-formed")), (old_list(), ("", "no entry")),
+                              (b"<hashlist/>", ("", "no media hash list that is known"))):
             with self.subTest(data):
                 self.bad(data, problem)
 
     def test_what_stood_before_the_place_is_used(self):
         self.write("p/a", A)
-        good = old_list(("a", GOOD), ("b", GOOD))
-        used = dict(files=1, size="8 B", ok=1)
-        self.bad(good.replace(b"b</file>", b"b"), (":4", "not well-formed"), **used)
-        self.bad(good.replace(b"<file>b", b"<x>" * 64), (":4", "more than 64 levels"), **used)
-        self.bad(good.replace(b"<file>b", b"<file>&lt;&b;"), (":4", "not well-formed"), **used)
-
-    def test_a_document_type_is_refused_before_any_entity(self):
-        self.write("p/a", A)
-        self.write("p/l.mhl", b"<?xml version='1.0'?>\n<!DOCTYPE hashlist [<!ENTITY n SYSTEM 'a'>]>\n"
-                   + old_list(("&n;", GOOD)).split(b"\n", 1)[1])
-        self.check("p", status=31, bad=1, unlisted=1,
-                   lines="unlisted   p/a\nbad-list   p/l.mhl:2 (document type declaration)\n")
+        self.bad(old_list(("a", GOOD), ("b", GOOD)).replace(b"b</file>", b"b"), (":4", "not well-formed"),
+                 files=1, size="8 B", ok=1)
 
     def test_what_remains_of_an_entry_is_used(self):
         self.write("p/a", A)
-        self.bad(old_list(("a", "<size>many</size><md5>1</md5>" + GOOD), ("", GOOD), ("/a", GOOD), ("../a", GOOD),
-                          ("n" * 4096, GOOD)),
+        self.bad(old_list(("a", "<size>many</size><md5>1</md5>" + GOOD), ("", GOOD), ("/a", GOOD), ("../a", GOOD)),
                  (":3", "size that is no number"), (":3", "digest of a wrong form"), (":4", "no path"),
-                 (":5", "absolute name"), (":6", "name leads above PATH"), (":7", "path of more than 4095 bytes"),
-                 files=1, size="8 B", ok=1)
+                 (":5", "absolute name"), (":6", "name leads above PATH"), files=1, size="8 B", ok=1)
 
 
 class HistoryTest(MediaTest):

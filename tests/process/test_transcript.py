@@ -1,11 +1,9 @@
-import hashlib
 import os
 import re
 import subprocess
 import unittest
 
 from corpus import in_expected_order, lines_of, without_added_progress
-from output_texts import texts_in
 from support import RVXCOPY, file_bytes, main
 
 REPOSITORY = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
@@ -14,12 +12,6 @@ REPOSITORY = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."
 def readme_block():
     return re.search(rb"^<!-- transcript -->\n```console\n(.*?)^```\n<!-- end of transcript -->$",
                      file_bytes(os.path.join(REPOSITORY, "README.md")), re.DOTALL | re.MULTILINE)[1]
-
-
-def outputs_of(transcript):
-    """Command -> its output lines."""
-    steps = re.findall(rb"^\$ (.*)\n((?:(?!\$ ).*\n)*)", transcript, re.MULTILINE)
-    return {command.decode(): output.decode().splitlines() for command, output in steps}
 
 
 class TranscriptTest(unittest.TestCase):
@@ -34,20 +26,6 @@ class TranscriptTest(unittest.TestCase):
         lines = in_expected_order(without_added_progress(lines_of(printed), expected), expected,
                                   [line.startswith(b"INFO: verified ") for line in expected])
         self.assertEqual(b"".join(lines).decode(), shown.decode())
-
-    def test_digests_are_those_of_the_sample(self):
-        movie = b"".join(b"%d\n" % number for number in range(1, 1000001))  # seq 1000000
-        outputs = outputs_of(readme_block())
-        copy = next(output for command, output in outputs.items() if command.startswith("rvxcopy -v"))
-        self.assertIn("hash SHA1:" + hashlib.sha1(movie).hexdigest(), copy)
-        self.assertIn("hash MD5:" + hashlib.md5(movie).hexdigest(), copy)
-        self.assertEqual(outputs["tail -n 1 raid/day3/md5/clip.mov.md5"],
-                         ["MD5(../clip.mov)= " + hashlib.md5(movie).hexdigest()])
-
-    def test_lines_of_the_program_are_documented_ones(self):
-        for command, output in outputs_of(readme_block()).items():
-            if command.startswith("rvxcopy"):
-                self.assertEqual(texts_in("".join(line + "\n" for line in output).encode())[1], b"", command)
 
     def test_the_damage_is_found_and_repaired(self):
         block = readme_block().decode()

@@ -38,9 +38,3 @@ inline std::string toolMD5OfText(const std::string& text) {
   const TemporaryFolder folder;
   return toolMD5OfFile(writeFile(folder.path("text"), text));
 }
-
-// The pretty host name where the machine has one, else the host name.
-inline std::string toolComputerName() {
-  return outputOfShell(
-      "[ -r /etc/machine-info ] && . /etc/machine-info; printf %s \"${PRETTY_HOSTNAME:-$(uname -n)}\"");
-}

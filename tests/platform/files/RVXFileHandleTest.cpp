@@ -6,20 +6,12 @@
 #include <filesystem>
 #include <thread>
 
-#include "include/Print.h"
 #include "platform/files/RVXFileHandle.h"
+#include "tests/platform/files/FileTest.h"
 #include "tests/platform/files/ResidentPages.h"
-#include "tests/support/ChildProcess.h"
-#include "tests/support/Files.h"
-#include "tests/support/Interruptions.h"
 #include "tests/support/Outcomes.h"
-#include "tests/support/Waiting.h"
 
 namespace {
-
-std::span<const std::byte> bytesOf(const std::string& text) {
-  return std::as_bytes(std::span(text));
-}
 
 std::span<std::byte> storageOf(std::string& text) {
   return std::as_writable_bytes(std::span(text));
@@ -43,11 +35,9 @@ int flagsOf(const std::string& path) {
   return ::fcntl(descriptorOf(path), F_GETFL);
 }
 
-class RVXFileHandleTest : public testing::Test {
+class RVXFileHandleTest : public FileTest {
  protected:
-  const Deadline mDeadline;
-  TemporaryFolder mFolder;
-  std::string mFile = writeFile(mFolder.path("file"), "abc");
+  RVXFileHandleTest() { writeFile(mFile, "abc"); }
 };
 
 // A FIFO with both its ends.
@@ -74,15 +64,6 @@ TEST_F(RVXFileHandleTest, OpenedFileIsNotInheritedByOtherPrograms) {
 TEST_F(RVXFileHandleTest, FailedOpeningTellsWhy) {
   EXPECT_EQ(failureOf(RVXFileHandle::open(mFolder.path("missing"), O_RDONLY)), "ENOENT");
   EXPECT_EQ(failureOf(RVXFileHandle::openWithoutPeer(mFolder.path("missing"), O_RDONLY)), "ENOENT");
-}
-
-TEST_F(RVXFileHandleTest, NewFileHasThePermissionsThatTheUmaskLeaves) {
-  const mode_t before = ::umask(027);
-  openFile(mFolder.path("new"), O_WRONLY | O_CREAT);
-  ::umask(before);
-  struct stat status {};
-  ASSERT_EQ(::stat(mFolder.path("new").c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777U, 0640U);
 }
 
 TEST_F(RVXFileHandleTest, ClosesOnce) {
@@ -149,17 +130,6 @@ TEST_F(RVXFileHandleFIFOTest, OnlyTheOpeningDoesntWait) {
   EXPECT_EQ(flagsOf(mFIFO) & O_NONBLOCK, 0);
 }
 
-TEST_F(RVXFileHandleFIFOTest, InterruptedOpeningGoesOn) {
-  const std::string fifo = madeFIFO(mFolder.path("other"));
-  const Interruptions interruptions;
-  RVXFileHandle peer;
-  const std::jthread peersThread([&] {
-    Interruptions::waitForSome();
-    peer = RVXFileHandle::openWithoutPeer(fifo, O_RDONLY).value();
-  });
-  EXPECT_TRUE(RVXFileHandle::open(fifo, O_WRONLY).succeeded());
-}
-
 TEST_F(RVXFileHandleFIFOTest, ReadSomeGivesWhatIsThereAndNothingAtTheEnd) {
   writePiece("abc");
   std::string bytes(10, '\0');
@@ -181,44 +151,11 @@ TEST_F(RVXFileHandleFIFOTest, ReadWholeContinuesShortReads) {
   EXPECT_EQ(bytes, "abcdefghij");
 }
 
-TEST_F(RVXFileHandleFIFOTest, InterruptedAndShortWritesGoOn) {
-  const std::string bytes = patternBytes(1000000);  // far more than a pipe holds
-  std::string received(bytes.size(), '\0');
-  std::jthread reader([&] {
-    Interruptions::waitForSome();
-    EXPECT_EQ(mReadEnd.readWhole(storageOf(received)).value(), bytes.size());
-  });
-  {
-    const Interruptions interruptions;
-    EXPECT_TRUE(mWriteEnd.writeWhole(bytesOf(bytes)).succeeded());
-  }
-  reader.join();
-  EXPECT_TRUE(received == bytes);
-}
-
-TEST_F(RVXFileHandleFIFOTest, InterruptedReadIsRepeated) {
-  const std::jthread writer([&] {
-    Interruptions::waitForSome();
-    writePiece("abc");
-  });
-  const Interruptions interruptions;
-  std::string bytes(3, '\0');
-  EXPECT_EQ(mReadEnd.readSome(storageOf(bytes)).value(), 3U);
-  EXPECT_EQ(bytes, "abc");
-}
-
 TEST_F(RVXFileHandleFIFOTest, WhatHasNoSyncIsNoFailure) {
   EXPECT_TRUE(mWriteEnd.syncData().succeeded());
   EXPECT_TRUE(mWriteEnd.syncWholeFile().succeeded());
   EXPECT_TRUE(openFile("/dev/null", O_WRONLY).syncData().succeeded());
   EXPECT_TRUE(openFile("/dev/null", O_WRONLY).waitForWriteBack(0, 0).succeeded());
-}
-
-TEST_F(RVXFileHandleTest, ReadOfAFolderFails) {
-  RVXFileHandle folder = openFile(mFolder.path(), O_RDONLY);
-  std::string bytes(10, '\0');
-  EXPECT_EQ(failureOf(folder.readSome(storageOf(bytes))), "EISDIR");
-  EXPECT_EQ(failureOf(folder.readWhole(storageOf(bytes))), "EISDIR");
 }
 
 TEST_F(RVXFileHandleTest, ReadWholeEndsWhereTheFileEnds) {
@@ -265,15 +202,6 @@ TEST_F(RVXFileHandleTest, DirectTransfersAreSwitchedAloneAndRefusedByDevices) {
   EXPECT_EQ(flagsOf(mFile), before | O_DIRECT);
   EXPECT_TRUE(handle.setDirect(false));
   EXPECT_EQ(flagsOf(mFile), before);
-}
-
-TEST_F(RVXFileHandleTest, DroppedFileLeavesNoPages) {
-  if (!hasObservableCache(mFolder.path())) GTEST_SKIP() << "no observable cache";
-  writeFile(mFile, patternBytes(1000000));
-  ASSERT_GT(residentPages(mFile), 0U);
-  openFile(mFile, O_RDONLY).dropCachedFile();
-  EXPECT_EQ(residentPages(mFile), 0U);
-  EXPECT_TRUE(readFile(mFile) == patternBytes(1000000));
 }
 
 TEST_F(RVXFileHandleTest, DroppedRangeLeavesTheOtherPages) {

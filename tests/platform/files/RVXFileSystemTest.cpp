@@ -113,15 +113,6 @@ TEST_F(RVXFileSystemTest, FolderIsMadeWithAllIntermediates) {
   EXPECT_TRUE(createFolderWithIntermediates("/").succeeded());
 }
 
-TEST_F(RVXFileSystemTest, RelativeFolderIsMadeInTheCurrentOne) {
-  const ChildEnd end = runInChild([&] {
-    fs::current_path(mFolder.path());
-    print("%s", failureOf(createFolderWithIntermediates("a/b")).c_str());
-  });
-  EXPECT_EQ(end.output, "none");
-  EXPECT_TRUE(fs::is_directory(mFolder.path("a/b")));
-}
-
 TEST_F(RVXFileSystemTest, FolderThatCantBeMadeFails) {
   EXPECT_EQ(failureOf(createFolderWithIntermediates(mFile)), "EEXIST");
   EXPECT_EQ(failureOf(createFolderWithIntermediates(mFile + "/a/b")), "EEXIST");
@@ -130,15 +121,6 @@ TEST_F(RVXFileSystemTest, FolderThatCantBeMadeFails) {
   for (int i = 0; i < 1000000; ++i) deepPath += "/x";  // as many calls would overflow the stack
   EXPECT_EQ(failureOf(createFolderWithIntermediates(deepPath)), "ENAMETOOLONG");
   EXPECT_EQ(readFile(mFile), "abc");
-}
-
-TEST_F(RVXFileSystemTest, NewFolderHasThePermissionsThatTheUmaskLeaves) {
-  const mode_t before = ::umask(027);
-  EXPECT_TRUE(createFolderWithIntermediates(mFolder.path("new")).succeeded());
-  ::umask(before);
-  struct stat status {};
-  ASSERT_EQ(::stat(mFolder.path("new").c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0750U);
 }
 
 TEST_F(RVXFileSystemTest, SyncOfAFolder) {

@@ -5,10 +5,9 @@
 
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXStorageReader.h"
+#include "tests/platform/files/FileTest.h"
 #include "tests/platform/files/ResidentPages.h"
-#include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
-#include "tests/support/Waiting.h"
 
 namespace {
 
@@ -44,28 +43,13 @@ RVXStorageReader openBypassing(const std::string& path) {
   return reader;
 }
 
-class RVXStorageReaderTest : public testing::Test {
- protected:
-  const Deadline mDeadline;
-  TemporaryFolder mFolder;
-  std::string mFile = mFolder.path("file");
-};
+using RVXStorageReaderTest = FileTest;
 
 }  // namespace
-
-TEST_F(RVXStorageReaderTest, MissingFileIsNotOpened) {
-  EXPECT_EQ(failureOf(RVXStorageReader::openForReading(mFile)), "ENOENT");
-}
 
 TEST_F(RVXStorageReaderTest, FIFOIsRefusedAndNotWaitedFor) {
   ASSERT_EQ(::mkfifo(mFile.c_str(), 0600), 0);
   EXPECT_EQ(failureOf(RVXStorageReader::openForReading(mFile)), "ESPIPE");
-}
-
-TEST_F(RVXStorageReaderTest, FolderOpensAndFailsToBeRead) {
-  auto reader = openBypassing(mFolder.path());
-  RVXBlock block = RVXBlock::withCapacity(4096);
-  EXPECT_EQ(failureOf(reader.readUpToCapacity(block)), "EISDIR");
 }
 
 TEST_F(RVXStorageReaderTest, WithoutBypassItReadsAsWell) {
@@ -151,30 +135,23 @@ TEST_F(RVXStorageReaderTest, IdentityIsThatOfTheOpenFileLinksFollowed) {
 }
 
 // Sizes around every boundary of blocks, pages and disk blocks.
-class RVXStorageReaderSizeTest : public testing::TestWithParam<size_t> {
- protected:
-  static void expectRead(const std::string& parent, size_t capacity) {
-    const TemporaryFolder folder(parent);
-    const std::string bytes = patternBytes(GetParam());
-    auto reader = openBypassing(writeFile(folder.path("file"), bytes));
-    const ReadFile read = readRest(reader, capacity);
-    EXPECT_TRUE(read.bytes == bytes) << parent;
-    // With the last block as long as it has to be, this number of blocks is only reached by full ones.
-    ASSERT_EQ(read.lengths.size(), bytes.size() / capacity + 1) << parent;
-    EXPECT_EQ(read.lengths.back(), bytes.size() % capacity) << parent;
-  }
-};
-
-TEST_P(RVXStorageReaderSizeTest, BlocksAreFullUpToTheLast) {
-  for (const std::string& parent : parentsOfTestFolders()) {
-    expectRead(parent, 2 * kMebibyte);
-    expectRead(parent, 4 * kMebibyte);
+TEST_F(RVXStorageReaderTest, BlocksAreFullUpToTheLast) {
+  for (const size_t size :
+       {size_t{0}, size_t{1}, size_t{511}, size_t{512}, size_t{513}, size_t{4095}, size_t{4096}, size_t{4097},
+        2 * kMebibyte - 4096, 2 * kMebibyte - 1, 2 * kMebibyte, 2 * kMebibyte + 1, 2 * kMebibyte + 4096,
+        4 * kMebibyte - 1, 4 * kMebibyte, 4 * kMebibyte + 1, 6 * kMebibyte, 8 * kMebibyte + 513}) {
+    const std::string bytes = patternBytes(size);
+    for (const std::string& parent : parentsOfTestFolders()) {
+      const TemporaryFolder folder(parent);
+      writeFile(folder.path("file"), bytes);
+      for (const size_t capacity : {2 * kMebibyte, 4 * kMebibyte}) {
+        auto reader = openBypassing(folder.path("file"));
+        const ReadFile read = readRest(reader, capacity);
+        EXPECT_TRUE(read.bytes == bytes) << parent << size;
+        // With the last block as long as it has to be, this number of blocks is only reached by full ones.
+        ASSERT_EQ(read.lengths.size(), size / capacity + 1) << parent << size;
+        EXPECT_EQ(read.lengths.back(), size % capacity) << parent << size;
+      }
+    }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Bytes, RVXStorageReaderSizeTest,
-                         testing::Values(0, 1, 511, 512, 513, 4095, 4096, 4097, 2 * kMebibyte - 4096,
-                                         2 * kMebibyte - 1, 2 * kMebibyte, 2 * kMebibyte + 1,
-                                         2 * kMebibyte + 4096, 4 * kMebibyte - 1, 4 * kMebibyte,
-                                         4 * kMebibyte + 1, 6 * kMebibyte, 8 * kMebibyte + 513),
-                         [](const auto& test) { return std::to_string(test.param); });

@@ -1,30 +1,23 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <filesystem>
 
 #include "include/Print.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXStorageWriter.h"
+#include "tests/platform/files/FileTest.h"
 #include "tests/platform/files/ResidentPages.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
-#include "tests/support/Waiting.h"
 
 namespace {
 
 constexpr size_t kMebibyte = size_t{1024} * 1024;
 constexpr size_t kBlock = 2 * kMebibyte;
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-  return std::as_bytes(std::span(text));
-}
 
 RVXStorageWriter openBypassing(const std::string& path) {
   auto opened = RVXStorageWriter::openForWriting(path);
@@ -40,12 +33,7 @@ bool writeInBlocks(RVXStorageWriter writer, std::string_view text, size_t block 
   return writer.makeDurable().succeeded() && writer.close().succeeded();
 }
 
-class RVXStorageWriterTest : public testing::Test {
- protected:
-  const Deadline mDeadline;
-  TemporaryFolder mFolder;
-  std::string mFile = mFolder.path("file");
-};
+using RVXStorageWriterTest = FileTest;
 
 }  // namespace
 
@@ -110,49 +98,8 @@ TEST_F(RVXStorageWriterTest, WithoutBypassItWritesAsWell) {
   EXPECT_TRUE(readFile(mFile) == patternBytes(100000));
 }
 
-TEST_F(RVXStorageWriterTest, MoreThanMayBeUnsettled) {
-  const std::string bytes =
-      patternBytes(static_cast<size_t>(RVXStorageWriter::kMostUnsettled) + 3 * kBlock + 5);
-  for (const std::string& parent : parentsOfTestFolders()) {
-    const TemporaryFolder folder(parent);
-    EXPECT_TRUE(writeInBlocks(openBypassing(folder.path("file")), bytes));
-    EXPECT_TRUE(readFile(folder.path("file")) == bytes) << parent;
-  }
-}
-
 TEST_F(RVXStorageWriterTest, LeavesNoPagesInTheCache) {
   if (!hasObservableCache(mFolder.path())) GTEST_SKIP() << "no observable cache";
   EXPECT_TRUE(writeInBlocks(openBypassing(mFile), patternBytes(9 * kMebibyte + 17)));
   EXPECT_EQ(residentPages(mFile), 0U);
 }
-
-TEST_F(RVXStorageWriterTest, FailureAfterAShortWriteIsTheFailingCalls) {
-  const ChildEnd end = runInChild([&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{5000, 5000};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    auto writer = openBypassing(mFile);
-    print("%s", failureOf(writer.write(bytesOf(patternBytes(10000)))).c_str());
-  });
-  EXPECT_EQ(end.output, "EFBIG");
-  EXPECT_TRUE(readFile(mFile) == patternBytes(10000).substr(0, 5000));
-}
-
-// Sizes around every boundary of blocks, pages and disk blocks.
-class RVXStorageWriterSizeTest : public testing::TestWithParam<size_t> {};
-
-TEST_P(RVXStorageWriterSizeTest, FileIsWhatWasWritten) {
-  const std::string bytes = patternBytes(GetParam());
-  for (const std::string& parent : parentsOfTestFolders()) {
-    const TemporaryFolder folder(parent);
-    EXPECT_TRUE(writeInBlocks(openBypassing(folder.path("file")), bytes));
-    EXPECT_TRUE(readFile(folder.path("file")) == bytes) << parent;
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Bytes, RVXStorageWriterSizeTest,
-                         testing::Values(0, 1, 511, 512, 513, 4095, 4096, 4097, 2 * kMebibyte - 1,
-                                         2 * kMebibyte, 2 * kMebibyte + 1, 2 * kMebibyte + 4096,
-                                         4 * kMebibyte - 1, 4 * kMebibyte, 4 * kMebibyte + 1,
-                                         6 * kMebibyte + 513),
-                         [](const auto& test) { return std::to_string(test.param); });

@@ -1,23 +1,18 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 
 #include "include/Print.h"
 #include "platform/files/RVXTextFile.h"
+#include "tests/platform/files/FileTest.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class RVXTextFileTest : public testing::Test {
- protected:
-  TemporaryFolder mFolder;
-  std::string mFile = mFolder.path("file");
-};
+using RVXTextFileTest = FileTest;
 
 // Both ways of writing.
 class RVXTextFileWriteTest : public RVXTextFileTest, public testing::WithParamInterface<bool> {
@@ -53,11 +48,6 @@ TEST_P(RVXTextFileWriteTest, TextsOfEveryLengthAreWrittenAndReplaced) {
   EXPECT_EQ(entryCount("/proc/self/fd"), before);
 }
 
-TEST_P(RVXTextFileWriteTest, LongestNameIsWritten) {
-  mFile = mFolder.path(std::string(255, 'n'));
-  expectWritten("text");
-}
-
 TEST_P(RVXTextFileWriteTest, RelativeNameIsInTheCurrentFolderAndNoneFails) {
   const ChildEnd end = runInChild([&] {
     fs::current_path(mFolder.path());
@@ -77,15 +67,6 @@ TEST_P(RVXTextFileWriteTest, FolderInTheWayFailsAndNothingIsLeftBehind) {
   mFolder.folder("file");
   EXPECT_EQ(failureOf(writeTextFile(mFile, "text", GetParam())), "EISDIR");
   EXPECT_EQ(entryCount(mFolder.path()), 1U);
-}
-
-TEST_P(RVXTextFileWriteTest, PermissionsAreThoseThatTheUmaskLeaves) {
-  const mode_t before = ::umask(027);
-  expectWritten("text");
-  ::umask(before);
-  struct stat status {};
-  ASSERT_EQ(::stat(mFile.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777U, 0640U);
 }
 
 TEST_P(RVXTextFileWriteTest, OnlyAnAtomicWriteIsANewFile) {
