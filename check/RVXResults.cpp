@@ -130,6 +130,8 @@ void RVXResults::passSilent() {
 }
 
 bool RVXResults::isNextKnown() const {
-  return mNext < mOrder.size() &&
-         std::as_const(mInventory).item(mOrder[mNext]).verdict != RVXVerdict::pending;
+  if (mNext == mOrder.size()) return false;
+  const RVXItem& item = std::as_const(mInventory).item(mOrder[mNext]);
+  if (item.verdict != RVXVerdict::pending) return true;
+  return mIsClosed && (item.hasBadLines || item.isOutOfChain);  // these lines don't depend on the verdict
 }

@@ -397,6 +397,16 @@ class InterruptedTest(CheckStorageTest):
                                size="16 B", ok=1, changed=1, missing=1, card=card,
                                rest="; interrupted, 1 files not checked")
 
+    def test_bad_lines_of_a_list_that_is_still_to_be_read(self):
+        self.write("p/a", A)
+        for name in ("b.sha1", "z.sha1"):
+            self.write("p/" + name, b"%s  a\nnonsense\n" % digest(A).encode())
+        self.list("p/c.sha256", "b.sha1", tool=("sha256sum",))
+        bad = "".join("bad-list   p/%s:2 (no digest line)\n" % name for name in ("b.sha1", "z.sha1"))
+        fault = "read p/a 1 1 run=" + self.script("end", GONE_BY_SIGNAL % "INT")
+        self.check("-j1", "p", status=-2, faults=[fault], lines=bad, files=2, bad=2,
+                   rest="; interrupted, 2 files not checked")
+
 
 class ProgressTest(CheckStorageTest):
     def on_a_terminal(self, *arguments, columns=80):
