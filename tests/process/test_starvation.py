@@ -320,7 +320,7 @@ if not SANITIZERS:
             self.write("clip.mov", pattern(BLOCK + 17))
             os.makedirs(self.path("there/sha1"))
             statuses = set()
-            for files in range(3, 33):
+            for files in share(range(3, 33), 2):
                 limit = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (files, files))
                 if not self.starts(limit):
                     continue  # its libraries can't be loaded
