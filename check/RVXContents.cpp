@@ -1,12 +1,11 @@
 #include "check/RVXContents.h"
 
-#include <array>
+#include <utility>
+#include <vector>
 
 #include "platform/digests/RVXAnyDigest.h"
-#include "platform/files/RVXBlock.h"
+#include "platform/files/RVXChunkReader.h"
 #include "platform/files/RVXKeptFailure.h"
-#include "platform/files/RVXRecoveringReader.h"
-#include "platform/threads/RVXOperationQueue.h"
 
 namespace {
 
@@ -20,30 +19,18 @@ size_t chunkSizeFor(int64_t size) {
 // Reads to the end and feeds the digests; returns the bytes read.
 int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery,
                     std::map<DigestKind, RVXAnyDigest>& digests, std::atomic<int64_t>& bytesRead) {
-  const size_t chunkSize = chunkSizeFor(reader.size());
-  std::array<RVXBlock, 2> chunks;
-  RVXOperationQueue queue;
+  std::vector<RVXChunkReader::Taker> updates;
+  for (auto& [kind, digest] : digests) {
+    updates.push_back([&digest = digest](std::span<const std::byte> chunk) { digest.update(chunk); });
+  }
+  RVXChunkReader chunks(reader, recovery, chunkSizeFor(reader.size()), std::move(updates));
   int64_t length = 0;
-  for (size_t i = 0;; i = 1 - i) {
-    RVXBlock& chunk = chunks[i];
-    if (chunk.storage().empty()) chunk = RVXBlock::withCapacity(chunkSize);
-    reader.read(chunk, recovery);
-    queue.waitUntilAllOperationsAreFinished();
-    const auto chunkLength = static_cast<int64_t>(chunk.length());
-    length += chunkLength;
-    bytesRead.fetch_add(chunkLength, std::memory_order_relaxed);  // only shown
-    const bool isLast = chunk.length() != chunkSize;
-    for (auto& [kind, digest] : digests) {
-      const auto update = [&digest = digest, &chunk] { digest.update(chunk.bytes()); };
-      // After the last chunk there is nothing to read meanwhile, and for a small file a thread costs more
-      // than it saves.
-      if (isLast) {
-        update();
-      } else {
-        queue.addOperation(update);
-      }
-    }
-    if (isLast) break;
+  bool isMore = true;
+  while (isMore) {
+    isMore = chunks.readNext();
+    const auto lengthNow = static_cast<int64_t>(chunks.bytesRead());
+    bytesRead.fetch_add(lengthNow - length, std::memory_order_relaxed);  // only shown
+    length = lengthNow;
   }
   return length;
 }

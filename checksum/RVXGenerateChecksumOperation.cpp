@@ -1,15 +1,14 @@
 #include "checksum/RVXGenerateChecksumOperation.h"
 
-#include <array>
 #include <chrono>
 #include <utility>
 
 #include "checksum/RVXChecksumReadRecovery.h"
 #include "include/Print.h"
+#include "platform/files/RVXChunkReader.h"
 #include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXPathText.h"
 #include "platform/system/RVXDigest.h"
-#include "platform/threads/RVXOperationQueue.h"
 
 namespace {
 
@@ -65,33 +64,18 @@ std::string RVXGenerateChecksumOperation::fileChecksum() {
   RVXChecksumReadRecovery recovery(path());
   std::optional<RVXDigest> digest;
   if (hasKnownAlgorithm()) digest.emplace(mAlgorithm);
-
-  // While the one is digested the other is filled.
-  std::array<RVXBlock, 2> chunks;
-  RVXOperationQueue digestQueue;
+  const auto update = [&digest](std::span<const std::byte> chunk) {
+    if (digest) digest->update(chunk);
+  };
+  RVXChunkReader chunks(*mReader, recovery, kChunkSize, {update});
   auto lastProgress = Clock::now();
-  uint64_t bytesRead = 0;
-  for (size_t i = 0;; i = 1 - i) {
+  do {
     if (mVerbose && Clock::now() - lastProgress > kProgressInterval) {
-      printProgress(bytesRead);
+      printProgress(chunks.bytesRead());
       lastProgress = Clock::now();
     }
-    RVXBlock& chunk = chunks[i];
-    if (chunk.storage().empty()) chunk = RVXBlock::withCapacity(kChunkSize);  // a small file needs only one
-    mReader->read(chunk, recovery);
-    digestQueue.waitUntilAllOperationsAreFinished();
-    const auto update = [&digest, &chunk] {
-      if (digest) digest->update(chunk.bytes());
-    };
-    bytesRead += chunk.length();
-    if (chunk.length() != kChunkSize) {
-      // Nothing is read beside it, and starting a thread would take longer than to digest a small frame.
-      update();
-      break;
-    }
-    digestQueue.addOperation(update);
-  }
-  if (mVerbose) printProgress(bytesRead);
+  } while (chunks.readNext());
+  if (mVerbose) printProgress(chunks.bytesRead());
   return digest ? digest->final() : "";
 }
 

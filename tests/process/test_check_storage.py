@@ -171,7 +171,7 @@ class SweepTest(CheckStorageTest):
         outcomes = set()
         cases = [(call, path, nth, *fault) for call, path, count in calls for nth in range(1, count + 1)
                  for fault in FAULTS]
-        for call, path, nth, error, times in share(cases, 15 if SANITIZERS else 7):
+        for call, path, nth, error, times in share(cases, 40 if SANITIZERS else 7):
             with self.subTest(call=call, path=path, nth=nth, error=error, times=times):
                 fault = "%s =%s %d %s %s" % (call, path, nth, times, error)
                 run = subprocess.run(self.command(*self.arguments), cwd=self.folder, capture_output=True,

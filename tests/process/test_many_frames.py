@@ -9,7 +9,7 @@ from storage import StorageTest, require_mounts
 from support import SANITIZERS, THOROUGH, main
 
 # With a sanitizer each frame takes up to 15 times as long, and memory that was freed is kept.
-FRAMES = 4000 if SANITIZERS else 100000 if THOROUGH else 10000
+FRAMES = 1500 if SANITIZERS else 100000 if THOROUGH else 10000
 LONGEST_SEQUENCE = 800  # seconds
 
 

@@ -320,7 +320,7 @@ if not SANITIZERS:
             self.write("clip.mov", pattern(BLOCK + 17))
             os.makedirs(self.path("there/sha1"))
             statuses = set()
-            for files in share(range(3, 33), 2):
+            for files in range(3, 20):
                 limit = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (files, files))
                 if not self.starts(limit):
                     continue  # its libraries can't be loaded
@@ -346,7 +346,7 @@ if not SANITIZERS:
             while not self.starts(lambda: resource.setrlimit(resource.RLIMIT_AS, (least, least))):
                 least += MIB // 4
             statuses = set()
-            sizes = [*range(least, least + 4 * MIB, MIB // 16), *range(least + 4 * MIB, least + 250 * MIB, MIB)]
+            sizes = [*range(least, least + 4 * MIB, MIB // 16), *range(least + 4 * MIB, least + 250 * MIB, 2 * MIB)]
             for size in share(sizes, 5):
                 with self.subTest(size):
                     shutil.rmtree(self.path("d"), ignore_errors=True)
