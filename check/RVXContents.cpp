@@ -20,6 +20,7 @@ size_t chunkSizeFor(int64_t size) {
 int64_t readThrough(RVXRecoveringReader& reader, RVXKeptFailure& recovery,
                     std::map<DigestKind, RVXAnyDigest>& digests, std::atomic<int64_t>& bytesRead) {
   std::vector<RVXChunkReader::Taker> updates;
+  updates.reserve(digests.size());
   for (auto& [kind, digest] : digests) {
     updates.push_back([&digest = digest](std::span<const std::byte> chunk) { digest.update(chunk); });
   }
