@@ -329,9 +329,9 @@ def print_table(contenders, times):
     for name, _, ours in sorted(contenders, key=lambda one: statistics.median(seconds[one.name])):
         cpu = [one for _, one in times[name] if one is not None]
         ratio = statistics.median(our / one for our, one in zip(seconds[ours], seconds[name]))
-        print("| %s | %.2f | %.2f to %.2f | %s | %s |" % (
+        print("| %s | %.2f | %.2f–%.2f | %s | %s |" % (
             name, statistics.median(seconds[name]), min(seconds[name]), max(seconds[name]),
-            "%.2f" % statistics.median(cpu) if cpu else "", "%.2f x" % ratio if ours != name else ""))
+            "%.2f" % statistics.median(cpu) if cpu else "", "%.2f×" % ratio if ours != name else ""))
 
 
 class Bench:
