@@ -7,8 +7,8 @@
 #include "check/RVXHistories.h"
 #include "include/SplitText.h"
 #include "platform/digests/RVXAnyDigest.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 
 namespace {
 

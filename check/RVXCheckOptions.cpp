@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cstdint>
 
-#include "platform/files/RVXPathText.h"
+#include "platform/files/PathText.h"
 #include "platform/system/RVXOptionReader.h"
 
 namespace {

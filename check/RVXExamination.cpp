@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "check/RVXDifferences.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 #include "platform/files/RVXIOFailure.h"
 #include "platform/system/RVXInterruption.h"
 

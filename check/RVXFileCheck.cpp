@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "check/RVXDifferences.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 
 void RVXFileCheck::checkListed(RVXNode file) {
   std::set<DigestKind> kinds = RVXDifferences(mInventory, file).kindsFor(mInventory.item(file).size);

@@ -8,7 +8,7 @@
 
 #include "check/RVXReadFacts.h"
 #include "check/RVXScope.h"
-#include "formats/mhl/RVXNewMediaHashes.h"
+#include "formats/mhl/NewMediaHashes.h"
 
 // The digests of the folders of a scope, from the XXH64 of its files.
 class RVXFolderDigests {

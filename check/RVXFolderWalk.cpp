@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 #include "platform/system/RVXInterruption.h"
 
 void RVXFolderWalk::walk(const RVXNameTree& names, RVXNode root, const RVXIgnoredNames& ignored) {

@@ -7,7 +7,7 @@
 
 #include "check/RVXWay.h"
 #include "formats/mhl/RVXMediaHashListReader.h"
-#include "platform/files/RVXPathText.h"
+#include "platform/files/PathText.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
+#include "platform/system/UnicodeText.h"
 
 namespace {
 

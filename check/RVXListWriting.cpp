@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "check/PrintedText.h"
 #include "check/RVXNewListWriter.h"
-#include "check/RVXPrintedText.h"
 #include "check/RVXScopeSurvey.h"
-#include "formats/mhl/RVXXMLText.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
-#include "platform/system/RVXHost.h"
+#include "formats/mhl/XMLText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
+#include "platform/system/Host.h"
 #include "platform/system/RVXInterruption.h"
-#include "platform/system/RVXUTCTime.h"
+#include "platform/system/UTCTime.h"
 
 namespace {
 

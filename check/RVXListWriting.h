@@ -15,7 +15,7 @@
 #include "check/RVXReadFacts.h"
 #include "check/RVXScope.h"
 #include "check/RVXVolumeTable.h"
-#include "formats/mhl/RVXNewMediaHashes.h"
+#include "formats/mhl/NewMediaHashes.h"
 #include "platform/files/RVXOutcome.h"
 
 // The new lists of a run, one for each folder PATH that was found clean. Used by the main thread.

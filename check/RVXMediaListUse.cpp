@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "check/RVXPathWalk.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 
 using Expected = RVXMediaHashListReader::Expected;
 

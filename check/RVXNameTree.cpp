@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <functional>
 
-#include "check/RVXPrintedText.h"
-#include "platform/files/RVXPathText.h"
+#include "check/PrintedText.h"
+#include "platform/files/PathText.h"
 
 RVXNode RVXNameTree::addRoot(std::string_view text) {
   return store(kNone, text);

@@ -8,11 +8,11 @@
 #include "formats/mhl/RVXNewChain.h"
 #include "formats/mhl/RVXNewMHL.h"
 #include "formats/mhl/RVXNewManifest.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 #include "platform/files/RVXNewItem.h"
-#include "platform/files/RVXPathText.h"
 #include "platform/system/RVXInterruption.h"
-#include "platform/system/RVXUTCTime.h"
+#include "platform/system/UTCTime.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "check/RVXNewListFile.h"
 #include "check/RVXReadFacts.h"
 #include "check/RVXScope.h"
-#include "formats/mhl/RVXNewMediaHashes.h"
+#include "formats/mhl/NewMediaHashes.h"
 #include "platform/files/RVXOutcome.h"
 
 // Writes the new list of one scope, all of whose files were read. Afterwards either the whole list is there

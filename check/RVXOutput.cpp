@@ -1,6 +1,6 @@
 #include "check/RVXOutput.h"
 
-#include "platform/system/RVXStandardStreams.h"
+#include "platform/system/StandardStreams.h"
 
 void RVXOutput::addLine(std::string_view line) {
   constexpr size_t kMostWaiting = size_t{64} * 1024;

@@ -5,10 +5,10 @@
 #include <string_view>
 
 #include "check/RVXHistories.h"
-#include "formats/mhl/RVXPackingList.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "formats/mhl/PackingList.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
+#include "platform/system/UnicodeText.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "check/RVXWay.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
+#include "platform/system/UnicodeText.h"
 
 namespace {
 

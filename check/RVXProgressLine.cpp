@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "check/RVXPrintedText.h"
-#include "platform/system/RVXStandardStreams.h"
+#include "check/PrintedText.h"
+#include "platform/system/StandardStreams.h"
 
 namespace {
 

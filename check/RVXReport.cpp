@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "check/RVXPrintedText.h"
-#include "formats/RVXDigestText.h"
+#include "check/PrintedText.h"
+#include "formats/DigestText.h"
 
 namespace {
 

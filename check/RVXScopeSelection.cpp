@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "check/RVXPrintedText.h"
-#include "formats/mhl/RVXXMLText.h"
+#include "check/PrintedText.h"
+#include "formats/mhl/XMLText.h"
 
 namespace {
 

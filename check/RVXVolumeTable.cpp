@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 
 RVXVolumeTable::Number RVXVolumeTable::numberOf(const RVXFileIdentity& identity, const std::string& path) {
   const RVXMutexLock lock(mLock);

@@ -4,17 +4,17 @@
 #include <string>
 #include <variant>
 
+#include "check/PrintedText.h"
 #include "check/RVXCheckOptions.h"
 #include "check/RVXCheckRun.h"
 #include "check/RVXHistories.h"
-#include "check/RVXPrintedText.h"
 #include "include/EndProcess.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 #include "platform/files/RVXIOFailure.h"
-#include "platform/files/RVXPathText.h"
-#include "platform/system/RVXHost.h"
+#include "platform/system/Host.h"
 #include "platform/system/RVXInterruption.h"
-#include "platform/system/RVXStandardStreams.h"
+#include "platform/system/StandardStreams.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 
 #include "checksum/RVXChecksumReadRecovery.h"
 #include "include/Print.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 #include "platform/files/RVXChunkReader.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
 #include "platform/system/RVXDigest.h"
 
 namespace {

@@ -4,11 +4,11 @@
 #include <utility>
 
 #include "copy/RVXCopyReadRecovery.h"
-#include "copy/RVXWriteFailure.h"
+#include "copy/WriteFailure.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 #include "platform/system/RVXDigest.h"
 #include "platform/threads/RVXOperationQueue.h"
 

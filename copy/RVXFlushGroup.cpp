@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "copy/RVXWriteFailure.h"
-#include "platform/system/RVXHost.h"
+#include "copy/WriteFailure.h"
+#include "platform/system/Host.h"
 #include "platform/threads/RVXOperationQueue.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "formats/CPSystemInformation.h"
 
-#include "platform/system/RVXHost.h"
+#include "platform/system/Host.h"
 
 std::string CPSystemInformation::computerName() {
   return userVisibleComputerName().value_or("unknown-hostname");

@@ -5,8 +5,8 @@
 #include <optional>
 #include <utility>
 
-#include "formats/RVXDigestText.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "formats/DigestText.h"
+#include "platform/system/UnicodeText.h"
 
 namespace {
 

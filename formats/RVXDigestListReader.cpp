@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/files/RVXFilePieces.h"
+#include "platform/files/FilePieces.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <climits>
 #include <vector>
 
-#include "formats/RVXFrameNameTemplate.h"
+#include "formats/FrameNameTemplate.h"
 #include "include/Print.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/system/UnicodeText.h"
 
 namespace {
 

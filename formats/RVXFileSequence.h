@@ -30,7 +30,7 @@ class RVXFileSequence {
 
   // The file name of a frame, its number padded with zeros to the digit count and never cut. None, after
   // "ERROR: framenumber not in range of sequence." on a line, for a frame outside the sequence.
-  // A "%" in prefix or suffix is not supported; RVXFrameNameTemplate.h says what becomes of it.
+  // A "%" in prefix or suffix is not supported; FrameNameTemplate.h says what becomes of it.
   [[nodiscard]] std::optional<std::string> filenameForFrameNumber(uint64_t frameNumber) const;
 
   // The same for the index in the sequence, 0 for its first frame.

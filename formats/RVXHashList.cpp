@@ -4,10 +4,10 @@
 #include "formats/RVXHashListLine.h"
 #include "include/Print.h"
 #include "include/SplitText.h"
-#include "platform/files/RVXTextFile.h"
-#include "platform/system/RVXHost.h"
-#include "platform/system/RVXUTCTime.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/files/TextFile.h"
+#include "platform/system/Host.h"
+#include "platform/system/UTCTime.h"
+#include "platform/system/UnicodeText.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "formats/StandardizedPath.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/system/UnicodeText.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "formats/RVXByteSetText.h"
+#include "formats/ByteSetText.h"
 
 namespace {
 

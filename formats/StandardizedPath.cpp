@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "include/SplitText.h"
-#include "platform/files/RVXPathText.h"
-#include "platform/system/RVXHost.h"
+#include "platform/files/PathText.h"
+#include "platform/system/Host.h"
 
 namespace {
 

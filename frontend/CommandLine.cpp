@@ -5,8 +5,8 @@
 #include "frontend/UsageText.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/system/UnicodeText.h"
 
 namespace {
 

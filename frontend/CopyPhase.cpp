@@ -2,12 +2,12 @@
 
 #include "copy/RVXCopyOperationThreaded.h"
 #include "copy/RVXFlushGroup.h"
-#include "copy/RVXWriteFailure.h"
+#include "copy/WriteFailure.h"
 #include "frontend/CopyError.h"
 #include "frontend/OverwriteGuard.h"
 #include "frontend/RVXSourceFile.h"
 #include "include/Print.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 #include "platform/threads/RVXOperationQueue.h"
 
 namespace {

@@ -2,8 +2,8 @@
 
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 
 namespace {
 

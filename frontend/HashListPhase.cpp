@@ -3,8 +3,8 @@
 #include "frontend/RVXSourceFile.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 
 namespace {
 

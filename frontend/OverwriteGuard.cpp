@@ -6,7 +6,7 @@
 
 #include "frontend/CopyError.h"
 #include "frontend/RVXSourceFile.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 
 void refuseToOverwriteSources(const CopyJobOptions& options, const CopyPlan& plan) {
   if (!plan.sequence || !options.forceOverwrite) return;

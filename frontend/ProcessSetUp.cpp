@@ -6,8 +6,8 @@
 
 #include "frontend/SignalHandler.h"
 #include "include/EndProcess.h"
+#include "platform/system/Host.h"
 #include "platform/system/RVXDigest.h"
-#include "platform/system/RVXHost.h"
 
 void setUpProcess() {
   openMissingStandardDescriptors();

@@ -1,6 +1,6 @@
 #include "frontend/RVXSourceFile.h"
 
-#include "platform/files/RVXPathText.h"
+#include "platform/files/PathText.h"
 
 RVXSourceFile RVXSourceFile::ofPlan(const CopyJobOptions& options, const CopyPlan& plan, uint64_t index) {
   return ofPlan(plan, plan.sequence ? *plan.sequence->filenameForIndex(index) : options.sourceArgument);

@@ -6,7 +6,7 @@
 #include <csignal>
 #include <string_view>
 
-#include "platform/system/RVXSignalSafe.h"
+#include "platform/system/SignalSafe.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "frontend/TUDefaultLogAppenders.h"
 
-#include "platform/system/RVXHost.h"
+#include "platform/system/Host.h"
 
 std::vector<TUASLCSVAppender> TUDefaultLogAppenders::defaultLogAppenders() {
   return {TUASLCSVAppender::initWithLogLevel(1, processName())};

@@ -7,7 +7,7 @@
 #include "frontend/RVXSourceFile.h"
 #include "include/EndProcess.h"
 #include "include/Print.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 #include "platform/threads/RVXOperationQueue.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
-#include "formats/RVXDigestText.h"
-#include "platform/files/RVXFilePieces.h"
+#include "formats/DigestText.h"
+#include "platform/files/FilePieces.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "formats/RVXDigestText.h"
+#include "formats/DigestText.h"
 
 RVXNewChain::RVXNewChain(RVXXMLWriter::Sink sink) : mWriter(std::move(sink)) {
   mWriter.open("ascmhldirectory", {{"xmlns", "urn:ASC:MHL:DIRECTORY:v2.0"}});

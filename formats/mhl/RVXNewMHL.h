@@ -1,6 +1,6 @@
 #pragma once
 
-#include "formats/mhl/RVXNewMediaHashes.h"
+#include "formats/mhl/NewMediaHashes.h"
 #include "formats/mhl/RVXXMLWriter.h"
 
 // Writes a list of MHL 1.1, which has no place for a file without contents.

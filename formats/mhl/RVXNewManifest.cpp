@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "formats/RVXDigestText.h"
-#include "platform/system/RVXUTCTime.h"
+#include "formats/DigestText.h"
+#include "platform/system/UTCTime.h"
 
 namespace {
 

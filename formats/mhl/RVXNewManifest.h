@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "formats/mhl/RVXNewMediaHashes.h"
+#include "formats/mhl/NewMediaHashes.h"
 #include "formats/mhl/RVXXMLWriter.h"
 
 // Writes a manifest of ASC MHL 2.0: a generation of a history. First all files, then all folders.

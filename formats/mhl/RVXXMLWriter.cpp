@@ -1,6 +1,6 @@
 #include "formats/mhl/RVXXMLWriter.h"
 
-#include "formats/mhl/RVXXMLText.h"
+#include "formats/mhl/XMLText.h"
 
 namespace {
 

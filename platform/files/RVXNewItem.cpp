@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 
 namespace {
 

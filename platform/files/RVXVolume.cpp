@@ -10,10 +10,10 @@
 #include <string_view>
 
 #include "include/SplitText.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 #include "platform/files/RVXFileHandle.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
-#include "platform/files/RVXTextFile.h"
+#include "platform/files/TextFile.h"
 
 namespace {
 

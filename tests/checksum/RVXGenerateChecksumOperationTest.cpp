@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "checksum/RVXGenerateChecksumOperation.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 #include "tests/support/Files.h"
 #include "tests/support/OutputCapture.h"
 #include "tests/support/Tools.h"

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "formats/FrameNameTemplate.h"
 #include "formats/RVXFileSequence.h"
-#include "formats/RVXFrameNameTemplate.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/system/UnicodeText.h"
 #include "tests/fuzz/Expectations.h"
 #include "tests/fuzz/InputText.h"
 #include "tests/support/OutputCapture.h"

@@ -1,6 +1,6 @@
 #include <cstdint>
 
-#include "formats/RVXDigestText.h"
+#include "formats/DigestText.h"
 #include "formats/mhl/RVXMediaHashListReader.h"
 #include "tests/fuzz/Expectations.h"
 #include "tests/fuzz/InputText.h"

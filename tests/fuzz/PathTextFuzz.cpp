@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "formats/StandardizedPath.h"
-#include "platform/files/RVXPathText.h"
+#include "platform/files/PathText.h"
 #include "tests/fuzz/Expectations.h"
 #include "tests/fuzz/InputText.h"
 

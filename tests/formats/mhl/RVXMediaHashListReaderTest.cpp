@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "formats/RVXDigestText.h"
+#include "formats/DigestText.h"
+#include "formats/mhl/PackingList.h"
 #include "formats/mhl/RVXMediaHashListReader.h"
-#include "formats/mhl/RVXPackingList.h"
 #include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
 
@@ -212,7 +212,7 @@ TEST(RVXMediaHashListReaderTest, AFileAcrossItsPieces) {
   EXPECT_EQ(failureOf(RVXMediaHashListReader::read("/nowhere/list", Expected::list, notes)), "ENOENT");
 }
 
-TEST(RVXPackingListTest, IsAManifestThatWasFlattened) {
+TEST(PackingListTest, IsAManifestThatWasFlattened) {
   const TemporaryFolder folder;
   const auto isOne = [&](const std::string& list) {
     return isPackingList(writeFile(folder.path("l.mhl"), list));

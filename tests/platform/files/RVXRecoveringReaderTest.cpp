@@ -4,7 +4,7 @@
 #include <functional>
 #include <vector>
 
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 #include "platform/files/RVXRecoveringReader.h"
 #include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"

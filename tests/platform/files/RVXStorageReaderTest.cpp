@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 #include "platform/files/RVXStorageReader.h"
 #include "tests/platform/files/FileTest.h"
 #include "tests/platform/files/ResidentPages.h"

@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "include/Print.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 #include "platform/files/RVXStorageWriter.h"
 #include "tests/platform/files/FileTest.h"
 #include "tests/platform/files/ResidentPages.h"

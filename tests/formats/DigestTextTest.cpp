@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "formats/RVXDigestText.h"
+#include "formats/DigestText.h"
 #include "platform/system/RVXDigest.h"
 
 namespace {
@@ -19,7 +19,7 @@ const std::string kLargest(64, '\xFF');
 
 }  // namespace
 
-TEST(RVXDigestTextTest, HexadecimalDigitsOfTheKindsLengthAndAnyCase) {
+TEST(DigestTextTest, HexadecimalDigitsOfTheKindsLengthAndAnyCase) {
   const std::string bytes = "\x53\x84\xa8\x7f\x18\xdf\x64\x4b";
   EXPECT_EQ(digestText(DigestKind::XXH64, bytes), "5384a87f18df644b");
   EXPECT_EQ(digestOfText(DigestKind::XXH64, "5384a87f18df644b"), bytes);
@@ -32,7 +32,7 @@ TEST(RVXDigestTextTest, HexadecimalDigitsOfTheKindsLengthAndAnyCase) {
   EXPECT_EQ(digestOfText(DigestKind::MD5, std::string(32, '0')), std::string(16, '\0'));
 }
 
-TEST(RVXDigestTextTest, DecimalNumberBelowTwoToThe32nd) {
+TEST(DigestTextTest, DecimalNumberBelowTwoToThe32nd) {
   EXPECT_EQ(digestOfDecimalText("2442465453"), "\x91\x95\x10\xad");
   EXPECT_EQ(digestOfDecimalText("46947589"), "\x02\xcc\x5d\x05");
   EXPECT_EQ(digestOfDecimalText("0046947589"), "\x02\xcc\x5d\x05");
@@ -43,7 +43,7 @@ TEST(RVXDigestTextTest, DecimalNumberBelowTwoToThe32nd) {
   }
 }
 
-TEST(RVXDigestTextTest, C4WithAndWithoutPadding) {
+TEST(DigestTextTest, C4WithAndWithoutPadding) {
   for (const auto& [text, c4] : std::initializer_list<std::pair<std::string_view, std::string>>{
            {"take one",
             "c421Lh6TCa4T7MFUpZ93fTbYFv3wh5YEGuuzjLJPFTbi3Qc6BzvfdWP4wVX2cwrqqYf8ohouYU7Cu5kxsmv6SWTLgU"},
@@ -57,7 +57,7 @@ TEST(RVXDigestTextTest, C4WithAndWithoutPadding) {
   }
 }
 
-TEST(RVXDigestTextTest, C4OfAnotherForm) {
+TEST(DigestTextTest, C4OfAnotherForm) {
   const std::string good = c4Of("take one");
   EXPECT_EQ(digestOfText(DigestKind::C4, digestText(DigestKind::C4, kLargest)), kLargest);
   EXPECT_EQ(digestOfText(DigestKind::C4, "c4" + std::string(88, '1')), std::string(64, '\0'));

@@ -1,4 +1,4 @@
-#include "platform/system/RVXHost.h"
+#include "platform/system/Host.h"
 
 #include <fcntl.h>
 #include <mntent.h>
@@ -15,9 +15,9 @@
 #include <string_view>
 
 #include "include/SplitText.h"
-#include "platform/files/RVXFileSystem.h"
-#include "platform/files/RVXPathText.h"
-#include "platform/files/RVXTextFile.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
+#include "platform/files/TextFile.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "formats/RVXC4Text.h"
+#include "formats/C4Text.h"
 
 #include "include/DigestKind.h"
 

@@ -1,4 +1,4 @@
-#include "formats/RVXByteSetText.h"
+#include "formats/ByteSetText.h"
 
 #include <array>
 #include <cctype>

@@ -1,4 +1,4 @@
-#include "platform/files/RVXTextFile.h"
+#include "platform/files/TextFile.h"
 
 #include <fcntl.h>
 
@@ -7,11 +7,11 @@
 #include <cerrno>
 #include <optional>
 
+#include "platform/files/FileSystem.h"
+#include "platform/files/PathText.h"
 #include "platform/files/RVXBlock.h"
 #include "platform/files/RVXFileHandle.h"
-#include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXNewItem.h"
-#include "platform/files/RVXPathText.h"
 #include "platform/files/RVXStorageReader.h"
 
 namespace {

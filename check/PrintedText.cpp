@@ -1,4 +1,4 @@
-#include "check/RVXPrintedText.h"
+#include "check/PrintedText.h"
 
 #include <algorithm>
 #include <array>

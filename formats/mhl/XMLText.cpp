@@ -1,10 +1,10 @@
-#include "formats/mhl/RVXXMLText.h"
+#include "formats/mhl/XMLText.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/system/UnicodeText.h"
 
 bool isXMLText(std::string_view text) {
   constexpr std::string_view kNoCharacters[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"};  // U+FFFE, U+FFFF

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "include/Print.h"
-#include "platform/files/RVXTextFile.h"
+#include "platform/files/TextFile.h"
 #include "tests/platform/files/FileTest.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Outcomes.h"
@@ -12,10 +12,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using RVXTextFileTest = FileTest;
+using TextFileTest = FileTest;
 
 // Both ways of writing.
-class RVXTextFileWriteTest : public RVXTextFileTest, public testing::WithParamInterface<bool> {
+class TextFileWriteTest : public TextFileTest, public testing::WithParamInterface<bool> {
  protected:
   void expectWritten(const std::string& text) {
     EXPECT_TRUE(writeTextFile(mFile, text, GetParam()).succeeded());
@@ -26,29 +26,29 @@ class RVXTextFileWriteTest : public RVXTextFileTest, public testing::WithParamIn
 
 }  // namespace
 
-TEST_F(RVXTextFileTest, ReadsTheWholeFile) {
+TEST_F(TextFileTest, ReadsTheWholeFile) {
   for (const size_t size : {0U, 1U, 65535U, 65536U, 65537U, 200000U}) {
     const auto text = readTextFile(writeFile(mFile, patternBytes(size)));
     EXPECT_TRUE(text.value() == patternBytes(size)) << size;
   }
 }
 
-TEST_F(RVXTextFileTest, ReadsFilesThatTellNoSize) {
+TEST_F(TextFileTest, ReadsFilesThatTellNoSize) {
   EXPECT_TRUE(readTextFile("/proc/self/status").value().starts_with("Name:"));
 }
 
-TEST_F(RVXTextFileTest, FileThatCantBeReadGivesNothing) {
+TEST_F(TextFileTest, FileThatCantBeReadGivesNothing) {
   EXPECT_EQ(failureOf(readTextFile(mFolder.path("missing"))), "ENOENT");
   EXPECT_EQ(failureOf(readTextFile(mFolder.path())), "EISDIR");
 }
 
-TEST_P(RVXTextFileWriteTest, TextsOfEveryLengthAreWrittenAndReplaced) {
+TEST_P(TextFileWriteTest, TextsOfEveryLengthAreWrittenAndReplaced) {
   const size_t before = entryCount("/proc/self/fd");
   for (const size_t size : {0U, 9U, 5000000U, 5U}) expectWritten(patternBytes(size));
   EXPECT_EQ(entryCount("/proc/self/fd"), before);
 }
 
-TEST_P(RVXTextFileWriteTest, RelativeNameIsInTheCurrentFolderAndNoneFails) {
+TEST_P(TextFileWriteTest, RelativeNameIsInTheCurrentFolderAndNoneFails) {
   const ChildEnd end = runInChild([&] {
     fs::current_path(mFolder.path());
     for (const char* path : {"file", ""})
@@ -59,27 +59,27 @@ TEST_P(RVXTextFileWriteTest, RelativeNameIsInTheCurrentFolderAndNoneFails) {
   EXPECT_EQ(entryCount(mFolder.path()), 1U);
 }
 
-TEST_P(RVXTextFileWriteTest, MissingFolderFails) {
+TEST_P(TextFileWriteTest, MissingFolderFails) {
   EXPECT_EQ(failureOf(writeTextFile(mFolder.path("missing/file"), "text", GetParam())), "ENOENT");
 }
 
-TEST_P(RVXTextFileWriteTest, FolderInTheWayFailsAndNothingIsLeftBehind) {
+TEST_P(TextFileWriteTest, FolderInTheWayFailsAndNothingIsLeftBehind) {
   mFolder.folder("file");
   EXPECT_EQ(failureOf(writeTextFile(mFile, "text", GetParam())), "EISDIR");
   EXPECT_EQ(entryCount(mFolder.path()), 1U);
 }
 
-TEST_P(RVXTextFileWriteTest, OnlyAnAtomicWriteIsANewFile) {
+TEST_P(TextFileWriteTest, OnlyAnAtomicWriteIsANewFile) {
   fs::create_hard_link(writeFile(mFile, "old"), mFolder.path("other name"));
   EXPECT_TRUE(writeTextFile(mFile, "new", GetParam()).succeeded());
   EXPECT_EQ(readFile(mFile), "new");
   EXPECT_EQ(readFile(mFolder.path("other name")), GetParam() ? "old" : "new");
 }
 
-INSTANTIATE_TEST_SUITE_P(Write, RVXTextFileWriteTest, testing::Bool(),
+INSTANTIATE_TEST_SUITE_P(Write, TextFileWriteTest, testing::Bool(),
                          [](const auto& test) { return test.param ? "Atomically" : "InPlace"; });
 
-TEST_F(RVXTextFileTest, OtherFilesOfTheFolderAreNotTouched) {
+TEST_F(TextFileTest, OtherFilesOfTheFolderAreNotTouched) {
   const std::string left = mFolder.path(".rvxcopy-" + std::to_string(::getpid()) + "-0.tmp");
   writeFile(left, "left by another run");
   EXPECT_TRUE(writeTextFile(mFile, "new", true).succeeded());
@@ -87,6 +87,6 @@ TEST_F(RVXTextFileTest, OtherFilesOfTheFolderAreNotTouched) {
   EXPECT_EQ(readFile(mFile), "new");
 }
 
-TEST_F(RVXTextFileTest, FullDeviceFails) {
+TEST_F(TextFileTest, FullDeviceFails) {
   EXPECT_EQ(failureOf(writeTextFile("/dev/full", "text", false)), "ENOSPC");
 }

@@ -1,7 +1,7 @@
-#include "platform/files/RVXFilePieces.h"
+#include "platform/files/FilePieces.h"
 
+#include "platform/files/FileSystem.h"
 #include "platform/files/RVXBlock.h"
-#include "platform/files/RVXFileSystem.h"
 #include "platform/files/RVXKeptFailure.h"
 #include "platform/files/RVXRecoveringReader.h"
 

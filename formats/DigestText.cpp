@@ -1,10 +1,10 @@
-#include "formats/RVXDigestText.h"
+#include "formats/DigestText.h"
 
 #include <charconv>
 #include <cstdint>
 #include <span>
 
-#include "formats/RVXC4Text.h"
+#include "formats/C4Text.h"
 #include "include/DigestString.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "formats/RVXFrameNameTemplate.h"
+#include "formats/FrameNameTemplate.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ void expectEach(const std::vector<Example>& examples) {
 
 }  // namespace
 
-TEST(RVXFrameNameTemplateTest, FirstIntegerConversionIsTheNumber) {
+TEST(FrameNameTemplateTest, FirstIntegerConversionIsTheNumber) {
   expectEach({{"clip_%04i.dpx", "clip_0001.dpx", 1},
               {"clip_%04i.dpx", "clip_123456.dpx", 123456},
               {"x#%00i.dpx", "x#0.dpx", 0},
@@ -48,11 +48,11 @@ TEST(RVXFrameNameTemplateTest, FirstIntegerConversionIsTheNumber) {
   }
 }
 
-TEST(RVXFrameNameTemplateTest, DoublePercentIsOne) {
+TEST(FrameNameTemplateTest, DoublePercentIsOne) {
   expectEach({{"100%%_%04i", "100%_0007"}, {"%04i_100%%", "0007_100%"}, {"%%%d", "%7"}});
 }
 
-TEST(RVXFrameNameTemplateTest, WhatIsNoConversionOfAnIntegerStays) {
+TEST(FrameNameTemplateTest, WhatIsNoConversionOfAnIntegerStays) {
   for (const char* text : {"%s", "%n", "%p", "%f", "%c", "%ls", "%hhn", "%S", "%@", "%L", "%_", "%*d%.*d",
                            "%2$d%1$n", "%4097d", "%999999999d", "%.4097d", "%1.999999999d",
                            "%18446744073709551617d", "%.99999999999999999999999999d"}) {

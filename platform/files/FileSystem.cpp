@@ -1,4 +1,4 @@
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -13,8 +13,8 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/files/PathText.h"
 #include "platform/files/RVXFileHandle.h"
-#include "platform/files/RVXPathText.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <map>
 
 #include "include/Print.h"
-#include "platform/files/RVXFileSystem.h"
+#include "platform/files/FileSystem.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
@@ -31,7 +31,7 @@ std::string typeOf(const RVXOutcome<RVXFileAttributes>& attributes) {
   }
 }
 
-class RVXFileSystemTest : public testing::Test {
+class FileSystemTest : public testing::Test {
  protected:
   TemporaryFolder mFolder;
   std::string mFile = writeFile(mFolder.path("file"), "abc");
@@ -39,7 +39,7 @@ class RVXFileSystemTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(RVXFileSystemTest, PathsAreExaminedThemselvesOrByWhatTheyLeadTo) {
+TEST_F(FileSystemTest, PathsAreExaminedThemselvesOrByWhatTheyLeadTo) {
   fs::create_symlink("file", mFolder.path("link"));
   fs::create_directory_symlink(mFolder.path(), mFolder.path("folder link"));
   fs::create_symlink("nothing", mFolder.path("broken"));
@@ -65,7 +65,7 @@ TEST_F(RVXFileSystemTest, PathsAreExaminedThemselvesOrByWhatTheyLeadTo) {
   }
 }
 
-TEST_F(RVXFileSystemTest, SameFileIsTheItemOrWhatThePathLeadsTo) {
+TEST_F(FileSystemTest, SameFileIsTheItemOrWhatThePathLeadsTo) {
   const auto identity = attributesOfItem(mFile).value().identity;
   fs::create_hard_link(mFile, mFolder.path("hard"));
   fs::create_symlink("file", mFolder.path("link"));
@@ -87,7 +87,7 @@ TEST_F(RVXFileSystemTest, SameFileIsTheItemOrWhatThePathLeadsTo) {
   }
 }
 
-TEST_F(RVXFileSystemTest, FileSizes) {
+TEST_F(FileSystemTest, FileSizes) {
   fs::resize_file(mFile, 5'000'000'000);
   fs::create_symlink("file", mFolder.path("link"));
   EXPECT_EQ(filesizeCFI(mFile), 5'000'000'000U);
@@ -95,14 +95,14 @@ TEST_F(RVXFileSystemTest, FileSizes) {
   EXPECT_EQ(filesizeCFI(mFolder.path("missing")), 0U);
 }
 
-TEST_F(RVXFileSystemTest, EmptyPathIsTheCurrentFolderAndNoFile) {
+TEST_F(FileSystemTest, EmptyPathIsTheCurrentFolderAndNoFile) {
   EXPECT_TRUE(isFolder(""));
   EXPECT_TRUE(createFolderWithIntermediates("").succeeded());
   EXPECT_TRUE(syncFolder("").succeeded());
   EXPECT_FALSE(fileExists(""));
 }
 
-TEST_F(RVXFileSystemTest, FolderIsMadeWithAllIntermediates) {
+TEST_F(FileSystemTest, FolderIsMadeWithAllIntermediates) {
   mFolder.folder("real");
   fs::create_directory_symlink("real", mFolder.path("link"));
   for (const char* path : {"", "/", "a", "a", "b/c/d", "e/f/", "g//h///", "i/./j", "link", "link/new"}) {
@@ -113,7 +113,7 @@ TEST_F(RVXFileSystemTest, FolderIsMadeWithAllIntermediates) {
   EXPECT_TRUE(createFolderWithIntermediates("/").succeeded());
 }
 
-TEST_F(RVXFileSystemTest, FolderThatCantBeMadeFails) {
+TEST_F(FileSystemTest, FolderThatCantBeMadeFails) {
   EXPECT_EQ(failureOf(createFolderWithIntermediates(mFile)), "EEXIST");
   EXPECT_EQ(failureOf(createFolderWithIntermediates(mFile + "/a/b")), "EEXIST");
   EXPECT_EQ(failureOf(createFolderWithIntermediates(mFolder.path(std::string(256, 'x')))), "ENAMETOOLONG");
@@ -123,7 +123,7 @@ TEST_F(RVXFileSystemTest, FolderThatCantBeMadeFails) {
   EXPECT_EQ(readFile(mFile), "abc");
 }
 
-TEST_F(RVXFileSystemTest, SyncOfAFolder) {
+TEST_F(FileSystemTest, SyncOfAFolder) {
   EXPECT_TRUE(syncFolder(mFolder.path()).succeeded());
   EXPECT_TRUE(syncFolder("/proc").succeeded());  // has no sync
   EXPECT_EQ(failureOf(syncFolder(mFolder.path("missing"))), "ENOENT");
@@ -131,7 +131,7 @@ TEST_F(RVXFileSystemTest, SyncOfAFolder) {
 }
 
 // A drop box: whoever may not list it can't open it either.
-TEST_F(RVXFileSystemTest, FolderThatCantBeReadIsSyncedWithEverythingElse) {
+TEST_F(FileSystemTest, FolderThatCantBeReadIsSyncedWithEverythingElse) {
   const ChildEnd end = runInChild([&] {
     constexpr uid_t kNobody = 65534;
     if (::geteuid() == 0 &&
@@ -147,7 +147,7 @@ TEST_F(RVXFileSystemTest, FolderThatCantBeReadIsSyncedWithEverythingElse) {
   EXPECT_EQ(end.output, "not readable, synced");
 }
 
-TEST_F(RVXFileSystemTest, FolderIsReadWithTheOwnTypeOfEachEntry) {
+TEST_F(FileSystemTest, FolderIsReadWithTheOwnTypeOfEachEntry) {
   fs::create_directory(mFolder.path("folder"));
   fs::create_symlink("folder", mFolder.path("link"));
   ::mkfifo(mFolder.path("fifo").c_str(), 0600);
@@ -161,20 +161,20 @@ TEST_F(RVXFileSystemTest, FolderIsReadWithTheOwnTypeOfEachEntry) {
   EXPECT_EQ(found, expected);
 }
 
-TEST_F(RVXFileSystemTest, FolderThatCantBeListedIsAFailure) {
+TEST_F(FileSystemTest, FolderThatCantBeListedIsAFailure) {
   const auto ignore = [](const char*, RVXFileType) {};
   EXPECT_EQ(failureOf(readFolder("/nowhere", ignore)), "ENOENT");
   EXPECT_EQ(failureOf(readFolder("/dev/null", ignore)), "ENOTDIR");
   EXPECT_TRUE(readFolder("", ignore).succeeded());
 }
 
-TEST_F(RVXFileSystemTest, FolderEntriesAreSorted) {
+TEST_F(FileSystemTest, FolderEntriesAreSorted) {
   for (const char* name : {"b", "a", ".hidden", "c"}) mFolder.folder(name);
   EXPECT_EQ(folderEntries(mFolder.path()), (std::vector<std::string>{".hidden", "a", "b", "c", "file"}));
   for (const char* name : {"missing", "file", "a"}) EXPECT_TRUE(folderEntries(mFolder.path(name)).empty());
 }
 
-TEST_F(RVXFileSystemTest, LinkTargetIsTheStoredText) {
+TEST_F(FileSystemTest, LinkTargetIsTheStoredText) {
   for (const std::string& target :
        {std::string("../a//b/./c"), std::string("\xFF %s"), std::string(4095, 't')}) {
     fs::remove(mFolder.path("link"));
@@ -185,7 +185,7 @@ TEST_F(RVXFileSystemTest, LinkTargetIsTheStoredText) {
   EXPECT_EQ(failureOf(linkTarget(mFile)), "EINVAL");
 }
 
-TEST_F(RVXFileSystemTest, LinkIsNotMadeOverAnything) {
+TEST_F(FileSystemTest, LinkIsNotMadeOverAnything) {
   fs::create_symlink("nothing", mFolder.path("link"));
   EXPECT_EQ(failureOf(createSymbolicLink("new", mFile)), "EEXIST");
   EXPECT_EQ(failureOf(createSymbolicLink("new", mFolder.path("link"))), "EEXIST");
@@ -193,7 +193,7 @@ TEST_F(RVXFileSystemTest, LinkIsNotMadeOverAnything) {
   EXPECT_EQ(fs::read_symlink(mFolder.path("link")), "nothing");
 }
 
-TEST_F(RVXFileSystemTest, RealPathHasNoLinks) {
+TEST_F(FileSystemTest, RealPathHasNoLinks) {
   fs::create_symlink("/usr/bin/../share", mFolder.path("link"));
   EXPECT_EQ(realPath(mFolder.path("link")), "/usr/share");
   EXPECT_EQ(realPath("/nowhere/at/all"), std::nullopt);

@@ -1,4 +1,4 @@
-#include "formats/RVXFrameNameTemplate.h"
+#include "formats/FrameNameTemplate.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,9 +1,9 @@
-#include "formats/mhl/RVXPackingList.h"
+#include "formats/mhl/PackingList.h"
 
 #include <vector>
 
 #include "formats/mhl/RVXMediaHashDialect.h"
-#include "platform/files/RVXFilePieces.h"
+#include "platform/files/FilePieces.h"
 #include "platform/xml/RVXXMLParser.h"
 
 namespace {

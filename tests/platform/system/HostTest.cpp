@@ -4,12 +4,12 @@
 #include <unistd.h>
 
 #include "include/Print.h"
-#include "platform/system/RVXHost.h"
+#include "platform/system/Host.h"
 #include "tests/support/OtherRoot.h"
 #include "tests/support/Text.h"
 #include "tests/support/Tools.h"
 
-TEST(RVXHostTest, AsManyFilesMayBeOpenAsTheParentAllows) {
+TEST(HostTest, AsManyFilesMayBeOpenAsTheParentAllows) {
   rlimit before{};
   ::getrlimit(RLIMIT_NOFILE, &before);
   const rlimit lowered{100, before.rlim_max};
@@ -21,7 +21,7 @@ TEST(RVXHostTest, AsManyFilesMayBeOpenAsTheParentAllows) {
 }
 
 // A machine that is made up.
-class RVXHostOtherRootTest : public testing::Test {
+class HostOtherRootTest : public testing::Test {
  protected:
   void SetUp() override {
     if (!OtherRoot::isAllowed()) GTEST_SKIP() << "to change the root folder needs root";
@@ -54,7 +54,7 @@ class RVXHostOtherRootTest : public testing::Test {
 };
 
 // As a shell reads it, which is what machine-info(5) says.
-TEST_F(RVXHostOtherRootTest, PrettyHostNameIsTheComputerNameElseTheHostName) {
+TEST_F(HostOtherRootTest, PrettyHostNameIsTheComputerNameElseTheHostName) {
   const std::string plainHostName = outputOfShell("printf %s \"$(uname -n)\"");
   EXPECT_EQ(computerName(), plainHostName);
   const struct {
@@ -72,18 +72,18 @@ TEST_F(RVXHostOtherRootTest, PrettyHostNameIsTheComputerNameElseTheHostName) {
   for (const auto& example : cases) EXPECT_EQ(computerNameByMachineInfo(example.machineInfo), example.name);
 }
 
-TEST_F(RVXHostOtherRootTest, HostNamesOfEveryLength) {
+TEST_F(HostOtherRootTest, HostNamesOfEveryLength) {
   EXPECT_EQ(computerNameByHostName(""), "(null)");
   EXPECT_EQ(computerNameByHostName(std::string(64, 'c')), std::string(64, 'c'));  // the longest
 }
 
-TEST_F(RVXHostOtherRootTest, VolumesFolderNamesTheVolumes) {
+TEST_F(HostOtherRootTest, VolumesFolderNamesTheVolumes) {
   mRoot.makeFolder("/Volumes/CARD");
   mRoot.makeFolder("/Volumes/A001");
   EXPECT_EQ(volumes(), (std::vector<std::string>{"A001", "CARD"}));
 }
 
-TEST_F(RVXHostOtherRootTest, OnlyRealFileSystemsAreVolumes) {
+TEST_F(HostOtherRootTest, OnlyRealFileSystemsAreVolumes) {
   EXPECT_EQ(volumes(), std::vector<std::string>{});  // without a mount table
   mRoot.write("/proc/self/mounts",
               "/dev/sda1 / ext4 rw 0 0\n"

@@ -1,4 +1,4 @@
-#include "platform/system/RVXSignalSafe.h"
+#include "platform/system/SignalSafe.h"
 
 #include <dlfcn.h>
 #include <execinfo.h>

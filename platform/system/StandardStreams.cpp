@@ -1,4 +1,4 @@
-#include "platform/system/RVXStandardStreams.h"
+#include "platform/system/StandardStreams.h"
 
 #include <fcntl.h>
 #include <poll.h>

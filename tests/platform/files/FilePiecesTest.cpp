@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "platform/files/RVXFilePieces.h"
+#include "platform/files/FilePieces.h"
 #include "tests/support/Files.h"
 #include "tests/support/Outcomes.h"
 
@@ -13,7 +13,7 @@ bool takeNothing(std::string_view /*piece*/) {
 
 }  // namespace
 
-TEST(RVXFilePiecesTest, AllBytesInOrderUntilNoMoreAreWanted) {
+TEST(FilePiecesTest, AllBytesInOrderUntilNoMoreAreWanted) {
   const TemporaryFolder folder;
   const std::string bytes = patternBytes(700001);
   const std::string path = writeFile(folder.path("a"), bytes);
@@ -31,7 +31,7 @@ TEST(RVXFilePiecesTest, AllBytesInOrderUntilNoMoreAreWanted) {
   EXPECT_EQ(read, bytes);
 }
 
-TEST(RVXFilePiecesTest, WhatIsNoFileIsAFailureWithoutAWait) {
+TEST(FilePiecesTest, WhatIsNoFileIsAFailureWithoutAWait) {
   const TemporaryFolder folder;
   EXPECT_EQ(failureOf(readInPieces(folder.path("gone"), takeNothing)), "ENOENT");
   ASSERT_EQ(::mkfifo(folder.path("fifo").c_str(), 0600), 0);

@@ -1,4 +1,4 @@
-#include "platform/system/RVXUTCTime.h"
+#include "platform/system/UTCTime.h"
 
 #include <algorithm>
 #include <chrono>

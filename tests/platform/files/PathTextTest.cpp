@@ -2,7 +2,7 @@
 
 #include <initializer_list>
 
-#include "platform/files/RVXPathText.h"
+#include "platform/files/PathText.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ struct JoiningExample {
 
 }  // namespace
 
-TEST(RVXPathTextTest, LastComponent) {
+TEST(PathTextTest, LastComponent) {
   for (const auto& [path, expected] : std::initializer_list<Example>{
            {"/V/A001/clip.mov", "clip.mov"},
            {"clip.mov", "clip.mov"},
@@ -38,7 +38,7 @@ TEST(RVXPathTextTest, LastComponent) {
   }
 }
 
-TEST(RVXPathTextTest, WithoutLastComponent) {
+TEST(PathTextTest, WithoutLastComponent) {
   for (const auto& [path, expected] : std::initializer_list<Example>{
            {"/V/A001/clip.mov", "/V/A001"},
            {"A001/clip.mov", "A001"},
@@ -58,7 +58,7 @@ TEST(RVXPathTextTest, WithoutLastComponent) {
   }
 }
 
-TEST(RVXPathTextTest, AppendingAComponent) {
+TEST(PathTextTest, AppendingAComponent) {
   for (const auto& [path, added, expected] : std::initializer_list<JoiningExample>{
            {"/d1", "clip.mov", "/d1/clip.mov"},
            {"/d1/", "clip.mov", "/d1/clip.mov"},

@@ -1,4 +1,4 @@
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/system/UnicodeText.h"
 
 #include <algorithm>
 #include <array>

@@ -7,12 +7,12 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/system/RVXSignalSafe.h"
+#include "platform/system/SignalSafe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Interruptions.h"
 #include "tests/support/OutputCapture.h"
 
-TEST(RVXSignalSafeTest, CallStackIsOnePieceAFrameWithoutLineEnds) {
+TEST(SignalSafeTest, CallStackIsOnePieceAFrameWithoutLineEnds) {
   prepareCallStack();
   std::array<char, 16384> text{};
   const size_t length = writeCallStack(text);
@@ -23,7 +23,7 @@ TEST(RVXSignalSafeTest, CallStackIsOnePieceAFrameWithoutLineEnds) {
   EXPECT_EQ(stack.find('\n'), std::string::npos) << stack;
 }
 
-TEST(RVXSignalSafeTest, CallStackIsCutWhereTheTextEnds) {
+TEST(SignalSafeTest, CallStackIsCutWhereTheTextEnds) {
   for (const size_t size : {0U, 1U, 10U, 100U}) {
     std::array<char, 200> text{};
     text.fill('~');
@@ -33,13 +33,13 @@ TEST(RVXSignalSafeTest, CallStackIsCutWhereTheTextEnds) {
   }
 }
 
-TEST(RVXSignalSafeTest, WritesTheTextAsItIs) {
+TEST(SignalSafeTest, WritesTheTextAsItIs) {
   const std::string text("a\0b%s\n", 6);
   EXPECT_EQ(outputOf([&] { writeToStandardOutput(text); }), text);
   EXPECT_EQ(outputOf([] { writeToStandardOutput({}); }), "");
 }
 
-TEST(RVXSignalSafeTest, LeavesErrnoAsItWas) {
+TEST(SignalSafeTest, LeavesErrnoAsItWas) {
   const ChildEnd end = runInChild([] {
     ::close(STDOUT_FILENO);
     errno = 42;
@@ -49,7 +49,7 @@ TEST(RVXSignalSafeTest, LeavesErrnoAsItWas) {
   EXPECT_EQ(end.status, 42);
 }
 
-TEST(RVXSignalSafeTest, InterruptedWritingGoesOn) {
+TEST(SignalSafeTest, InterruptedWritingGoesOn) {
   const std::string text(200'000, 'x');
   const ChildEnd end = runInChild([&] {
     const bool isWhole =

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "platform/system/RVXDigest.h"
-#include "platform/system/RVXUnicodeText.h"
+#include "platform/system/UnicodeText.h"
 
 namespace {
 
@@ -32,14 +32,14 @@ constexpr auto kNoText = {"\x80",              // a continuation alone
 
 }  // namespace
 
-TEST(RVXUnicodeTextTest, CharactersAtTheLimitsOfEverySequenceLength) {
+TEST(UnicodeTextTest, CharactersAtTheLimitsOfEverySequenceLength) {
   EXPECT_TRUE(charactersOf("").empty());
   EXPECT_EQ(codePointsOf(std::string_view("a\0b", 3)), std::u32string(U"a\0b", 3));
   EXPECT_EQ(codePointsOf("\x7F\u0080\u07FF\u0800\uD7FF\uE000\uFFFF\U00010000\U0010FFFF"),
             U"\u007F\u0080\u07FF\u0800\uD7FF\uE000\uFFFF\U00010000\U0010FFFF");
 }
 
-TEST(RVXUnicodeTextTest, BytesOfACharacterArePartOfTheText) {
+TEST(UnicodeTextTest, BytesOfACharacterArePartOfTheText) {
   const std::string text = "a\u20ACb";
   const auto characters = charactersOf(text);
   ASSERT_EQ(characters.size(), 3U);
@@ -47,7 +47,7 @@ TEST(RVXUnicodeTextTest, BytesOfACharacterArePartOfTheText) {
   EXPECT_EQ(characters[1].bytes.data(), text.data() + 1);
 }
 
-TEST(RVXUnicodeTextTest, EveryInvalidByteIsACharacterOfItsOwnAndMakesTheTextInvalid) {
+TEST(UnicodeTextTest, EveryInvalidByteIsACharacterOfItsOwnAndMakesTheTextInvalid) {
   for (const std::string_view bytes : kNoText) {
     EXPECT_EQ(charactersOf(bytes).front().codePoint, kInvalidByte);
     EXPECT_EQ(charactersOf(bytes).front().bytes.size(), 1U);
@@ -61,13 +61,13 @@ TEST(RVXUnicodeTextTest, EveryInvalidByteIsACharacterOfItsOwnAndMakesTheTextInva
   }
 }
 
-TEST(RVXUnicodeTextTest, ValidTextAfterAnInvalidByteIsRead) {
+TEST(UnicodeTextTest, ValidTextAfterAnInvalidByteIsRead) {
   EXPECT_EQ(codePointsOf("\xFF"
                          "1\xC3\u00E4"),
             U"\uFFFD1\uFFFD\u00E4");
 }
 
-TEST(RVXUnicodeTextTest, BytesJoinedAgainAreTheText) {
+TEST(UnicodeTextTest, BytesJoinedAgainAreTheText) {
   for (const std::string_view bytes : kNoText) {
     const std::string text = std::string("a").append(bytes).append("\u20AC").append(bytes);
     std::string joined;
@@ -76,7 +76,7 @@ TEST(RVXUnicodeTextTest, BytesJoinedAgainAreTheText) {
   }
 }
 
-TEST(RVXUnicodeTextTest, DecimalDigitsAreThoseOfUnicode14) {
+TEST(UnicodeTextTest, DecimalDigitsAreThoseOfUnicode14) {
   // Every character of the category Nd with its value, compared with a list made from Python's unicodedata:
   // sha1 of "".join("%X=%d\n" % (c, decimal(chr(c))) for c in range(0x110000) if category(chr(c)) == "Nd").
   std::string list;
@@ -90,7 +90,7 @@ TEST(RVXUnicodeTextTest, DecimalDigitsAreThoseOfUnicode14) {
   EXPECT_EQ(SHA1Sum(list), "880b124265afe58eff8b72b494ea5b808aa7b0bd");
 }
 
-TEST(RVXUnicodeTextTest, LeadingNumbers) {
+TEST(UnicodeTextTest, LeadingNumbers) {
   constexpr int32_t kLeast = -2147483647 - 1;
   const struct {
     std::string text;
@@ -144,7 +144,7 @@ TEST(RVXUnicodeTextTest, LeadingNumbers) {
 }
 
 // The characters with the property White_Space in Unicode's PropList.txt, and the neighbours of their ranges.
-TEST(RVXUnicodeTextTest, AllWhiteSpaceIsSkippedAndNothingElse) {
+TEST(UnicodeTextTest, AllWhiteSpaceIsSkippedAndNothingElse) {
   for (const char* const space : {"\t", "\n", "\v", "\f", "\r", " ", "\xC2\x85", "\u00A0", "\u1680", "\u2000",
                                   "\u200A", "\u2028", "\u2029", "\u202F", "\u205F", "\u3000"}) {
     EXPECT_EQ(leadingNumber(std::string(space) + "5"), 5) << space;
@@ -155,7 +155,7 @@ TEST(RVXUnicodeTextTest, AllWhiteSpaceIsSkippedAndNothingElse) {
   }
 }
 
-TEST(RVXUnicodeTextTest, NumberInsideAText) {
+TEST(UnicodeTextTest, NumberInsideAText) {
   const std::string text = "\u00E412-34";
   const auto characters = charactersOf(text);
   EXPECT_EQ(leadingNumber(characters, 1), 12);

@@ -1,4 +1,4 @@
-#include "copy/RVXWriteFailure.h"
+#include "copy/WriteFailure.h"
 
 #include "include/EndProcess.h"
 #include "include/Print.h"

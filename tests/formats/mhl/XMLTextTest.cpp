@@ -1,15 +1,15 @@
 #include <gtest/gtest.h>
 
-#include "formats/mhl/RVXXMLText.h"
+#include "formats/mhl/XMLText.h"
 
-TEST(RVXXMLTextTest, WhatXMLCanHold) {
+TEST(XMLTextTest, WhatXMLCanHold) {
   for (const char* text : {"", "a b", "\t\n\r", "&<>\"'", "\u00e9 e\u0301", "\U0001F3AC", "\x7F", "\u0085",
                            "\uFFFD", "\uD7FF", "\uE000", "\U0010FFFF"}) {
     EXPECT_TRUE(isXMLText(text)) << text;
   }
 }
 
-TEST(RVXXMLTextTest, WhatXMLCanNotHold) {
+TEST(XMLTextTest, WhatXMLCanNotHold) {
   using namespace std::string_view_literals;
   for (const std::string_view text :
        {"\0"sv, "a\x01"sv, "\x08"sv, "\x0B"sv, "\x0C"sv, "\x0E"sv, "\x1F"sv, "\x80"sv, "\xC3"sv, "\xC0\x80"sv,
@@ -18,7 +18,7 @@ TEST(RVXXMLTextTest, WhatXMLCanNotHold) {
   }
 }
 
-TEST(RVXXMLTextTest, Escapes) {
+TEST(XMLTextTest, Escapes) {
   EXPECT_EQ(xmlEscaped("a & b <c> \"d\" 'e' ]]> \t\n\r \u00e9"),
             "a &amp; b &lt;c&gt; &quot;d&quot; 'e' ]]&gt; &#9;&#10;&#13; \u00e9");
 }

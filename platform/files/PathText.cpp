@@ -1,4 +1,4 @@
-#include "platform/files/RVXPathText.h"
+#include "platform/files/PathText.h"
 
 namespace {
 
