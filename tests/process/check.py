@@ -35,7 +35,7 @@ def c4(data):
 
 
 def old_list(*entries):
-    """MHL 1.1, an entry a line: its file, and the elements behind that."""
+    """MHL 1.1, an entry a line: its file, and the elements after that."""
     lines = ["<hash><file>%s</file>%s</hash>\n" % entry for entry in entries]
     return ('<?xml version="1.0"?>\n<hashlist version="1.1">\n%s</hashlist>\n' % "".join(lines)).encode()
 

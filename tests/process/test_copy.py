@@ -128,7 +128,7 @@ class SourceAsDestinationTest(ProcessTest):
         os.makedirs(self.path("d1"))
 
     def test_each_way_to_the_source(self):
-        """It exists, and with leave to overwrite it is not opened. Nothing is written for an earlier destination."""
+        """It exists, and with -f it is not opened. Nothing is written for an earlier destination."""
         os.link(self.path("a/clip.mov"), self.path("d1/hard.mov"))
         os.symlink("../a/clip.mov", self.path("d1/soft.mov"))
         os.symlink("a", self.path("b"))

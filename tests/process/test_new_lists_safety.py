@@ -144,7 +144,7 @@ if not SANITIZERS:  # whose runtime can't be traced
                 with self.subTest(call, option=option):
                     self.assertEqual(status, 40)
                     self.assertIn("unwritten  B007 (Input/output error)\n", told)
-                    if re.match(r"fsync (\d) of \1", call):  # behind the last rename
+                    if re.match(r"fsync (\d) of \1", call):  # after the last rename
                         self.assertNotEqual(self.tree("B007"), before)
                         self.assert_good("B007")
                     else:
