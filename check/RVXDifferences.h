@@ -17,8 +17,9 @@ class RVXDifferences {
   // The kinds of the digests that contents of that size are to be compared with.
   [[nodiscard]] std::set<DigestKind> kindsFor(int64_t size) const;
 
-  // The entries that do not fit contents of that size. Where the listed size differs, the digest is not
-  // looked at; else `digestOf` gives the bytes of the digest that was read, for a kind of kindsFor().
+  // The entries that do not fit contents of that size, in ascending order. Where the listed size differs, the
+  // digest is not looked at; else `digestOf` gives the bytes of the digest that was read, for a kind of
+  // kindsFor().
   [[nodiscard]] std::vector<Difference> of(int64_t size,
                                            const std::function<std::string(DigestKind)>& digestOf) const;
   // The same for the target text of a link.

@@ -57,7 +57,7 @@ std::vector<RVXFinding::Difference> RVXFileCheck::differences(RVXNode file,
   // The entry fits neither the contents nor the link's text; the finding names the text's digest.
   auto ofText = compared.ofLinkText(text.value());
   std::erase_if(ofText, [&](const RVXFinding::Difference& one) {
-    return std::ranges::find(differences, one.digest, &RVXFinding::Difference::digest) == differences.end();
+    return !std::ranges::binary_search(differences, one.digest, {}, &RVXFinding::Difference::digest);
   });
   return compared.withoutRepetitions(std::move(ofText));
 }

@@ -6,6 +6,7 @@
 #include "check/RVXPathWalk.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/PathText.h"
+#include "platform/system/RVXInterruption.h"
 
 using Expected = RVXMediaHashListReader::Expected;
 
@@ -48,6 +49,7 @@ void RVXMediaListUse::useList(RVXNode list, RVXNode folder, Expected expected) {
 
 void RVXMediaListUse::entry(RVXMediaHash&& entry) {
   mIsEmpty = false;
+  if (RVXInterruption::signalNumber()) return;  // renames may be made to take long
   if (entry.previousPath.starts_with('/')) badLine(entry.line, "absolute name");
   const std::string name = nameOf(entry);
   if (name.size() > RVXMediaHashListReader::kLongestText) {

@@ -19,6 +19,7 @@ class RVXMediaListUse : private RVXMediaHashListReader::Receiver {
   // Whether `list` is a media hash list, by its name and place, or the folder of a history.
   [[nodiscard]] static bool isOne(const RVXInventory& inventory, RVXNode list);
 
+  // Passes over what is left of the list when the user interrupts the run.
   void use(RVXNode list);
 
  private:

@@ -77,7 +77,8 @@ bool RVXNameTree::comesBefore(RVXNode one, RVXNode other) const {
   Ancestor b{other, false};
   for (size_t level = depthOfOne; level > depthOfOther; --level) climb(a);
   for (size_t level = depthOfOther; level > depthOfOne; --level) climb(b);
-  if (a.node == b.node) return depthOfOne < depthOfOther;
+  // A folder comes before all that lies in it. Not so the current one, which is printed as ".".
+  if (a.node == b.node && !name(a.node).empty()) return depthOfOne < depthOfOther;
   while (parent(a.node) != parent(b.node)) {
     climb(a);
     climb(b);

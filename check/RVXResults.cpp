@@ -83,15 +83,17 @@ void RVXResults::sortNodes() {
 }
 
 bool RVXResults::mayTell(RVXNode node) const {
-  const RVXItem& item = std::as_const(mInventory).item(node);
-  return item.verdict != RVXVerdict::none || item.hasBadLines || item.hasNoList || item.isOutOfChain ||
-         mInventory.folderErrors.contains(node);
+  return std::as_const(mInventory).item(node).verdict != RVXVerdict::none || hasOtherLines(node);
 }
 
 bool RVXResults::isSilent(RVXNode node) const {
   const RVXItem& item = std::as_const(mInventory).item(node);
-  return item.verdict == RVXVerdict::ok && !mTellsGoodFiles && !item.isRenamed && !item.hasBadLines &&
-         !item.hasNoList && !item.isOutOfChain && !mInventory.folderErrors.contains(node);
+  return item.verdict == RVXVerdict::ok && !mTellsGoodFiles && !item.isRenamed && !hasOtherLines(node);
+}
+
+bool RVXResults::hasOtherLines(RVXNode node) const {
+  const RVXItem& item = std::as_const(mInventory).item(node);
+  return item.hasBadLines || item.hasNoList || item.isOutOfChain || mInventory.folderErrors.contains(node);
 }
 
 void RVXResults::count(RVXNode node) {
@@ -131,7 +133,7 @@ void RVXResults::passSilent() {
 
 bool RVXResults::isNextKnown() const {
   if (mNext == mOrder.size()) return false;
-  const RVXItem& item = std::as_const(mInventory).item(mOrder[mNext]);
-  if (item.verdict != RVXVerdict::pending) return true;
-  return mIsClosed && (item.hasBadLines || item.isOutOfChain);  // these lines don't depend on the verdict
+  const RVXNode node = mOrder[mNext];
+  if (std::as_const(mInventory).item(node).verdict != RVXVerdict::pending) return true;
+  return mIsClosed && hasOtherLines(node);
 }

@@ -56,6 +56,8 @@ class RVXResults {
   void sortNodes() RVX_REQUIRES(mLock);
   [[nodiscard]] bool mayTell(RVXNode node) const;
   [[nodiscard]] bool isSilent(RVXNode node) const;
+  // Whether there are lines about it that don't depend on its verdict.
+  [[nodiscard]] bool hasOtherLines(RVXNode node) const;
   void count(RVXNode node) RVX_REQUIRES(mLock);
   void passSilent() RVX_REQUIRES(mLock);
   [[nodiscard]] bool isNextKnown() const RVX_REQUIRES(mLock);

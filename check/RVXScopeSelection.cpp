@@ -4,6 +4,7 @@
 
 #include "check/PrintedText.h"
 #include "formats/mhl/XMLText.h"
+#include "platform/system/RVXInterruption.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ void RVXScopeSelection::select() {
   requireNames();
   std::vector<Entry> taken;
   for (const Entry& entry : mScope.entries) {
+    if (RVXInterruption::signalNumber()) break;  // patterns may be made to take long
     if (!takes(entry)) continue;
     requireName(entry);
     taken.push_back(entry);

@@ -18,7 +18,7 @@ class RVXScopeSelection {
   RVXScopeSelection(const RVXInventory& inventory, const RVXPlaces& places, const RVXHistories& histories,
                     RVXNewList kind, RVXScope& scope);
 
-  // To be called once.
+  // To be called once. Ends early when the user interrupts the run.
   void select();
 
  private:

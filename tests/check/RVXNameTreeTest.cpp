@@ -36,6 +36,7 @@ TEST(RVXNameTreeTest, TheOrderIsThatOfThePrintedPaths) {
   RVXNameTree tree;
   std::vector<RVXNode> nodes = {tree.addRoot("r"), tree.addRoot("r/a"), tree.addRoot(""), tree.addRoot("/"),
                                 tree.addRoot("r-")};
+  nodes.push_back(tree.add(nodes[2], "-"));  // before the current folder, which is printed as "."
   while (nodes.size() < 120) {
     std::string name(1 + random() % 3, ' ');
     for (char& byte : name) byte = kBytes[random() % kBytes.size()];

@@ -273,6 +273,15 @@ class LinksTest(CheckTest):
             "changed    p/%s (SHA1 %s listed in p/SHA1SUMS, read %s)\n" % line for line in (
                 ("bad", zero, digest(b"a")), ("out", digest(A), digest(b"../outside")))))
 
+    def test_a_link_with_very_many_digests_takes_no_time(self):
+        self.put("p/a")
+        os.symlink("a", self.path("p/link"))
+        digests = 1000 if SANITIZERS else 400000
+        self.write("p/SHA1SUMS", ("%s  a\n" % digest(A) + "".join("%040x  link\n" % i for i in range(digests))).encode())
+        run = self.run_tool("p")
+        self.assertEqual(run.status, 11)
+        self.assertTrue(run.output.decode().endswith(summary(files=2, size="16 B", ok=1, changed=digests)))
+
     def test_a_name_through_a_link_counts_where_it_ends_below_a_path(self):
         self.put("p/real/a", "outside/a")
         os.symlink("real", self.path("p/in"))

@@ -10,7 +10,7 @@ import struct
 import subprocess
 import termios
 
-from check import RVXCHECK, CheckRuns, digest, hash_of, manifest, summary
+from check import RVXCHECK, CheckRuns, digest, folder_of, hash_of, manifest, summary
 from storage import DISK_FILE_SYSTEMS, MIB, StorageTest, require, require_mounts, run, warm
 from support import CHUNK, SANITIZERS, THOROUGH, main, pattern, share
 
@@ -406,6 +406,13 @@ class InterruptedTest(CheckStorageTest):
         fault = "read p/a 1 1 run=" + self.script("end", GONE_BY_SIGNAL % "INT")
         self.check("-j1", "p", status=-2, faults=[fault], lines=bad, files=2, bad=2,
                    rest="; interrupted, 2 files not checked")
+
+    def test_a_path_without_a_list_that_another_lists_as_a_folder(self):
+        self.write("p/file", A)
+        os.makedirs(self.path("p/b"))
+        self.history("p", manifest(hash_of("file", "<md5>%s</md5>" % digest(A, "md5sum")), folder_of("b")))
+        self.check("p", "p/b", status=-2, faults=["lstat p/file 1 1 signal=2"], files=3,
+                   lines="no-list    p/b (no list below it)\n", rest="; interrupted, 3 files not checked")
 
 
 class ProgressTest(CheckStorageTest):

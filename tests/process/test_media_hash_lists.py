@@ -18,6 +18,16 @@ GOOD = "<xxh64>%s</xxh64>" % XXH64
 
 
 class MediaTest(CheckRuns, ProcessTest):
+    def interrupt(self, *arguments):
+        """The output of a run that would take many minutes."""
+        run = subprocess.Popen([RVXCHECK, *arguments], cwd=self.folder, stdout=subprocess.PIPE)
+        self.addCleanup(run.kill)
+        time.sleep(1)
+        run.send_signal(signal.SIGINT)
+        output, _ = run.communicate(timeout=LONGEST_RUN)
+        self.assertEqual(run.returncode, -signal.SIGINT)
+        return output
+
     def check_one(self, elements, status=0, lines="", **counts):
         """A file p/a and a list of it in the third line."""
         self.write("p/a", A)
@@ -293,6 +303,11 @@ class RenamesTest(MediaTest):
                    lines="missing    p/%s (listed in %s)\n" % (longer, names[2]) + "".join(
                        "bad-list   %s:3 (path of more than 4095 bytes)\n" % name for name in names[:2]))
 
+    def test_those_that_take_long_can_be_interrupted(self):
+        self.history("p", manifest(*[hash_of("a" + "/b" * 2000, GOOD)] * 1000),
+                     *(manifest(hash_of("c%d" % i, GOOD, before="d")) for i in range(2000)))
+        self.interrupt("p")
+
     def test_the_order_is_that_of_the_numbers(self):
         self.write("p/c", A)
         self.history("p", manifest(hash_of("a", GOOD)), manifest(hash_of("b", self.NONE, before="a")),
@@ -326,12 +341,14 @@ class PatternsTest(MediaTest):
         self.history("p", manifest(hash_of("a", GOOD), patterns=["*" + "a" * 120 + "b"] * 500))
         for i in range(1000):
             self.write("p/%s%d" % ("a" * 240, i), b"")
-        run = subprocess.Popen([RVXCHECK, "p"], cwd=self.folder, stdout=subprocess.PIPE)
-        time.sleep(1)  # of the many that it takes to match them all
-        run.send_signal(signal.SIGINT)
-        output, _ = run.communicate(timeout=LONGEST_RUN)
-        self.assertEqual(run.returncode, -signal.SIGINT)
-        self.assertLess(output.count(b"\nunlisted "), 900)
+        self.assertLess(self.interrupt("p").count(b"\nunlisted "), 900)
+
+    def test_those_of_a_new_list_can_be_interrupted(self):
+        names = ["a" * 240 + str(i) for i in range(1000)]
+        self.history("p", manifest(*(hash_of(name, GOOD) for name in names), patterns=["*" + "a" * 120 + "b"] * 2000))
+        for name in names:
+            self.write("p/" + name, b"")
+        self.interrupt("--ascmhl", "p")
 
     def test_those_of_a_single_list_excuse_nothing(self):
         self.write("p/a", A)
