@@ -29,7 +29,6 @@ void RVXFlushGroup::add(std::vector<RVXDestinationFile> copies) {
     // Whoever reads from a pipe or a device waits for its end, so it is closed at once.
     if (copies[k].fileHandle.isOnStorage()) {
       addCopy(mDestinations[k], std::move(copies[k]));
-      ++mFiles;
     } else {
       makeDurableAndClose(copies[k]);
     }
@@ -39,6 +38,9 @@ void RVXFlushGroup::add(std::vector<RVXDestinationFile> copies) {
 }
 
 void RVXFlushGroup::addCopy(Destination& destination, RVXDestinationFile copy) {
+  // A server is asked only once: the answer may have to come from far away.
+  if (mMostFiles > kMostServedFiles && copy.fileHandle.isServed()) mMostFiles = kMostServedFiles;
+  ++mFiles;
   destination.bytes += copy.fileHandle.written();
   destination.unsettled += copy.fileHandle.unsettled();
   destination.copies.push_back(std::move(copy));

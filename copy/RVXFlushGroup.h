@@ -12,7 +12,8 @@
 //
 // Every copy stays open until then, because only a sync on the descriptor that wrote it tells reliably
 // whether all of it could be written. The group holds at most kMostFiles copies, or half as many as the
-// process may still open where that is less, and flushes when the copies at one destination have kMostBytes.
+// process may still open where that is less, or kMostServedFiles from the first copy on that another program
+// or machine serves. It flushes when the copies at one destination have kMostBytes.
 // Of these bytes at most RVXStorageWriter::kMostUnsettled are not yet with the storage.
 //
 // A copy that can't be written, synced or closed ends the process as endProcessOnWriteFailure() says. Used by
@@ -20,6 +21,9 @@
 class RVXFlushGroup {
  public:
   static constexpr size_t kMostFiles = 4096;
+  // Many a server may have no more than 1,024 files open: a program that serves files (FUSE) with the usual
+  // limit of a process, and those of some network shares.
+  static constexpr size_t kMostServedFiles = 512;
   static constexpr int64_t kMostBytes = int64_t{512} * 1024 * 1024;
 
   RVXFlushGroup();
@@ -41,12 +45,12 @@ class RVXFlushGroup {
     int64_t unsettled = 0;  // bytes of those after the settled ones
   };
 
-  static void addCopy(Destination& destination, RVXDestinationFile copy);
+  void addCopy(Destination& destination, RVXDestinationFile copy);
   static void settleOldest(Destination& destination);
   static void flushDestination(Destination& destination);
   [[nodiscard]] bool isFull() const;
 
-  const size_t mMostFiles;
+  size_t mMostFiles;
   size_t mFiles = 0;
   std::vector<Destination> mDestinations;
 };

@@ -114,6 +114,13 @@ RVXOutcome<RVXFileAttributes> RVXFileHandle::attributes() const {
   return RVXFileAttributes::of(status);
 }
 
+bool RVXFileHandle::isServed() const {
+  static constexpr auto kTypes =
+      std::to_array<decltype(statfs::f_type)>({kFUSE, NFS_SUPER_MAGIC, CIFS_SUPER_MAGIC, SMB2_SUPER_MAGIC,
+                                               CEPH_SUPER_MAGIC, V9FS_MAGIC, AFS_SUPER_MAGIC, AFS_FS_MAGIC});
+  return std::ranges::find(kTypes, fileSystemType(mDescriptor)) != kTypes.end();
+}
+
 RVXOutcome<size_t> RVXFileHandle::readSome(std::span<std::byte> bytes) {
   return transfer([&] { return ::read(mDescriptor, bytes.data(), bytes.size()); });
 }

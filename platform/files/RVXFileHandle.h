@@ -37,6 +37,9 @@ class RVXFileHandle {
 
   [[nodiscard]] RVXOutcome<RVXFileAttributes> attributes() const;
 
+  // Whether the file is served by another program (FUSE) or machine (a network file system).
+  [[nodiscard]] bool isServed() const;
+
   // Transfers at the current offset. One read(2): up to `bytes.size()` bytes, 0 at the end of the file.
   RVXOutcome<size_t> readSome(std::span<std::byte> bytes);
   // Fills `bytes` unless the file ends first.

@@ -38,6 +38,9 @@ class RVXStorageWriter {
   // Whether a storage keeps what is written; false where somebody reads it, as from a pipe.
   [[nodiscard]] bool isOnStorage() const { return mBypassesCache; }
 
+  // Whether another program or machine serves the file, which then has it open as well.
+  [[nodiscard]] bool isServed() const { return mHandle.isServed(); }
+
   // Writes all the bytes. Returns when at most kMostUnsettled bytes of the file are not yet with the storage.
   RVXOutcome<> write(std::span<const std::byte> bytes);
 

@@ -222,6 +222,17 @@ class FailedWriteBackTest(StorageTest):
         self.assertEqual(len(self.tree("e")), 102)
 
 
+class ServedDestinationTest(StorageTest):
+    """Another program, or another machine, keeps the files open as well."""
+
+    def test_server_with_fewer_open_files(self):
+        self.fuse("disk")
+        resource.prlimit(int(self.read("disk-server")), resource.RLIMIT_NOFILE, (1024, 1024))
+        self.write_frames("f_%04d.dpx", range(1, 1101), 10)
+        self.assert_run(self.run_tool("-s", "f_1-1100####.dpx", "disk/d/"), 0, "")
+        self.assertEqual(len(self.tree("disk/d")), 1102)
+
+
 class BrokenFileSystemTest(StorageTest):
     """A file system that meets an error turns itself read-only; its syncs then fail as on a read-only medium."""
 
