@@ -85,8 +85,6 @@ class RVX_CAPABILITY("mutex") RVXCondition {
   // Wakes all waiting threads.
   void broadcast() RVX_REQUIRES(this) { mWake = Wake::all; }
 
-  [[nodiscard]] const std::string& name() const { return mName; }
-
  private:
   enum class Wake { nobody, one, all };
 
