@@ -76,6 +76,8 @@ class StorageTest(ProcessTest):
         """A sparse image file with an empty file system; returns its path."""
         require_mounts("mkfs." + file_system)
         image = self.path(name)
+        if os.path.exists(image):
+            os.remove(image)  # its loop device may live on for a moment, and still write to it
         with open(image, "wb") as file:
             file.truncate(mebibytes * MIB)
         run("mkfs." + file_system, "-q", image)

@@ -126,7 +126,7 @@ class PowerCutTest(StorageTest):
         os.makedirs(self.path("disk/there before"))
         run("sync")
         result = self.run_tool(*arguments, "disk/there before/", "disk/new/newer/newest/")
-        run("cp", "--sparse=always", self.path("disk.img"), self.path("after.img"))
+        run("cp", "--remove-destination", "--sparse=always", self.path("disk.img"), self.path("after.img"))
         self.assertEqual(result.status, 0, result.output)
         self.unmount("disk")
         self.mount_image("after", self.path("after.img"))
